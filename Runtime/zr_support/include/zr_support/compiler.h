@@ -1,0 +1,20 @@
+#pragma once
+
+// The compilers that the library is built and tested with. Every public header includes this one, so that any
+// other compiler stops here, with one sentence, and not deep inside an attribute that it does not know.
+
+#if defined(__clang__)
+#if __clang_major__ < 14
+#error "Vestrel needs g++ 12 or newer, or clang++ 14 or newer."
+#endif
+#elif defined(__GNUC__)
+#if __GNUC__ < 12
+#error "Vestrel needs g++ 12 or newer, or clang++ 14 or newer."
+#endif
+#else
+#error "Vestrel needs g++ 12 or newer, or clang++ 14 or newer."
+#endif
+
+#if __cplusplus < 201703L
+#error "Vestrel's headers need C++17 or newer."
+#endif

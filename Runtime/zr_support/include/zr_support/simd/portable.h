@@ -1,0 +1,184 @@
+#pragma once
+
+// Primitives of the four-lane values in plain C++, for every other platform. What each means stands in
+// zr_support/simd_float4.h.
+
+#include <cstdint>
+#include <cstring>
+
+namespace Vestrel::SIMD_Neon::Backend {
+
+struct alignas(16) FloatRegister {
+    float m_Lanes[4];
+};
+
+struct alignas(16) IntRegister {
+    int32_t m_Lanes[4];
+};
+
+struct FloatRegisterX3 {
+    FloatRegister m_X, m_Y, m_Z;
+};
+
+[[gnu::always_inline]] constexpr FloatRegister MakeFloats(float lane0, float lane1, float lane2,
+                                                          float lane3) {
+    return {{lane0, lane1, lane2, lane3}};
+}
+
+[[gnu::always_inline]] constexpr IntRegister MakeInts(int32_t lane0, int32_t lane1, int32_t lane2,
+                                                      int32_t lane3) {
+    return {{lane0, lane1, lane2, lane3}};
+}
+
+[[gnu::always_inline]] inline FloatRegister LoadUnaligned(const void* source) {
+    FloatRegister value;
+    std::memcpy(&value, source, sizeof(value));
+    return value;
+}
+
+[[gnu::always_inline]] inline FloatRegister LoadAligned(const void* source) {
+    return LoadUnaligned(source);
+}
+
+[[gnu::always_inline]] inline FloatRegister LoadPair(const void* source) {
+    FloatRegister value = {};
+    std::memcpy(&value.m_Lanes[0], source, 8);
+    return value;
+}
+
+[[gnu::always_inline]] inline FloatRegister LoadTwoPairs(const void* first, const void* second) {
+    FloatRegister value;
+    std::memcpy(&value.m_Lanes[0], first, 8);
+    std::memcpy(&value.m_Lanes[2], second, 8);
+    return value;
+}
+
+[[gnu::always_inline]] inline FloatRegisterX3 LoadAlignedInterleaved3(const void* source) {
+    float f[12];
+    std::memcpy(f, source, sizeof(f));
+    return {{{f[0], f[3], f[6], f[9]}}, {{f[1], f[4], f[7], f[10]}}, {{f[2], f[5], f[8], f[11]}}};
+}
+
+[[gnu::always_inline]] inline void StoreAligned(void* target, FloatRegister value) {
+    std::memcpy(target, &value, sizeof(value));
+}
+
+[[gnu::always_inline]] inline void StoreAligned(void* target, IntRegister value) {
+    std::memcpy(target, &value, sizeof(value));
+}
+
+[[gnu::always_inline]] inline FloatRegister Add(FloatRegister a, FloatRegister b) {
+    return {{a.m_Lanes[0] + b.m_Lanes[0], a.m_Lanes[1] + b.m_Lanes[1], a.m_Lanes[2] + b.m_Lanes[2],
+             a.m_Lanes[3] + b.m_Lanes[3]}};
+}
+
+[[gnu::always_inline]] inline FloatRegister Subtract(FloatRegister a, FloatRegister b) {
+    return {{a.m_Lanes[0] - b.m_Lanes[0], a.m_Lanes[1] - b.m_Lanes[1], a.m_Lanes[2] - b.m_Lanes[2],
+             a.m_Lanes[3] - b.m_Lanes[3]}};
+}
+
+[[gnu::always_inline]] inline FloatRegister Multiply(FloatRegister a, FloatRegister b) {
+    return {{a.m_Lanes[0] * b.m_Lanes[0], a.m_Lanes[1] * b.m_Lanes[1], a.m_Lanes[2] * b.m_Lanes[2],
+             a.m_Lanes[3] * b.m_Lanes[3]}};
+}
+
+[[gnu::always_inline]] inline int32_t WrappingAdd(int32_t a, int32_t b) {
+    return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
+}
+
+[[gnu::always_inline]] inline IntRegister Add(IntRegister a, IntRegister b) {
+    return {{WrappingAdd(a.m_Lanes[0], b.m_Lanes[0]), WrappingAdd(a.m_Lanes[1], b.m_Lanes[1]),
+             WrappingAdd(a.m_Lanes[2], b.m_Lanes[2]), WrappingAdd(a.m_Lanes[3], b.m_Lanes[3])}};
+}
+
+// Each comparison is false for not-a-number, which so ends at 0 like the cast of 0 itself.
+[[gnu::always_inline]] inline int32_t TruncateToInt(float value) {
+    if (value >= 0x1p31f) {
+        return INT32_MAX;
+    }
+    if (value > -0x1p31f) {
+        return static_cast<int32_t>(value);
+    }
+    return value <= -0x1p31f ? INT32_MIN : 0;
+}
+
+[[gnu::always_inline]] inline IntRegister TruncateToInt(FloatRegister value) {
+    return {{TruncateToInt(value.m_Lanes[0]), TruncateToInt(value.m_Lanes[1]),
+             TruncateToInt(value.m_Lanes[2]), TruncateToInt(value.m_Lanes[3])}};
+}
+
+[[gnu::always_inline]] inline IntRegister TruncateNumberToInt(FloatRegister value) {
+    return TruncateToInt(value);
+}
+
+[[gnu::always_inline]] inline FloatRegister ToFloat(IntRegister value) {
+    return {{static_cast<float>(value.m_Lanes[0]), static_cast<float>(value.m_Lanes[1]),
+             static_cast<float>(value.m_Lanes[2]), static_cast<float>(value.m_Lanes[3])}};
+}
+
+[[gnu::always_inline]] inline IntRegister GreaterThan(FloatRegister a, FloatRegister b) {
+    return {{a.m_Lanes[0] > b.m_Lanes[0] ? -1 : 0, a.m_Lanes[1] > b.m_Lanes[1] ? -1 : 0,
+             a.m_Lanes[2] > b.m_Lanes[2] ? -1 : 0, a.m_Lanes[3] > b.m_Lanes[3] ? -1 : 0}};
+}
+
+[[gnu::always_inline]] inline IntRegister And(IntRegister a, IntRegister b) {
+    return {{a.m_Lanes[0] & b.m_Lanes[0], a.m_Lanes[1] & b.m_Lanes[1], a.m_Lanes[2] & b.m_Lanes[2],
+             a.m_Lanes[3] & b.m_Lanes[3]}};
+}
+
+[[gnu::always_inline]] inline IntRegister Xor(IntRegister a, IntRegister b) {
+    return {{a.m_Lanes[0] ^ b.m_Lanes[0], a.m_Lanes[1] ^ b.m_Lanes[1], a.m_Lanes[2] ^ b.m_Lanes[2],
+             a.m_Lanes[3] ^ b.m_Lanes[3]}};
+}
+
+[[gnu::always_inline]] inline FloatRegister AsFloats(IntRegister value) {
+    FloatRegister result;
+    std::memcpy(&result, &value, sizeof(result));
+    return result;
+}
+
+[[gnu::always_inline]] inline IntRegister AsInts(FloatRegister value) {
+    IntRegister result;
+    std::memcpy(&result, &value, sizeof(result));
+    return result;
+}
+
+template <int kLane>
+[[gnu::always_inline]] inline FloatRegister BroadcastLane(FloatRegister value) {
+    const float lane = value.m_Lanes[kLane];
+    return {{lane, lane, lane, lane}};
+}
+
+template <int kLane>
+[[gnu::always_inline]] inline float ExtractLane(FloatRegister value) {
+    return value.m_Lanes[kLane];
+}
+
+template <int kLane>
+[[gnu::always_inline]] inline int32_t ExtractLane(IntRegister value) {
+    return value.m_Lanes[kLane];
+}
+
+template <int kLane>
+[[gnu::always_inline]] inline FloatRegister InsertLane(FloatRegister value, float lane) {
+    value.m_Lanes[kLane] = lane;
+    return value;
+}
+
+[[gnu::always_inline]] inline FloatRegister InterleaveLow(FloatRegister a, FloatRegister b) {
+    return {{a.m_Lanes[0], b.m_Lanes[0], a.m_Lanes[1], b.m_Lanes[1]}};
+}
+
+[[gnu::always_inline]] inline FloatRegister InterleaveHigh(FloatRegister a, FloatRegister b) {
+    return {{a.m_Lanes[2], b.m_Lanes[2], a.m_Lanes[3], b.m_Lanes[3]}};
+}
+
+[[gnu::always_inline]] inline FloatRegister DeinterleaveEven(FloatRegister a, FloatRegister b) {
+    return {{a.m_Lanes[0], a.m_Lanes[2], b.m_Lanes[0], b.m_Lanes[2]}};
+}
+
+[[gnu::always_inline]] inline FloatRegister DeinterleaveOdd(FloatRegister a, FloatRegister b) {
+    return {{a.m_Lanes[1], a.m_Lanes[3], b.m_Lanes[1], b.m_Lanes[3]}};
+}
+
+} // namespace Vestrel::SIMD_Neon::Backend

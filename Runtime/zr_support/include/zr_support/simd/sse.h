@@ -1,0 +1,157 @@
+#pragma once
+
+// Primitives of the four-lane values for x86. SSE2 is all they need. Single lanes are reached by subscript,
+// for which the compiler takes SSE4.1 where a build allows it. What each primitive means stands in
+// zr_support/simd_float4.h.
+
+#include <emmintrin.h>
+
+#include <cstdint>
+
+namespace Vestrel::SIMD_Neon::Backend {
+
+using FloatRegister = __m128;
+using IntRegister = __m128i;
+
+struct FloatRegisterX3 {
+    FloatRegister m_X, m_Y, m_Z;
+};
+
+[[gnu::always_inline]] constexpr FloatRegister MakeFloats(float lane0, float lane1, float lane2,
+                                                          float lane3) {
+    return FloatRegister{lane0, lane1, lane2, lane3};
+}
+
+[[gnu::always_inline]] inline IntRegister MakeInts(int32_t lane0, int32_t lane1, int32_t lane2,
+                                                   int32_t lane3) {
+    return _mm_setr_epi32(lane0, lane1, lane2, lane3);
+}
+
+[[gnu::always_inline]] inline FloatRegister LoadAligned(const void* source) {
+    return _mm_load_ps(static_cast<const float*>(source));
+}
+
+[[gnu::always_inline]] inline FloatRegister LoadUnaligned(const void* source) {
+    return _mm_loadu_ps(static_cast<const float*>(source));
+}
+
+[[gnu::always_inline]] inline FloatRegister LoadPair(const void* source) {
+    return _mm_castsi128_ps(_mm_loadl_epi64(static_cast<const __m128i*>(source)));
+}
+
+[[gnu::always_inline]] inline FloatRegister LoadTwoPairs(const void* first, const void* second) {
+    const __m128 low = _mm_castsi128_ps(_mm_loadl_epi64(static_cast<const __m128i*>(first)));
+    return _mm_loadh_pi(low, static_cast<const __m64*>(second));
+}
+
+[[gnu::always_inline]] inline FloatRegisterX3 LoadAlignedInterleaved3(const void* source) {
+    const float* const floats = static_cast<const float*>(source);
+    const __m128 a = _mm_load_ps(floats);                              // x0 y0 z0 x1
+    const __m128 b = _mm_load_ps(floats + 4);                          // y1 z1 x2 y2
+    const __m128 c = _mm_load_ps(floats + 8);                          // z2 x3 y3 z3
+    const __m128 xy23 = _mm_shuffle_ps(b, c, _MM_SHUFFLE(2, 1, 3, 2)); // x2 y2 x3 y3
+    const __m128 yz01 = _mm_shuffle_ps(a, b, _MM_SHUFFLE(1, 0, 2, 1)); // y0 z0 y1 z1
+    return {_mm_shuffle_ps(a, xy23, _MM_SHUFFLE(2, 0, 3, 0)),
+            _mm_shuffle_ps(yz01, xy23, _MM_SHUFFLE(3, 1, 2, 0)),
+            _mm_shuffle_ps(yz01, c, _MM_SHUFFLE(3, 0, 3, 1))};
+}
+
+[[gnu::always_inline]] inline void StoreAligned(void* target, FloatRegister value) {
+    _mm_store_ps(static_cast<float*>(target), value);
+}
+
+[[gnu::always_inline]] inline void StoreAligned(void* target, IntRegister value) {
+    _mm_store_si128(static_cast<__m128i*>(target), value);
+}
+
+[[gnu::always_inline]] inline FloatRegister Add(FloatRegister a, FloatRegister b) {
+    return _mm_add_ps(a, b);
+}
+
+[[gnu::always_inline]] inline FloatRegister Subtract(FloatRegister a, FloatRegister b) {
+    return _mm_sub_ps(a, b);
+}
+
+[[gnu::always_inline]] inline FloatRegister Multiply(FloatRegister a, FloatRegister b) {
+    return _mm_mul_ps(a, b);
+}
+
+[[gnu::always_inline]] inline IntRegister Add(IntRegister a, IntRegister b) {
+    return _mm_add_epi32(a, b);
+}
+
+// Out of range and for not-a-number the instruction gives 0x80000000, from which a mask of ones makes
+// 0x7FFFFFFF. Compilers that fold it for a constant may give something else, so they are kept from seeing
+// one.
+[[gnu::always_inline]] inline IntRegister TruncateNumberToInt(FloatRegister value) {
+    asm("" : "+x"(value));
+    const __m128i isAbove = _mm_castps_si128(_mm_cmpge_ps(value, _mm_set1_ps(0x1p31f)));
+    return _mm_xor_si128(_mm_cvttps_epi32(value), isAbove);
+}
+
+[[gnu::always_inline]] inline IntRegister TruncateToInt(FloatRegister value) {
+    return _mm_and_si128(TruncateNumberToInt(value), _mm_castps_si128(_mm_cmpord_ps(value, value)));
+}
+
+[[gnu::always_inline]] inline FloatRegister ToFloat(IntRegister value) {
+    return _mm_cvtepi32_ps(value);
+}
+
+[[gnu::always_inline]] inline IntRegister GreaterThan(FloatRegister a, FloatRegister b) {
+    return _mm_castps_si128(_mm_cmpgt_ps(a, b));
+}
+
+[[gnu::always_inline]] inline IntRegister And(IntRegister a, IntRegister b) {
+    return _mm_and_si128(a, b);
+}
+
+[[gnu::always_inline]] inline IntRegister Xor(IntRegister a, IntRegister b) {
+    return _mm_xor_si128(a, b);
+}
+
+[[gnu::always_inline]] inline FloatRegister AsFloats(IntRegister value) {
+    return _mm_castsi128_ps(value);
+}
+
+[[gnu::always_inline]] inline IntRegister AsInts(FloatRegister value) {
+    return _mm_castps_si128(value);
+}
+
+template <int kLane>
+[[gnu::always_inline]] inline FloatRegister BroadcastLane(FloatRegister value) {
+    return _mm_shuffle_ps(value, value, _MM_SHUFFLE(kLane, kLane, kLane, kLane));
+}
+
+template <int kLane>
+[[gnu::always_inline]] inline float ExtractLane(FloatRegister value) {
+    return value[kLane];
+}
+
+template <int kLane>
+[[gnu::always_inline]] inline int32_t ExtractLane(IntRegister value) {
+    return reinterpret_cast<__v4si>(value)[kLane];
+}
+
+template <int kLane>
+[[gnu::always_inline]] inline FloatRegister InsertLane(FloatRegister value, float lane) {
+    value[kLane] = lane;
+    return value;
+}
+
+[[gnu::always_inline]] inline FloatRegister InterleaveLow(FloatRegister a, FloatRegister b) {
+    return _mm_unpacklo_ps(a, b);
+}
+
+[[gnu::always_inline]] inline FloatRegister InterleaveHigh(FloatRegister a, FloatRegister b) {
+    return _mm_unpackhi_ps(a, b);
+}
+
+[[gnu::always_inline]] inline FloatRegister DeinterleaveEven(FloatRegister a, FloatRegister b) {
+    return _mm_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0));
+}
+
+[[gnu::always_inline]] inline FloatRegister DeinterleaveOdd(FloatRegister a, FloatRegister b) {
+    return _mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1));
+}
+
+} // namespace Vestrel::SIMD_Neon::Backend

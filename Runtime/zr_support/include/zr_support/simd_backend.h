@@ -1,0 +1,16 @@
+#pragma once
+
+#include <zr_support/simd_float4.h>
+#include <zr_support/vector.h>
+
+namespace Vestrel::SIMD_Neon {
+
+/// The backend that the library was built with: "NEON", "SSE" or "portable".
+const char* BackendName() noexcept;
+
+/// The lanes of `value` as the compiled library receives them. They differ from the caller's only if the
+/// caller was compiled with another backend than the library, in which case no four-lane value may cross
+/// between them.
+TVector<float, 4> _LanesAsReceived(Float4 value) noexcept;
+
+} // namespace Vestrel::SIMD_Neon

@@ -1,0 +1,234 @@
+#pragma once
+
+// The four-lane SIMD values, and what every operation on them means on every platform. A backend (one file
+// under simd/) supplies the primitives on its own register types; all that is made of primitives is here,
+// once.
+//
+// All operations work lane by lane and round each lane on its own. Lane 0 is first in memory.
+
+#include <zr_support/compiler.h>
+#include <zr_support/config.h>
+
+#include <cstdint>
+#include <type_traits>
+
+#if VESTREL_SIMD_BACKEND_NEON
+#include <zr_support/simd/neon.h>
+#elif VESTREL_SIMD_BACKEND_SSE
+#include <zr_support/simd/sse.h>
+#elif VESTREL_SIMD_BACKEND_PORTABLE
+#include <zr_support/simd/portable.h>
+#else
+#error "zr_support/config.h names no SIMD backend: configure the library with CMake."
+#endif
+
+namespace Vestrel::SIMD_Neon {
+
+/// Four floats in one register where the platform has one.
+struct alignas(16) Float4 {
+    Backend::FloatRegister m_Register;
+
+    /// Lanes with unspecified contents.
+    Float4() = default;
+
+    [[gnu::always_inline]] constexpr Float4(float lane0, float lane1, float lane2, float lane3)
+        : m_Register(Backend::MakeFloats(lane0, lane1, lane2, lane3)) {}
+
+    /// The same value in all four lanes.
+    [[gnu::always_inline]] explicit constexpr Float4(float allLanes)
+        : Float4(allLanes, allLanes, allLanes, allLanes) {}
+
+    [[gnu::always_inline]] explicit constexpr Float4(Backend::FloatRegister value) : m_Register(value) {}
+};
+
+/// Four signed 32-bit integers in one register where the platform has one. As a mask, a lane is -1 (all ones)
+/// or 0.
+struct alignas(16) Int4 {
+    Backend::IntRegister m_Register;
+
+    /// Lanes with unspecified contents.
+    Int4() = default;
+
+    [[gnu::always_inline]] Int4(int32_t lane0, int32_t lane1, int32_t lane2, int32_t lane3)
+        : m_Register(Backend::MakeInts(lane0, lane1, lane2, lane3)) {}
+
+    /// The same value in all four lanes.
+    [[gnu::always_inline]] explicit Int4(int32_t allLanes) : Int4(allLanes, allLanes, allLanes, allLanes) {}
+
+    [[gnu::always_inline]] explicit constexpr Int4(Backend::IntRegister value) : m_Register(value) {}
+};
+
+static_assert(sizeof(Float4) == 16 && alignof(Float4) == 16 && std::is_trivially_copyable_v<Float4>);
+static_assert(sizeof(Int4) == 16 && alignof(Int4) == 16 && std::is_trivially_copyable_v<Int4>);
+
+namespace Constants {
+
+/// 1.0f in all four lanes.
+inline constexpr Float4 _Constant_Fp32_1_1_1_1{1.0f, 1.0f, 1.0f, 1.0f};
+
+} // namespace Constants
+
+// Loads and stores. "Aligned" asks the caller for an address that is a multiple of 16; the others take any.
+
+/// Reads 16 bytes.
+[[gnu::always_inline]] inline Float4 LoadAligned(const void* source) {
+    return Float4(Backend::LoadAligned(source));
+}
+
+/// Reads 16 bytes.
+[[gnu::always_inline]] inline Float4 LoadUnaligned(const void* source) {
+    return Float4(Backend::LoadUnaligned(source));
+}
+
+/// Reads 8 bytes: (source[0], source[1], 0, 0).
+[[gnu::always_inline]] inline Float4 LoadPair(const void* source) {
+    return Float4(Backend::LoadPair(source));
+}
+
+/// Reads two pairs of neighbours, 8 bytes from each address: (first[0], first[1], second[0], second[1]).
+[[gnu::always_inline]] inline Float4 LoadTwoPairs(const void* first, const void* second) {
+    return Float4(Backend::LoadTwoPairs(first, second));
+}
+
+/// Four records of three floats, one value per component.
+struct Float4x3 {
+    Float4 m_X, m_Y, m_Z;
+};
+
+/// Reads 48 bytes, (x0 y0 z0) to (x3 y3 z3), as (x0, x1, x2, x3), (y0, y1, y2, y3) and (z0, z1, z2, z3).
+[[gnu::always_inline]] inline Float4x3 LoadAlignedInterleaved3(const void* source) {
+    const Backend::FloatRegisterX3 loaded = Backend::LoadAlignedInterleaved3(source);
+    return {Float4(loaded.m_X), Float4(loaded.m_Y), Float4(loaded.m_Z)};
+}
+
+/// Writes 16 bytes.
+[[gnu::always_inline]] inline void StoreAligned(void* target, Float4 value) {
+    Backend::StoreAligned(target, value.m_Register);
+}
+
+/// Writes 16 bytes.
+[[gnu::always_inline]] inline void StoreAligned(void* target, Int4 value) {
+    Backend::StoreAligned(target, value.m_Register);
+}
+
+// Arithmetic. A product and a sum in one expression are two roundings: the library is compiled so that no
+// compiler fuses them.
+
+[[gnu::always_inline]] inline Float4 operator+(Float4 a, Float4 b) {
+    return Float4(Backend::Add(a.m_Register, b.m_Register));
+}
+
+[[gnu::always_inline]] inline Float4 operator-(Float4 a, Float4 b) {
+    return Float4(Backend::Subtract(a.m_Register, b.m_Register));
+}
+
+[[gnu::always_inline]] inline Float4 operator*(Float4 a, Float4 b) {
+    return Float4(Backend::Multiply(a.m_Register, b.m_Register));
+}
+
+/// Wraps modulo 2^32.
+[[gnu::always_inline]] inline Int4 operator+(Int4 a, Int4 b) {
+    return Int4(Backend::Add(a.m_Register, b.m_Register));
+}
+
+/// The sums of adjacent lanes: (a0 + a1, a2 + a3, b0 + b1, b2 + b3).
+[[gnu::always_inline]] inline Float4 PairwiseAdd(Float4 a, Float4 b) {
+    return Float4(Backend::DeinterleaveEven(a.m_Register, b.m_Register)) +
+           Float4(Backend::DeinterleaveOdd(a.m_Register, b.m_Register));
+}
+
+// Conversions.
+
+/// Rounds toward zero. Beyond the range of the integers it saturates (2^31 and above give 2147483647, below
+/// -2^31 gives -2147483648); not-a-number gives 0.
+[[gnu::always_inline]] inline Int4 TruncateToInt(Float4 value) {
+    return Int4(Backend::TruncateToInt(value.m_Register));
+}
+
+/// As TruncateToInt, but not-a-number gives an unspecified value. Cheaper where the processor does not
+/// saturate.
+[[gnu::always_inline]] inline Int4 TruncateNumberToInt(Float4 value) {
+    return Int4(Backend::TruncateNumberToInt(value.m_Register));
+}
+
+/// Rounds to the nearest float, ties to even.
+[[gnu::always_inline]] inline Float4 ToFloat(Int4 value) {
+    return Float4(Backend::ToFloat(value.m_Register));
+}
+
+// Comparison and bits.
+
+/// A mask: -1 in the lanes where a > b, 0 in the others, among them every lane with a not-a-number. -0 and +0
+/// are equal.
+[[gnu::always_inline]] inline Int4 GreaterThan(Float4 a, Float4 b) {
+    return Int4(Backend::GreaterThan(a.m_Register, b.m_Register));
+}
+
+[[gnu::always_inline]] inline Int4 operator&(Int4 a, Int4 b) {
+    return Int4(Backend::And(a.m_Register, b.m_Register));
+}
+
+[[gnu::always_inline]] inline Int4 operator^(Int4 a, Int4 b) {
+    return Int4(Backend::Xor(a.m_Register, b.m_Register));
+}
+
+/// The bits of each float, ANDed: with a mask, the lane or +0.
+[[gnu::always_inline]] inline Float4 operator&(Float4 a, Int4 b) {
+    return Float4(Backend::AsFloats(Backend::And(Backend::AsInts(a.m_Register), b.m_Register)));
+}
+
+/// The bits of the floats, exclusive-ored: with -0 in a lane of `b`, that lane's sign is flipped.
+[[gnu::always_inline]] inline Float4 operator^(Float4 a, Float4 b) {
+    return Float4(
+        Backend::AsFloats(Backend::Xor(Backend::AsInts(a.m_Register), Backend::AsInts(b.m_Register))));
+}
+
+// Movement of lanes.
+
+/// Lane `kLane` in all four lanes.
+template <int kLane>
+[[gnu::always_inline]] inline Float4 BroadcastLane(Float4 value) {
+    static_assert(0 <= kLane && kLane < 4);
+    return Float4(Backend::BroadcastLane<kLane>(value.m_Register));
+}
+
+template <int kLane>
+[[gnu::always_inline]] inline float ExtractLane(Float4 value) {
+    static_assert(0 <= kLane && kLane < 4);
+    return Backend::ExtractLane<kLane>(value.m_Register);
+}
+
+template <int kLane>
+[[gnu::always_inline]] inline int32_t ExtractLane(Int4 value) {
+    static_assert(0 <= kLane && kLane < 4);
+    return Backend::ExtractLane<kLane>(value.m_Register);
+}
+
+/// `value` with `lane` in place of lane `kLane`.
+template <int kLane>
+[[gnu::always_inline]] inline Float4 InsertLane(Float4 value, float lane) {
+    static_assert(0 <= kLane && kLane < 4);
+    return Float4(Backend::InsertLane<kLane>(value.m_Register, lane));
+}
+
+/// (a0, b0, a1, b1)
+[[gnu::always_inline]] inline Float4 InterleaveLow(Float4 a, Float4 b) {
+    return Float4(Backend::InterleaveLow(a.m_Register, b.m_Register));
+}
+
+/// (a2, b2, a3, b3)
+[[gnu::always_inline]] inline Float4 InterleaveHigh(Float4 a, Float4 b) {
+    return Float4(Backend::InterleaveHigh(a.m_Register, b.m_Register));
+}
+
+/// (a0, a2, b0, b2)
+[[gnu::always_inline]] inline Float4 DeinterleaveEven(Float4 a, Float4 b) {
+    return Float4(Backend::DeinterleaveEven(a.m_Register, b.m_Register));
+}
+
+/// (a1, a3, b1, b3)
+[[gnu::always_inline]] inline Float4 DeinterleaveOdd(Float4 a, Float4 b) {
+    return Float4(Backend::DeinterleaveOdd(a.m_Register, b.m_Register));
+}
+
+} // namespace Vestrel::SIMD_Neon

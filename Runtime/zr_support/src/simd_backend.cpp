@@ -1,0 +1,23 @@
+#include "strict_arithmetic.h"
+
+#include <zr_support/simd_backend.h>
+
+namespace Vestrel::SIMD_Neon {
+
+const char* BackendName() noexcept {
+#if VESTREL_SIMD_BACKEND_NEON
+    return "NEON";
+#elif VESTREL_SIMD_BACKEND_SSE
+    return "SSE";
+#else
+    return "portable";
+#endif
+}
+
+TVector<float, 4> _LanesAsReceived(Float4 value) noexcept {
+    alignas(16) TVector<float, 4> lanes;
+    StoreAligned(&lanes, value);
+    return lanes;
+}
+
+} // namespace Vestrel::SIMD_Neon

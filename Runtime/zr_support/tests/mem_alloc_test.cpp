@@ -1,0 +1,49 @@
+#include <zr_support/mem_alloc.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+
+namespace {
+
+using namespace Vestrel;
+
+constexpr Mem::EAllocType kType = static_cast<Mem::EAllocType>(0);
+constexpr Mem::EOrigin kOrigin = static_cast<Mem::EOrigin>(0);
+
+TEST(MemAlloc, BlocksAreAlignedAndWritableToTheirEnd) {
+    for (const uint32_t alignment : {1u, 2u, 4u, 8u, 16u, 32u, 64u, 4096u}) {
+        for (const uint64_t size : {1u, 31u, 32u, 33u, 2052u, 3076u}) {
+            void* const block = Mem::_RawAlloc(size, alignment, kType, kOrigin);
+            ASSERT_NE(block, nullptr) << size << " bytes aligned to " << alignment;
+            EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % alignment, 0u)
+                << size << " bytes aligned to " << alignment;
+            std::memset(block, 0xAB, static_cast<size_t>(size));
+            Mem::_RawFree(block, kType, kOrigin);
+        }
+    }
+}
+
+TEST(MemAlloc, EmptyBlocksHaveAddressesOfTheirOwn) {
+    void* const first = Mem::_RawAlloc(0, 32, kType, kOrigin);
+    void* const second = Mem::_RawAlloc(0, 32, kType, kOrigin);
+    EXPECT_NE(first, nullptr);
+    EXPECT_NE(first, second);
+    Mem::_RawFree(first, kType, kOrigin);
+    Mem::_RawFree(second, kType, kOrigin);
+}
+
+TEST(MemAlloc, FreeingNullIsAllowed) {
+    Mem::_RawFree(nullptr, kType, kOrigin);
+}
+
+TEST(MemAllocDeathTest, ExhaustionIsSaidAndAborts) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    // As much as can be asked for, and a size that wraps to almost nothing when it is padded.
+    EXPECT_DEATH(Mem::_RawAlloc(UINT64_MAX / 2, 32, kType, kOrigin),
+                 "Vestrel: out of memory: no block of 9223372036854775807 bytes, aligned to 32, is left");
+    EXPECT_DEATH(Mem::_RawAlloc(UINT64_MAX - 5, 32, kType, kOrigin), "Vestrel: out of memory");
+}
+
+} // namespace

@@ -1,0 +1,26 @@
+# Chooses the SIMD backend of the library; <zr_support/config.h> hands the choice on to every program that uses it.
+include(CheckCXXSourceCompiles)
+
+check_cxx_source_compiles("
+#if !defined(__aarch64__) || !defined(__ARM_NEON) || defined(__AARCH64EB__)
+#error not little-endian arm64
+#endif
+int main() {}" VESTREL_TARGET_HAS_NEON)
+check_cxx_source_compiles("
+#if !defined(__SSE2__)
+#error not x86 with SSE2
+#endif
+int main() {}" VESTREL_TARGET_HAS_SSE)
+
+set(VESTREL_SIMD_BACKEND_NEON OFF)
+set(VESTREL_SIMD_BACKEND_SSE OFF)
+set(VESTREL_SIMD_BACKEND_PORTABLE OFF)
+if(VESTREL_PORTABLE_SIMD)
+  set(VESTREL_SIMD_BACKEND_PORTABLE ON)
+elseif(VESTREL_TARGET_HAS_NEON)
+  set(VESTREL_SIMD_BACKEND_NEON ON)
+elseif(VESTREL_TARGET_HAS_SSE)
+  set(VESTREL_SIMD_BACKEND_SSE ON)
+else()
+  set(VESTREL_SIMD_BACKEND_PORTABLE ON)
+endif()

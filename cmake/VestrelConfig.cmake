@@ -1,0 +1,2 @@
+# Targets: Vestrel::zr_support (what the runtime's libraries build on).
+include(${CMAKE_CURRENT_LIST_DIR}/VestrelTargets.cmake)

@@ -1,0 +1,35 @@
+# What the project's targets have in common.
+
+# Warnings for the project's own code. They are errors where a preset says so.
+function(vestrel_own_code target)
+  set_target_properties(${target} PROPERTIES CXX_STANDARD 20 CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow)
+endfunction()
+
+# Code whose results are promised to the bit. Compilers fuse products and sums where the processor can, unless
+# told otherwise; and GCC forgets that it was told in link-time optimisation, so such code stays out of it.
+function(vestrel_exact_arithmetic target)
+  target_compile_options(${target} PRIVATE -ffp-contract=off -fno-lto)
+  set_target_properties(${target} PROPERTIES INTERPROCEDURAL_OPTIMIZATION OFF)
+endfunction()
+
+# A library of the runtime: its public headers are in include/, in C++17.
+function(vestrel_runtime_library target)
+  vestrel_own_code(${target})
+  vestrel_exact_arithmetic(${target})
+  add_library(Vestrel::${target} ALIAS ${target})
+  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  target_compile_features(${target} PUBLIC cxx_std_17)
+  target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
+                                              $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  install(TARGETS ${target} EXPORT VestrelTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+endfunction()
+
+# find_package for something that only a part of the build needs, with a message that says how to go on without.
+macro(vestrel_find_for part option package debian)
+  find_package(${package} QUIET ${ARGN})
+  if(NOT ${package}_FOUND)
+    message(FATAL_ERROR "The ${part} need ${package}: install it (Debian: ${debian}) or configure with -D${option}=OFF.")
+  endif()
+endmacro()

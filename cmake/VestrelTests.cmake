@@ -1,0 +1,22 @@
+# How the project's tests are made.
+
+# Debian's GoogleTest is for the machine itself; for another one it is built from the sources beside it.
+if(CMAKE_CROSSCOMPILING)
+  set(VESTREL_GTEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest's sources, for cross builds")
+  set(INSTALL_GTEST OFF)
+  add_subdirectory(${VESTREL_GTEST_SOURCE} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+else()
+  vestrel_find_for("tests" VESTREL_BUILD_TESTS GTest libgtest-dev)
+endif()
+include(GoogleTest)
+
+# vestrel_test(NAME source... [LIBRARIES library...])
+function(vestrel_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LIBRARIES")
+  add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
+  vestrel_own_code(${name})
+  # The references that results are compared with must not be fused either.
+  vestrel_exact_arithmetic(${name})
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gtest_main)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+endfunction()
