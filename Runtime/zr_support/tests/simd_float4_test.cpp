@@ -148,12 +148,15 @@ TEST(SimdFloat4, ArithmeticKeepsDenormals) {
 // With x = 1 + 2^-12, x * x is 1 + 2^-11 + 2^-24, whose last digit is lost when the product is rounded: the
 // sum with -(1 + 2^-11) is 0, and 2^-24 where the two operations are fused.
 TEST(SimdFloat4, ProductAndSumAreNotFused) {
-    const float x = 1.0f + 0x1p-12f;
-    const Float4 factor = AtRunTime(x, x, x, x);
-    const Float4 addend = AtRunTime(-1.0f - 0x1p-11f, -1.0f - 0x1p-11f, -1.0f - 0x1p-11f, -1.0f - 0x1p-11f);
-    EXPECT_EQ(BitsOf(factor * factor + addend), BitsOf(0.0f, 0.0f, 0.0f, 0.0f));
-    EXPECT_EQ(BitsOf(addend + factor * factor), BitsOf(0.0f, 0.0f, 0.0f, 0.0f));
-    EXPECT_EQ(BitsOf(factor * factor - (Float4(0.0f) - addend)), BitsOf(0.0f, 0.0f, 0.0f, 0.0f));
+    // Anew for each expression: a product that is used twice would not be fused anyway.
+    const auto factor = [] { return Float4(AtRunTime(1.0f + 0x1p-12f)); };
+    const auto addend = [] { return Float4(AtRunTime(-1.0f - 0x1p-11f)); };
+    const Float4 first = factor();
+    EXPECT_EQ(BitsOf(first * first + addend()), BitsOf(0.0f, 0.0f, 0.0f, 0.0f));
+    const Float4 second = factor();
+    EXPECT_EQ(BitsOf(addend() + second * second), BitsOf(0.0f, 0.0f, 0.0f, 0.0f));
+    const Float4 third = factor();
+    EXPECT_EQ(BitsOf(third * third - (Float4(0.0f) - addend())), BitsOf(0.0f, 0.0f, 0.0f, 0.0f));
 }
 
 TEST(SimdFloat4, IntegerAdditionWraps) {

@@ -1,0 +1,106 @@
+#pragma once
+
+#include <zr_support/config.h>
+#include <zr_support/floating_point_traits.h>
+#include <zr_support/memory_view.h>
+#include <zr_support/pair.h>
+#include <zr_support/random_generator.h>
+#include <zr_support/simd_float4.h>
+#include <zr_support/std_random_generator.h>
+#include <zr_support/vector.h>
+
+namespace Vestrel {
+
+/// Smooth, repeatable noise: a scalar field over space, blended between 256 random values that are spread
+/// over an integer lattice. The field repeats every 256 cells on each axis and stays within [-1, 1] up to
+/// rounding.
+///
+/// Samplers come in three qualities. `Linear` is continuous, with creases at the cell faces; `Cubic`
+/// (3t^2 - 2t^3) has a continuous first derivative; `Quintic` (6t^5 - 15t^4 + 10t^3) a continuous second one.
+/// They agree at the lattice points, and cost more in this order.
+///
+/// ## Same bits
+/// A position has one value: the same bits from every path of a sampler, on every platform, with every
+/// supported compiler. This holds in the default floating-point environment (round to nearest, denormals
+/// kept).
+///
+/// ## Threads
+/// Any number of samplers may run at once on one object. Construction, assignment, destruction and
+/// ResetSampler must not overlap any other call on the same object; the caller sees to that.
+///
+/// ## Batch samplers
+/// `SampleLinear1D` and its kind write one float per position:
+/// - The output view alone says how many: `m_Count * m_Stride` bytes from its data pointer, a 32-bit product
+/// that
+///   wraps, are filled with one float per `m_Stride` bytes. The count of the position view is never read. An
+///   output of 0 bytes writes nothing, whatever its pointer.
+/// - The fast path takes four positions at a time, as long as 16 bytes of output remain, if both pointers are
+///   multiples of 16 and the position stride is that of packed positions. It writes packed floats without
+///   looking at the output stride: into an output with a stride of 8 it puts twice as many samples, of as
+///   many consecutive positions, in every byte up to its end. Everything else goes one position at a time,
+///   with any alignment and any stride, a position stride of 0 (one position for all samples) included.
+/// - Not-a-number in a position gives a not-a-number sample (of unspecified sign and payload) and touches no
+///   other. Beyond +-2^31 the cell stays at the last one of the 32-bit range and the fraction grows with the
+///   distance, so that samples there are of no use, but they too have the same bits everywhere.
+///
+/// The caller guarantees:
+/// - an output stride that is not 0 (with 0 a call would not return; debug builds assert);
+/// - as many readable positions as samples are written, and 4 readable bytes behind each 3D position, for
+/// those
+///   that go one at a time are read as 16 bytes. An array of packed 3D positions needs room for one more
+///   float;
+/// - an output that does not overlap the tables of the object, and overlaps the positions only so that no
+/// sample
+///   lies at a higher address than the position that it is made of: in place in 1D, or from the start of the
+///   positions on.
+///
+/// Nothing is checked, reported or thrown.
+class CFastNoise3 {
+public:
+    /// Draws the field from `generator`, which is borrowed for the call. With a null generator nothing is
+    /// drawn: the field is unspecified until ResetSampler is called with a generator or a drawn object is
+    /// assigned.
+    explicit CFastNoise3(CAbstractRandomGenerator* generator);
+
+    /// The same field, in a table of its own.
+    CFastNoise3(const CFastNoise3& other);
+
+    /// Takes over the other's field. Assignment of an object to itself changes nothing.
+    CFastNoise3& operator=(const CFastNoise3& other);
+
+    virtual ~CFastNoise3();
+
+    /// Draws the field anew from `generator`, which is borrowed for the call. With a null generator the field
+    /// stays as it is.
+    virtual void ResetSampler(CAbstractRandomGenerator* generator);
+
+    /// Samples the 1D field; see "Batch samplers" above.
+    void SampleLinear1D(const TStridedMemoryView<float>& output,
+                        const TStridedMemoryView<const float>& positions) const noexcept;
+    void SampleCubic1D(const TStridedMemoryView<float>& output,
+                       const TStridedMemoryView<const float>& positions) const noexcept;
+    void SampleQuintic1D(const TStridedMemoryView<float>& output,
+                         const TStridedMemoryView<const float>& positions) const noexcept;
+
+    /// Samples the 3D field; see "Batch samplers" above.
+    void SampleLinear3D(const TStridedMemoryView<float>& output,
+                        const TStridedMemoryView<const TVector<float, 3>>& positions) const noexcept;
+    void SampleCubic3D(const TStridedMemoryView<float>& output,
+                       const TStridedMemoryView<const TVector<float, 3>>& positions) const noexcept;
+    void SampleQuintic3D(const TStridedMemoryView<float>& output,
+                         const TStridedMemoryView<const TVector<float, 3>>& positions) const noexcept;
+
+protected:
+    /// What ResetSampler does to the basis, without the virtual call.
+    void _ResetSampler(CAbstractRandomGenerator* generator);
+
+    /// Repeats entries 0 to 255 of the basis in the entries from 256 on. To be called after every change of
+    /// the former.
+    void _RefreshBasis();
+
+    /// The basis: 513 floats, 32-byte aligned, owned. Entries 0 to 255 are the random values in [-1, 1]; 256
+    /// to 511 repeat them and 512 repeats entry 0, so that no sampler needs to wrap an index. Never null.
+    float* m_Basis = nullptr;
+};
+
+} // namespace Vestrel

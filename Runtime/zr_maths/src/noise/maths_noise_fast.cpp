@@ -1,0 +1,100 @@
+#include "strict_arithmetic.h"
+
+#include <zr_maths/maths_noise_fast.h>
+
+#include "maths_noise_fast_batch.h"
+
+#include <zr_support/mem_alloc.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace Vestrel {
+
+namespace {
+
+using Internal::ENoiseQuality;
+using Internal::SampleBatch;
+
+constexpr uint32_t kDrawnCount = 256;
+constexpr size_t kDrawnBytes = kDrawnCount * sizeof(float);
+constexpr size_t kBasisBytes = (2 * kDrawnCount + 1) * sizeof(float);
+constexpr uint32_t kBasisAlignment = 32;
+
+float* AllocateBasis() {
+    return static_cast<float*>(
+        Mem::_RawAlloc(kBasisBytes, kBasisAlignment, Mem::EAllocType::kGeneral, Mem::EOrigin::kUnspecified));
+}
+
+} // namespace
+
+static_assert(sizeof(void*) != 8 || sizeof(CFastNoise3) == 16);
+
+CFastNoise3::CFastNoise3(CAbstractRandomGenerator* generator) : m_Basis(AllocateBasis()) {
+    _ResetSampler(generator);
+}
+
+CFastNoise3::CFastNoise3(const CFastNoise3& other) : m_Basis(AllocateBasis()) {
+    std::memcpy(m_Basis, other.m_Basis, kBasisBytes);
+}
+
+CFastNoise3& CFastNoise3::operator=(const CFastNoise3& other) {
+    // Both tables may be the same one.
+    std::memmove(m_Basis, other.m_Basis, kBasisBytes);
+    return *this;
+}
+
+CFastNoise3::~CFastNoise3() {
+    Mem::_RawFree(m_Basis, Mem::EAllocType::kGeneral, Mem::EOrigin::kUnspecified);
+}
+
+void CFastNoise3::ResetSampler(CAbstractRandomGenerator* generator) {
+    _ResetSampler(generator);
+}
+
+void CFastNoise3::_ResetSampler(CAbstractRandomGenerator* generator) {
+    if (generator != nullptr) {
+        generator->FillRandomFloats(TMemoryView<float>(m_Basis, kDrawnCount), -1.0f, 1.0f);
+    }
+    _RefreshBasis();
+}
+
+void CFastNoise3::_RefreshBasis() {
+    std::memcpy(m_Basis + kDrawnCount, m_Basis, kDrawnBytes);
+    m_Basis[2 * kDrawnCount] = m_Basis[0];
+}
+
+void CFastNoise3::SampleLinear1D(const TStridedMemoryView<float>& output,
+                                 const TStridedMemoryView<const float>& positions) const noexcept {
+    SampleBatch<1, ENoiseQuality::kLinear>(m_Basis, output, positions);
+}
+
+void CFastNoise3::SampleCubic1D(const TStridedMemoryView<float>& output,
+                                const TStridedMemoryView<const float>& positions) const noexcept {
+    SampleBatch<1, ENoiseQuality::kCubic>(m_Basis, output, positions);
+}
+
+void CFastNoise3::SampleQuintic1D(const TStridedMemoryView<float>& output,
+                                  const TStridedMemoryView<const float>& positions) const noexcept {
+    SampleBatch<1, ENoiseQuality::kQuintic>(m_Basis, output, positions);
+}
+
+void CFastNoise3::SampleLinear3D(
+    const TStridedMemoryView<float>& output,
+    const TStridedMemoryView<const TVector<float, 3>>& positions) const noexcept {
+    SampleBatch<3, ENoiseQuality::kLinear>(m_Basis, output, positions);
+}
+
+void CFastNoise3::SampleCubic3D(const TStridedMemoryView<float>& output,
+                                const TStridedMemoryView<const TVector<float, 3>>& positions) const noexcept {
+    SampleBatch<3, ENoiseQuality::kCubic>(m_Basis, output, positions);
+}
+
+void CFastNoise3::SampleQuintic3D(
+    const TStridedMemoryView<float>& output,
+    const TStridedMemoryView<const TVector<float, 3>>& positions) const noexcept {
+    SampleBatch<3, ENoiseQuality::kQuintic>(m_Basis, output, positions);
+}
+
+} // namespace Vestrel

@@ -1,0 +1,149 @@
+#pragma once
+
+// The rules of the noise value at a point: in which lattice cell it lies and where (SplitCoordinates), which
+// basis values stand at the corners of that cell (HashEdges, CAdjacentEnds, CPermutedEnds), how far the point
+// has gone from one side to the other (Fade), and the mean of the corners so weighted (Lerp, Blend). Every
+// sampler is made of these. What is a template over the type of a value works for one position and for
+// several side by side.
+
+#include "maths_noise_fast_permutations.h"
+
+#include <zr_support/simd_float4.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+
+namespace Vestrel::Internal {
+
+using SIMD_Neon::Float4;
+using SIMD_Neon::Int4;
+
+enum class ENoiseQuality { kLinear, kCubic, kQuintic };
+
+/// Four coordinates, each split into its cell on the lattice, reduced to 0 to 255, and its fraction within
+/// it.
+struct CSplitCoordinates {
+    Int4 m_Cell;
+    Float4 m_Fraction;
+};
+
+/// Splits four coordinates. Fractions lie in [0, 1]: exactly 0 for integral coordinates, and rounded to
+/// exactly 1 just below some of them. This form, with its saturating conversion, says what the noise is for
+/// every bit pattern: the fraction of -0 is +0; beyond +-2^31 the cell stays put and the fraction grows;
+/// not-a-number has a fraction that is not a number, so that its cell, some cell, does not count.
+[[gnu::always_inline]] inline CSplitCoordinates SplitCoordinates(Float4 coordinates) {
+    const Int4 truncated = SIMD_Neon::TruncateNumberToInt(coordinates);
+    const Float4 rounded = SIMD_Neon::ToFloat(truncated);
+    const Int4 isAbove = SIMD_Neon::GreaterThan(rounded, coordinates);
+    const Float4 one = SIMD_Neon::Constants::_Constant_Fp32_1_1_1_1;
+    return {(truncated + isAbove) & Int4(255), (coordinates - rounded) + (one & isAbove)};
+}
+
+/// The weight of the upper side at the fraction `t`. The order of operations is part of the noise's
+/// definition.
+template <ENoiseQuality kQuality, typename TValue>
+[[gnu::always_inline]] inline TValue Fade(TValue t) {
+    if constexpr (kQuality == ENoiseQuality::kCubic) {
+        return (t * t) * (TValue(3.0f) - (t + t));
+    } else if constexpr (kQuality == ENoiseQuality::kQuintic) {
+        return (t * (t * t)) * (t * (t * TValue(6.0f) + TValue(-15.0f)) + TValue(10.0f));
+    } else {
+        return t;
+    }
+}
+
+template <typename TValue>
+[[gnu::always_inline]] inline TValue Lerp(TValue a, TValue b, TValue t) {
+    return a + (b - a) * t;
+}
+
+/// The corners of a cell come in edges along the last axis. An edge's number has its offset along each of the
+/// other axes as a binary digit, x first: edge 2 of a 3D cell, 10 in digits, goes from corner 100 to corner
+/// 101.
+template <int kDimension>
+inline constexpr size_t kEdgeCount = size_t{1} << (kDimension - 1);
+
+template <size_t... kEdges>
+[[gnu::always_inline]] inline std::array<uint32_t, sizeof...(kEdges)>
+_HashNextAxis(const std::array<uint32_t, sizeof...(kEdges) / 2>& hashes, uint32_t coordinate,
+              std::index_sequence<kEdges...>) {
+    return {(kFastNoisePermutations[hashes[kEdges / 2] + kEdges % 2] + coordinate)...};
+}
+
+/// The hash of every edge of a cell: the first coordinate, looked up in the permutation and the next one
+/// added, and so on to the last. `cell` holds kDimension coordinates in 0 to 255; a hash is in 0 to 510.
+template <int kDimension>
+[[gnu::always_inline]] inline std::array<uint32_t, kEdgeCount<kDimension>> HashEdges(const uint32_t* cell) {
+    if constexpr (kDimension == 1) {
+        return {cell[0]};
+    } else {
+        return _HashNextAxis(HashEdges<kDimension - 1>(cell), cell[kDimension - 1],
+                             std::make_index_sequence<kEdgeCount<kDimension>>());
+    }
+}
+
+/// Edges whose hash is the index of the lower end, the upper end being its neighbour.
+struct CAdjacentEnds {
+    const float* m_Values;
+
+    /// (lower end, upper end, 0, 0)
+    [[gnu::always_inline]] Float4 LoadEdge(size_t hash) const {
+        return SIMD_Neon::LoadPair(m_Values + hash);
+    }
+
+    /// (lower end 0, upper end 0, lower end 1, upper end 1)
+    [[gnu::always_inline]] Float4 LoadTwoEdges(size_t hash0, size_t hash1) const {
+        return SIMD_Neon::LoadTwoPairs(m_Values + hash0, m_Values + hash1);
+    }
+};
+
+/// Edges whose ends both go through the permutation once more.
+struct CPermutedEnds {
+    const float* m_Basis;
+
+    [[gnu::always_inline]] float Value(size_t hash) const {
+        return m_Basis[kFastNoisePermutations[hash]];
+    }
+
+    /// As CAdjacentEnds.
+    [[gnu::always_inline]] Float4 LoadEdge(size_t hash) const {
+        return Float4(Value(hash), Value(hash + 1), 0.0f, 0.0f);
+    }
+
+    /// As CAdjacentEnds.
+    [[gnu::always_inline]] Float4 LoadTwoEdges(size_t hash0, size_t hash1) const {
+        return Float4(Value(hash0), Value(hash0 + 1), Value(hash1), Value(hash1 + 1));
+    }
+};
+
+/// How a hash leads to the basis. From 3D on it is an index as it stands, which saves a round of look-ups: a
+/// line along the last axis walks through the basis in order, each line from a start of its own. In 1D and
+/// 2D, where such lines are all or half of what one sees, both ends go through the permutation once more.
+template <int kDimension>
+using TEdgeEnds = std::conditional_t<kDimension >= 3, CAdjacentEnds, CPermutedEnds>;
+
+template <typename TValue, size_t... kEdges>
+[[gnu::always_inline]] inline std::array<TValue, sizeof...(kEdges)>
+_BlendOneAxis(const std::array<TValue, 2 * sizeof...(kEdges)>& edges, TValue weight,
+              std::index_sequence<kEdges...>) {
+    return {Lerp(edges[kEdges], edges[kEdges + sizeof...(kEdges)], weight)...};
+}
+
+/// Blends the edges of a cell into one, along x first, then y and z: `weights` has one weight for each axis
+/// but the last. An edge's first digit tells its side on the first axis, so that the sides are the two
+/// halves.
+template <typename TValue, size_t kCount>
+[[gnu::always_inline]] inline TValue BlendEdges(const std::array<TValue, kCount>& edges,
+                                                const TValue* weights) {
+    if constexpr (kCount == 1) {
+        return edges[0];
+    } else {
+        return BlendEdges(_BlendOneAxis(edges, weights[0], std::make_index_sequence<kCount / 2>()),
+                          weights + 1);
+    }
+}
+
+} // namespace Vestrel::Internal

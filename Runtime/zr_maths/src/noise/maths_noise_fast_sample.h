@@ -1,0 +1,88 @@
+#pragma once
+
+// The noise at one position and at four side by side, put together from the rules of the lattice.
+
+#include "maths_noise_fast_lattice.h"
+
+namespace Vestrel::Internal {
+
+/// Stores lattice coordinates for reading them one by one. Left to themselves, compilers forget the store and
+/// take each lane out of the register, with instructions that need the ports of the arithmetic.
+[[gnu::always_inline]] inline void _SpillCells(uint32_t (&lanes)[4], Int4 cells) {
+    SIMD_Neon::StoreAligned(lanes, cells);
+    asm("" : "+m"(lanes));
+}
+
+template <int kDimension, typename TEnds, size_t... kEdges>
+[[gnu::always_inline]] inline std::array<Float4, sizeof...(kEdges)>
+_LoadEdges(TEnds ends, const std::array<uint32_t, sizeof...(kEdges)>& hashes,
+           std::index_sequence<kEdges...>) {
+    return {ends.LoadEdge(hashes[kEdges])...};
+}
+
+template <int kDimension, typename TEnds, size_t... kEdges>
+[[gnu::always_inline]] inline std::array<Float4, sizeof...(kEdges)>
+_LoadEdgesOfTwo(TEnds ends, const std::array<uint32_t, sizeof...(kEdges)>& hashes0,
+                const std::array<uint32_t, sizeof...(kEdges)>& hashes1, std::index_sequence<kEdges...>) {
+    return {ends.LoadTwoEdges(hashes0[kEdges], hashes1[kEdges])...};
+}
+
+/// The noise at the position in the first lanes of `position`; the other lanes are of no account.
+///
+/// Split and fade take one axis per lane. They are those of SampleFour to the letter, which gives the same
+/// bits for every bit pattern; a true floor in scalar arithmetic would not beyond +-2^31.
+template <int kDimension, ENoiseQuality kQuality, typename TEnds>
+[[gnu::always_inline]] inline float SampleOne(TEnds ends, Float4 position) {
+    const CSplitCoordinates split = SplitCoordinates(position);
+    const Float4 weights = Fade<kQuality>(split.m_Fraction);
+
+    alignas(16) uint32_t cell[4];
+    _SpillCells(cell, split.m_Cell);
+    const Float4 axisWeights[3] = {SIMD_Neon::BroadcastLane<0>(weights), SIMD_Neon::BroadcastLane<1>(weights),
+                                   SIMD_Neon::BroadcastLane<2>(weights)};
+    const Float4 edge = BlendEdges(_LoadEdges<kDimension>(ends, HashEdges<kDimension>(cell),
+                                                          std::make_index_sequence<kEdgeCount<kDimension>>()),
+                                   axisWeights);
+    return Lerp(SIMD_Neon::ExtractLane<0>(edge), SIMD_Neon::ExtractLane<1>(edge),
+                SIMD_Neon::ExtractLane<kDimension - 1>(weights));
+}
+
+/// The noise at four positions, given as one value per axis: lane n belongs to position n.
+///
+/// Look-ups bring whole edges, and the blends of all axes but the last run on the edges of two positions at a
+/// time, (lower 0, upper 0, lower 1, upper 1). Only then the two ends part, for the last blend.
+template <int kDimension, ENoiseQuality kQuality, typename TEnds>
+[[gnu::always_inline]] inline Float4 SampleFour(TEnds ends,
+                                                const std::array<Float4, kDimension>& coordinates) {
+    alignas(16) uint32_t cells[kDimension][4];
+    std::array<Float4, kDimension> weights;
+    std::array<Float4, kDimension> weights01;
+    std::array<Float4, kDimension> weights23;
+#pragma GCC unroll 4
+    for (size_t axis = 0; axis < kDimension; ++axis) {
+        const CSplitCoordinates split = SplitCoordinates(coordinates[axis]);
+        _SpillCells(cells[axis], split.m_Cell);
+        weights[axis] = Fade<kQuality>(split.m_Fraction);
+        weights01[axis] = SIMD_Neon::InterleaveLow(weights[axis], weights[axis]);
+        weights23[axis] = SIMD_Neon::InterleaveHigh(weights[axis], weights[axis]);
+    }
+    uint32_t cell[4][kDimension];
+#pragma GCC unroll 4
+    for (size_t axis = 0; axis < kDimension; ++axis) {
+#pragma GCC unroll 4
+        for (size_t lane = 0; lane < 4; ++lane) {
+            cell[lane][axis] = cells[axis][lane];
+        }
+    }
+    constexpr auto allEdges = std::make_index_sequence<kEdgeCount<kDimension>>();
+    const Float4 edge01 = BlendEdges(_LoadEdgesOfTwo<kDimension>(ends, HashEdges<kDimension>(cell[0]),
+                                                                 HashEdges<kDimension>(cell[1]), allEdges),
+                                     weights01.data());
+    const Float4 edge23 = BlendEdges(_LoadEdgesOfTwo<kDimension>(ends, HashEdges<kDimension>(cell[2]),
+                                                                 HashEdges<kDimension>(cell[3]), allEdges),
+                                     weights23.data());
+    return Lerp(SIMD_Neon::DeinterleaveEven(edge01, edge23), SIMD_Neon::DeinterleaveOdd(edge01, edge23),
+                weights[kDimension - 1]);
+}
+
+} // namespace Vestrel::Internal

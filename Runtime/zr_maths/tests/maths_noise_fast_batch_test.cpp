@@ -1,0 +1,550 @@
+#include "batch_samplers.h"
+#include "noise_test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdint>
+#include <cstring>
+#include <iomanip>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace Vestrel;
+
+constexpr unsigned char kCanary = 0xC5;
+constexpr size_t kMargin = 64;
+
+/// Bytes at a chosen distance from a multiple of 64, with a margin of canaries on both sides.
+class CBuffer {
+public:
+    CBuffer(size_t size, size_t offset) : m_Storage(size + offset + 2 * kMargin + 64, kCanary), m_Size(size) {
+        const size_t past = reinterpret_cast<uintptr_t>(m_Storage.data()) % 64;
+        m_Data = m_Storage.data() + (64 - past) + kMargin + offset;
+    }
+
+    CBuffer(const CBuffer&) = delete;
+    CBuffer& operator=(const CBuffer&) = delete;
+
+    unsigned char* Data() {
+        return m_Data;
+    }
+
+    template <typename T>
+    T* As() {
+        return reinterpret_cast<T*>(m_Data);
+    }
+
+    bool MarginsAreIntact() const {
+        const auto isCanary = [](unsigned char byte) { return byte == kCanary; };
+        return std::all_of(m_Storage.data(), static_cast<const unsigned char*>(m_Data), isCanary) &&
+               std::all_of(static_cast<const unsigned char*>(m_Data) + m_Size,
+                           m_Storage.data() + m_Storage.size(), isCanary);
+    }
+
+private:
+    std::vector<unsigned char> m_Storage;
+    size_t m_Size;
+    unsigned char* m_Data;
+};
+
+/// One call of a sampler.
+struct CCall {
+    uint32_t m_Count;
+    uint32_t m_OutputStride = 4;
+    uint32_t m_PositionStride = 0; // the size of a position, where a test does not say
+    size_t m_OutputOffset = 0;     // from a multiple of 16
+    size_t m_PositionOffset = 0;   // from a multiple of 16
+};
+
+std::ostream& operator<<(std::ostream& stream, const CCall& call) {
+    return stream << "count " << call.m_Count << ", output stride " << call.m_OutputStride
+                  << ", position stride " << call.m_PositionStride << ", output offset "
+                  << call.m_OutputOffset << ", position offset " << call.m_PositionOffset;
+}
+
+/// Where each sample of a call goes, in bytes from the start of the output, and where its position comes
+/// from.
+struct CPlace {
+    uint64_t m_Output;
+    uint64_t m_Position;
+};
+
+/// The places of a call's samples, worked out from the pattern of the batch samplers.
+std::vector<CPlace> PlacesOf(const CCall& call, uint32_t positionSize) {
+    const uint64_t end = uint32_t(call.m_Count * call.m_OutputStride);
+    const bool isFast = call.m_OutputOffset % 16 == 0 && call.m_PositionOffset % 16 == 0 &&
+                        call.m_PositionStride == positionSize;
+    std::vector<CPlace> places;
+    uint64_t output = 0;
+    uint64_t position = 0;
+    while (isFast && output + 16 <= end) {
+        for (int lane = 0; lane < 4; ++lane) {
+            places.push_back({output, position});
+            output += 4;
+            position += positionSize;
+        }
+    }
+    while (output < end) {
+        places.push_back({output, position});
+        output += call.m_OutputStride;
+        position += call.m_PositionStride;
+    }
+    return places;
+}
+
+class BatchSamplers : public testing::TestWithParam<CBatchSampler> {
+protected:
+    /// Makes the call over coordinates of every kind and compares every byte around the output with what is
+    /// due. Returns the number of samples.
+    size_t Check(CCall call, uint32_t seed) {
+        const CBatchSampler& sampler = GetParam();
+        const std::vector<CPlace> places = PlacesOf(call, sampler.PositionSize());
+
+        uint64_t outputBytes = uint32_t(call.m_Count * call.m_OutputStride);
+        uint64_t positionBytes = 0;
+        for (const CPlace& place : places) {
+            outputBytes = std::max(outputBytes, place.m_Output + 4);
+            // Single 3D positions are read as 16 bytes.
+            positionBytes = std::max(positionBytes, place.m_Position + (sampler.m_Dimension == 3 ? 16 : 4));
+        }
+        CBuffer positions(positionBytes, call.m_PositionOffset);
+        CCoordinates coordinates(seed);
+        for (uint64_t at = 0; at + 4 <= positionBytes; at += 4) {
+            const float coordinate = coordinates.Next();
+            std::memcpy(positions.Data() + at, &coordinate, 4);
+        }
+        const std::vector<unsigned char> before(positions.Data(), positions.Data() + positionBytes);
+
+        CBuffer output(outputBytes, call.m_OutputOffset);
+        // The count of the position view is never read: it says 0 here.
+        sampler.m_Sample(m_Noise, {output.As<float>(), call.m_Count, call.m_OutputStride}, positions.Data(),
+                         0, call.m_PositionStride);
+
+        std::vector<unsigned char> remaining(output.Data(), output.Data() + outputBytes);
+        for (size_t k = 0; k < places.size(); ++k) {
+            float sample;
+            std::memcpy(&sample, output.Data() + places[k].m_Output, 4);
+            const unsigned char* const position = positions.Data() + places[k].m_Position;
+            const float expected = sampler.Expected(m_Noise.Basis(), position);
+            EXPECT_EQ(FoldedBits(sample), FoldedBits(expected))
+                << sampler << ", " << call << ": sample " << k << " at " << Describe(position) << " is "
+                << sample << ", not " << expected;
+            std::memset(remaining.data() + places[k].m_Output, kCanary, 4);
+        }
+        EXPECT_TRUE(
+            std::all_of(remaining.begin(), remaining.end(), [](unsigned char b) { return b == kCanary; }))
+            << sampler << ", " << call << ": bytes between the samples were written";
+        EXPECT_TRUE(output.MarginsAreIntact())
+            << sampler << ", " << call << ": bytes around the output were written";
+        EXPECT_TRUE(positions.MarginsAreIntact() &&
+                    std::equal(before.begin(), before.end(), positions.Data()))
+            << sampler << ", " << call << ": positions were written";
+        return places.size();
+    }
+
+    /// The same for a call whose position stride, if 0 by default, is that of packed positions.
+    size_t CheckPacked(CCall call, uint32_t seed) {
+        call.m_PositionStride = GetParam().PositionSize();
+        return Check(call, seed);
+    }
+
+    std::string Describe(const unsigned char* position) const {
+        std::ostringstream text;
+        text << std::hexfloat << '(';
+        for (int axis = 0; axis < GetParam().m_Dimension; ++axis) {
+            float coordinate;
+            std::memcpy(&coordinate, position + 4 * axis, 4);
+            text << (axis > 0 ? ", " : "") << coordinate;
+        }
+        text << ')';
+        return text.str();
+    }
+
+    /// The sample of one position, repeated along all axes, by the one-at-a-time path.
+    float SampleAt(float x, float y = 0.0f, float z = 0.0f) const {
+        const float position[4] = {x, y, z, 0.0f};
+        float sample = 0.0f;
+        GetParam().m_Sample(m_Noise, {&sample, 1, 4}, position, 1, GetParam().PositionSize());
+        return sample;
+    }
+
+    COpenNoise m_Noise = IndexedNoise();
+};
+
+std::string NameOf(const testing::TestParamInfo<CBatchSampler>& instance) {
+    return instance.param.m_Name;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, BatchSamplers, testing::ValuesIn(kBatchSamplers), NameOf);
+
+// Counts, strides and alignments.
+
+TEST_P(BatchSamplers, EveryCountUpToFortyOnBothPaths) {
+    for (uint32_t count = 0; count <= 40; ++count) {
+        EXPECT_EQ(CheckPacked({.m_Count = count}, 100 + count), count);
+        EXPECT_EQ(CheckPacked({.m_Count = count, .m_OutputOffset = 4}, 200 + count), count);
+    }
+}
+
+TEST_P(BatchSamplers, AFewThousandOnBothPaths) {
+    for (const uint32_t count : {1023u, 1024u, 1025u, 1026u, 4099u}) {
+        EXPECT_EQ(CheckPacked({.m_Count = count}, 300 + count), count);
+        EXPECT_EQ(CheckPacked({.m_Count = count, .m_PositionOffset = 4}, 400 + count), count);
+    }
+}
+
+TEST_P(BatchSamplers, EveryAlignmentOfBothViews) {
+    for (size_t output = 0; output < 16; ++output) {
+        for (size_t position = 0; position < 16; ++position) {
+            CheckPacked({.m_Count = 23, .m_OutputOffset = output, .m_PositionOffset = position}, 500);
+        }
+    }
+}
+
+TEST_P(BatchSamplers, OutputAndPositionStrides) {
+    const uint32_t size = GetParam().PositionSize();
+    for (const uint32_t outputStride : {1u, 2u, 4u, 6u, 8u, 12u, 16u, 20u}) {
+        for (const uint32_t positionStride : {0u, 1u, 4u, 8u, 12u, 16u, 20u, size, size + 3}) {
+            for (uint32_t count = 0; count <= 19; ++count) {
+                // Samples closer than 4 bytes overlap each other; only their last writer can be told.
+                if (outputStride >= 4) {
+                    Check({.m_Count = count,
+                           .m_OutputStride = outputStride,
+                           .m_PositionStride = positionStride},
+                          600);
+                }
+            }
+        }
+    }
+}
+
+// The edge cases of the pattern, one by one.
+
+TEST_P(BatchSamplers, CountZeroWritesNothingAndReadsNothing) {
+    EXPECT_EQ(CheckPacked({.m_Count = 0}, 700), 0u);
+    EXPECT_EQ(CheckPacked({.m_Count = 0, .m_OutputStride = 16}, 700), 0u);
+    GetParam().m_Sample(m_Noise, {nullptr, 0, 4}, nullptr, 0, GetParam().PositionSize());
+    GetParam().m_Sample(m_Noise, {nullptr, 0, 4}, nullptr, 0, 16);
+    GetParam().m_Sample(m_Noise, {}, nullptr, 0, 0);
+    GetParam().m_Sample(m_Noise, {reinterpret_cast<float*>(uintptr_t{4}), 0, 4}, nullptr, 0, 16);
+}
+
+TEST_P(BatchSamplers, ThreeSamplesAllGoOneAtATime) {
+    EXPECT_EQ(CheckPacked({.m_Count = 3}, 701), 3u);
+}
+
+TEST_P(BatchSamplers, PositionStrideZeroGivesEverySampleTheSameValue) {
+    CBuffer positions(16, 0);
+    const float position[4] = {1.25f, -3.5f, 0.75f, 9.0f};
+    std::memcpy(positions.Data(), position, 16);
+    alignas(16) float samples[21];
+    GetParam().m_Sample(m_Noise, {samples, 21, 4}, positions.Data(), 1, 0);
+    for (const float sample : samples) {
+        EXPECT_EQ(sample, GetParam().Expected(m_Noise.Basis(), position));
+    }
+}
+
+TEST_P(BatchSamplers, PaddedPositionsGiveTheValuesOfPackedOnes) {
+    const uint32_t size = GetParam().PositionSize();
+    constexpr uint32_t kCount = 50;
+    const std::vector<float> coordinates = CCoordinates(702).Fill(3 * kCount + 1);
+    CBuffer packed(kCount * size + 4, 0);
+    CBuffer padded(kCount * (size + 4), 0);
+    for (uint32_t k = 0; k < kCount; ++k) {
+        std::memcpy(packed.Data() + k * size, &coordinates[3 * k], size);
+        std::memcpy(padded.Data() + k * (size + 4), &coordinates[3 * k], size);
+    }
+    alignas(16) float fromPacked[kCount];
+    alignas(16) float fromPadded[kCount];
+    GetParam().m_Sample(m_Noise, {fromPacked, kCount, 4}, packed.Data(), kCount, size);
+    GetParam().m_Sample(m_Noise, {fromPadded, kCount, 4}, padded.Data(), kCount, size + 4);
+    for (uint32_t k = 0; k < kCount; ++k) {
+        EXPECT_EQ(FoldedBits(fromPadded[k]), FoldedBits(fromPacked[k])) << "position " << k;
+    }
+}
+
+TEST_P(BatchSamplers, OutputStrideEightIsFilledWithTwiceTheSamplesOnTheFastPath) {
+    EXPECT_EQ(CheckPacked({.m_Count = 10, .m_OutputStride = 8}, 703), 20u);
+    EXPECT_EQ(CheckPacked({.m_Count = 2, .m_OutputStride = 8}, 703), 4u);
+    // The last 8 bytes of an odd count hold one sample at their start.
+    EXPECT_EQ(CheckPacked({.m_Count = 11, .m_OutputStride = 8}, 703), 21u);
+    EXPECT_EQ(CheckPacked({.m_Count = 1, .m_OutputStride = 8}, 703), 1u);
+    // One at a time, the stride is kept.
+    EXPECT_EQ(CheckPacked({.m_Count = 11, .m_OutputStride = 8, .m_OutputOffset = 4}, 703), 11u);
+}
+
+TEST_P(BatchSamplers, OutputBytesWrapAtFourGibibytes) {
+    constexpr uint32_t kQuarter = 1u << 30;
+    EXPECT_EQ(CheckPacked({.m_Count = kQuarter}, 704), 0u);
+    EXPECT_EQ(CheckPacked({.m_Count = kQuarter + 2}, 704), 2u);
+    EXPECT_EQ(CheckPacked({.m_Count = kQuarter + 9}, 704), 9u);
+    EXPECT_EQ(CheckPacked({.m_Count = 1u << 28, .m_OutputStride = 16}, 704), 0u);
+}
+
+TEST_P(BatchSamplers, CountOfThePositionsIsNeverRead) {
+    const std::vector<float> coordinates = CCoordinates(705).Fill(3 * 9 + 1);
+    float zero[9];
+    float huge[9];
+    GetParam().m_Sample(m_Noise, {zero, 9, 4}, coordinates.data(), 0, GetParam().PositionSize());
+    GetParam().m_Sample(m_Noise, {huge, 9, 4}, coordinates.data(), UINT32_MAX, GetParam().PositionSize());
+    for (size_t k = 0; k < 9; ++k) {
+        EXPECT_EQ(FoldedBits(zero[k]), FoldedBits(huge[k])) << "sample " << k;
+    }
+}
+
+// Overlap.
+
+/// Samples over a copy of the positions and compares with what separate memory gives.
+void ExpectOverlapIsHarmless(const CBatchSampler& sampler, const COpenNoise& noise, size_t offset,
+                             uint32_t stride, uint32_t outputStride) {
+    constexpr uint32_t kCount = 1101; // beyond the length from which 1D runs are looked up another way
+    CBuffer positions(size_t{kCount} * stride + 16, offset);
+    CCoordinates coordinates(706);
+    for (size_t at = 0; at + 4 <= size_t{kCount} * stride + 16; at += 4) {
+        const float coordinate = coordinates.Next();
+        std::memcpy(positions.Data() + at, &coordinate, 4);
+    }
+    std::vector<float> expected(kCount);
+    for (uint32_t k = 0; k < kCount; ++k) {
+        expected[k] = sampler.Expected(noise.Basis(), positions.Data() + size_t{k} * stride);
+    }
+    sampler.m_Sample(noise, {positions.As<float>(), kCount, outputStride}, positions.Data(), kCount, stride);
+    for (uint32_t k = 0; k < kCount; ++k) {
+        float sample;
+        std::memcpy(&sample, positions.Data() + size_t{k} * outputStride, 4);
+        ASSERT_EQ(FoldedBits(sample), FoldedBits(expected[k]))
+            << sampler << ", offset " << offset << ", strides " << stride << " and " << outputStride
+            << ": sample " << k;
+    }
+}
+
+TEST_P(BatchSamplers, OutputMayLieOverTheStartOfThePositions) {
+    const uint32_t size = GetParam().PositionSize();
+    ExpectOverlapIsHarmless(GetParam(), m_Noise, 0, size, 4);
+    ExpectOverlapIsHarmless(GetParam(), m_Noise, 4, size, 4);
+    ExpectOverlapIsHarmless(GetParam(), m_Noise, 0, 16, 4);
+}
+
+TEST_P(BatchSamplers, OutputMayLieInPlaceOneAtATime) {
+    const uint32_t size = GetParam().PositionSize();
+    ExpectOverlapIsHarmless(GetParam(), m_Noise, 4, size, size);
+    ExpectOverlapIsHarmless(GetParam(), m_Noise, 0, 16, 16);
+}
+
+// Values.
+
+TEST_P(BatchSamplers, IntegralPositionsGiveTheirCornerExactly) {
+    const auto& P = Internal::kFastNoisePermutations;
+    const float* const B = m_Noise.Basis();
+    for (const int x : {0, 1, -1, 5, 255, 256, -256, -1000, 8388608}) {
+        for (const int y : {0, 1, -1, 77, -300}) {
+            const uint32_t i = static_cast<uint32_t>(x) & 255;
+            const uint32_t j = static_cast<uint32_t>(y) & 255;
+            const uint32_t k = 254;
+            const float expected = GetParam().m_Dimension == 1 ? B[P[i]] : B[P[P[i] + j] + k];
+            EXPECT_EQ(SampleAt(static_cast<float>(x), static_cast<float>(y), -2.0f), expected)
+                << x << ", " << y;
+        }
+    }
+}
+
+TEST_P(BatchSamplers, PeriodIs256OnEveryAxis) {
+    std::mt19937 random(707);
+    for (int trial = 0; trial < 2000; ++trial) {
+        // Coordinates in steps of 2^-12, so that a shift by 256 is exact.
+        const auto coordinate = [&random] {
+            return static_cast<float>(random() % 0x100000) * 0x1p-12f - 128.0f;
+        };
+        const float x = coordinate();
+        const float y = coordinate();
+        const float z = coordinate();
+        const float sample = SampleAt(x, y, z);
+        ASSERT_EQ(SampleAt(x + 256.0f, y, z), sample) << x << ", " << y << ", " << z;
+        ASSERT_EQ(SampleAt(x, y - 256.0f, z), sample) << x << ", " << y << ", " << z;
+        ASSERT_EQ(SampleAt(x, y, z + 512.0f), sample) << x << ", " << y << ", " << z;
+    }
+}
+
+TEST_P(BatchSamplers, SamplesStayWithinTheBasis) {
+    std::mt19937 random(708);
+    for (int trial = 0; trial < 20000; ++trial) {
+        const auto coordinate = [&random] {
+            return static_cast<float>(random() % 0x1000000) * 0x1p-12f - 2048.0f;
+        };
+        const float sample = SampleAt(coordinate(), coordinate(), coordinate());
+        ASSERT_LE(std::fabs(sample), 1.0f + 1e-5f);
+    }
+}
+
+TEST_P(BatchSamplers, NotANumberTouchesNoOtherSample) {
+    const uint32_t size = GetParam().PositionSize();
+    const size_t floats = size / 4;
+    constexpr uint32_t kCount = 11;
+    for (size_t bad = 0; bad < kCount; ++bad) {
+        for (size_t axis = 0; axis < floats; ++axis) {
+            alignas(16) float positions[3 * kCount + 1];
+            for (size_t k = 0; k < 3 * kCount + 1; ++k) {
+                positions[k] = static_cast<float>(k) * 0.37f - 5.0f;
+            }
+            positions[bad * floats + axis] = std::numeric_limits<float>::quiet_NaN();
+            alignas(16) float samples[kCount];
+            GetParam().m_Sample(m_Noise, {samples, kCount, 4}, positions, kCount, size);
+            for (size_t k = 0; k < kCount; ++k) {
+                EXPECT_EQ(std::isnan(samples[k]), k == bad) << "sample " << k << ", not-a-number in " << bad;
+            }
+        }
+    }
+}
+
+// An output stride of 0: one float is left to write for ever.
+
+volatile const float* s_WatchedSamples = nullptr;
+
+extern "C" void ReportWatchedSamples(int) {
+    // What the endless call has written by now: the sample itself, and nothing behind it.
+    _exit(s_WatchedSamples[0] == 0.25f && s_WatchedSamples[1] == 99.0f ? 42 : 1);
+}
+
+using BatchSamplersDeathTest = BatchSamplers;
+INSTANTIATE_TEST_SUITE_P(All, BatchSamplersDeathTest, testing::ValuesIn(kBatchSamplers), NameOf);
+
+TEST_P(BatchSamplersDeathTest, OutputStrideZeroNeverReturnsAndDebugBuildsAssert) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    std::array<float, 256> values;
+    values.fill(0.25f);
+    CListGenerator generator(values);
+    m_Noise.ResetSampler(&generator);
+    alignas(16) float samples[8];
+    std::fill_n(samples, 8, 99.0f);
+    alignas(16) const float positions[16] = {};
+    const auto sample = [&] {
+        s_WatchedSamples = samples;
+        std::signal(SIGALRM, ReportWatchedSamples);
+        alarm(1);
+        // A position stride of 0 as well, or the endless call would run out of positions to read.
+        GetParam().m_Sample(m_Noise, {samples, 5, 0}, positions, 5, 0);
+    };
+#ifdef NDEBUG
+    EXPECT_EXIT(sample(), testing::ExitedWithCode(42), "");
+#else
+    EXPECT_DEATH(sample(), "output stride");
+#endif
+}
+
+// The qualities among each other and single values known by hand.
+
+float SampleOne(const CFastNoise3& noise, Reference::EQuality quality, int dimension,
+                const float (&position)[4]) {
+    for (const CBatchSampler& sampler : kBatchSamplers) {
+        if (sampler.m_Quality == quality && sampler.m_Dimension == dimension) {
+            float sample = 0.0f;
+            sampler.m_Sample(noise, {&sample, 1, 4}, position, 1, sampler.PositionSize());
+            return sample;
+        }
+    }
+    ADD_FAILURE() << "no such sampler";
+    return 0.0f;
+}
+
+TEST(BatchSamplersTogether, QualitiesAgreeAtLatticePointsAndDifferInside) {
+    const COpenNoise noise = IndexedNoise();
+    using enum Reference::EQuality;
+    for (const int dimension : {1, 3}) {
+        for (int n = -20; n < 20; ++n) {
+            const float at = static_cast<float>(n);
+            const float corner[4] = {at, at + 3.0f, at - 7.0f, 0.0f};
+            EXPECT_EQ(SampleOne(noise, kLinear, dimension, corner),
+                      SampleOne(noise, kCubic, dimension, corner));
+            EXPECT_EQ(SampleOne(noise, kLinear, dimension, corner),
+                      SampleOne(noise, kQuintic, dimension, corner));
+            const float inside[4] = {at + 0.25f, at + 0.25f, at + 0.25f, 0.0f};
+            EXPECT_NE(SampleOne(noise, kLinear, dimension, inside),
+                      SampleOne(noise, kCubic, dimension, inside));
+            EXPECT_NE(SampleOne(noise, kLinear, dimension, inside),
+                      SampleOne(noise, kQuintic, dimension, inside));
+            EXPECT_NE(SampleOne(noise, kCubic, dimension, inside),
+                      SampleOne(noise, kQuintic, dimension, inside));
+        }
+    }
+}
+
+// A field in which a product and a sum meet whose fusing shows: the corners differ by 1 + 2^-12 and are
+// blended at (1 + 2^-12) / 2, where the exact product has one digit more than a float and cancels with the
+// lower corner.
+TEST(BatchSamplersTogether, ProductAndSumAreNotFused) {
+    const auto& P = Internal::kFastNoisePermutations;
+    const float t = 0.5f + 0x1p-13f;
+    for (const CBatchSampler& sampler : kBatchSamplers) {
+        if (sampler.m_Quality != Reference::EQuality::kLinear) {
+            continue; // the fraction is the weight in linear quality alone
+        }
+        // Two neighbours along x, on the other axes at 0.
+        const bool isOneDimensional = sampler.m_Dimension == 1;
+        std::array<float, 256> values{};
+        values[isOneDimensional ? 151 : P[151]] = -0.5f - 0x1p-12f;
+        values[isOneDimensional ? 160 : P[160]] = 0.5f;
+        CListGenerator generator(values);
+        const COpenNoise noise(&generator);
+
+        alignas(16) float positions[3 * 5 + 1] = {};
+        for (size_t k = 0; k < 5; ++k) {
+            positions[k * static_cast<size_t>(sampler.m_Dimension)] = t;
+        }
+        alignas(16) float samples[5];
+        sampler.m_Sample(noise, {samples, 5, 4}, positions, 5, sampler.PositionSize());
+        EXPECT_EQ(samples[0], 0.0f) << sampler << ", four at a time";
+        EXPECT_EQ(samples[4], 0.0f) << sampler << ", one at a time";
+    }
+}
+
+TEST(BatchSamplersTogether, OneDimensionalFirstCellLiesBetweenEntries151And160) {
+    const COpenNoise noise = IndexedNoise();
+    const float* const B = noise.Basis();
+    // At a quarter: the fades are 0.25, 0.15625 and 0.103515625, all exact.
+    const float quarter[4] = {0.25f, 0.0f, 0.0f, 0.0f};
+    EXPECT_EQ(SampleOne(noise, Reference::EQuality::kLinear, 1, quarter), B[151] + (B[160] - B[151]) * 0.25f);
+    EXPECT_EQ(SampleOne(noise, Reference::EQuality::kCubic, 1, quarter),
+              B[151] + (B[160] - B[151]) * 0.15625f);
+    EXPECT_EQ(SampleOne(noise, Reference::EQuality::kQuintic, 1, quarter),
+              B[151] + (B[160] - B[151]) * 0.103515625f);
+}
+
+TEST(BatchSamplersTogether, OneDimensionalMinusAQuarterLiesInCell255) {
+    const COpenNoise noise = IndexedNoise();
+    const float* const B = noise.Basis();
+    const float position[4] = {-0.25f, 0.0f, 0.0f, 0.0f};
+    // P[255] is 180 and P[256] is 151.
+    EXPECT_EQ(SampleOne(noise, Reference::EQuality::kLinear, 1, position),
+              B[180] + (B[151] - B[180]) * 0.75f);
+    for (const auto quality : {Reference::EQuality::kCubic, Reference::EQuality::kQuintic}) {
+        const float sample = SampleOne(noise, quality, 1, position);
+        EXPECT_GT(sample, std::min(B[180], B[151]));
+        EXPECT_LT(sample, std::max(B[180], B[151]));
+    }
+}
+
+TEST(BatchSamplersTogether, JustBelowZeroTheUpperSideIsTaken) {
+    const COpenNoise noise = IndexedNoise();
+    const auto& P = Internal::kFastNoisePermutations;
+    const float* const B = noise.Basis();
+    using enum Reference::EQuality;
+    for (const auto quality : {kLinear, kCubic, kQuintic}) {
+        // The entries of this field are multiples of 2^-7, so that blends at a weight of 1 are exact.
+        const float x[4] = {-1e-10f, 0.0f, 0.0f, 0.0f};
+        EXPECT_EQ(SampleOne(noise, quality, 1, x), B[151]);
+        const float z[4] = {0.0f, 0.0f, -1e-10f, 0.0f};
+        EXPECT_EQ(SampleOne(noise, quality, 3, z), B[P[151] + 256]);
+        const float lower[4] = {0.0f, 0.0f, -0.25f, 0.0f};
+        EXPECT_EQ(SampleOne(noise, kLinear, 3, lower),
+                  B[P[151] + 255] + (B[P[151] + 256] - B[P[151] + 255]) * 0.75f);
+    }
+}
+
+} // namespace

@@ -1,0 +1,163 @@
+#include "maths_noise_fast_lattice.h"
+
+#include "noise_reference.h"
+#include "noise_test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+namespace {
+
+using namespace Vestrel;
+using namespace Vestrel::Internal;
+
+struct COneSplit {
+    uint32_t m_Cell;
+    float m_Fraction;
+};
+
+/// The split of one coordinate, which must not depend on the lane.
+COneSplit SplitOne(float x) {
+    const CSplitCoordinates split = SplitCoordinates(Float4(x));
+    alignas(16) uint32_t cells[4];
+    alignas(16) float fractions[4];
+    SIMD_Neon::StoreAligned(cells, split.m_Cell);
+    SIMD_Neon::StoreAligned(fractions, split.m_Fraction);
+    for (int lane = 1; lane < 4; ++lane) {
+        EXPECT_EQ(cells[lane], cells[0]) << "coordinate " << x << ", lane " << lane;
+        EXPECT_EQ(FoldedBits(fractions[lane]), FoldedBits(fractions[0]))
+            << "coordinate " << x << ", lane " << lane;
+    }
+    return {cells[0], fractions[0]};
+}
+
+TEST(Lattice, MinusAQuarterLiesInCell255AtThreeQuarters) {
+    EXPECT_EQ(SplitOne(-0.25f).m_Cell, 255u);
+    EXPECT_EQ(SplitOne(-0.25f).m_Fraction, 0.75f);
+}
+
+TEST(Lattice, JustBelowZeroTheFractionRoundsToOne) {
+    EXPECT_EQ(SplitOne(-1e-10f).m_Cell, 255u);
+    EXPECT_EQ(SplitOne(-1e-10f).m_Fraction, 1.0f);
+    EXPECT_EQ(SplitOne(-0x1p-149f).m_Cell, 255u);
+    EXPECT_EQ(SplitOne(-0x1p-149f).m_Fraction, 1.0f);
+}
+
+TEST(Lattice, IntegralCoordinatesHaveFractionZeroAndNoDecrement) {
+    for (int n = -600; n <= 600; ++n) {
+        const COneSplit split = SplitOne(static_cast<float>(n));
+        EXPECT_EQ(split.m_Cell, static_cast<uint32_t>(n) & 255u) << "coordinate " << n;
+        EXPECT_EQ(std::bit_cast<uint32_t>(split.m_Fraction), 0u) << "coordinate " << n;
+    }
+}
+
+TEST(Lattice, MinusZeroHasTheFractionPlusZero) {
+    EXPECT_EQ(SplitOne(-0.0f).m_Cell, 0u);
+    EXPECT_EQ(std::bit_cast<uint32_t>(SplitOne(-0.0f).m_Fraction), 0u);
+}
+
+TEST(Lattice, BeyondTheIntegersTheCellStaysAndTheFractionGrows) {
+    EXPECT_EQ(SplitOne(0x1p31f).m_Cell, 255u);
+    EXPECT_EQ(SplitOne(0x1p31f).m_Fraction, 0.0f);
+    EXPECT_EQ(SplitOne(0x1p32f).m_Cell, 255u);
+    EXPECT_EQ(SplitOne(0x1p32f).m_Fraction, 0x1p31f);
+    EXPECT_EQ(SplitOne(std::numeric_limits<float>::infinity()).m_Cell, 255u);
+    EXPECT_EQ(SplitOne(-0x1p31f).m_Cell, 0u);
+    EXPECT_EQ(SplitOne(-0x1p31f).m_Fraction, 0.0f);
+    // -2^31 > x, so that the cell before it is taken; the decrement wraps to 2^31 - 1.
+    EXPECT_EQ(SplitOne(-0x1p32f).m_Cell, 255u);
+    EXPECT_EQ(SplitOne(-0x1p32f).m_Fraction, -0x1p31f + 1.0f);
+}
+
+TEST(Lattice, NotANumberHasAFractionThatIsNotANumber) {
+    EXPECT_TRUE(std::isnan(SplitOne(std::numeric_limits<float>::quiet_NaN()).m_Fraction));
+}
+
+TEST(Lattice, SplitsEveryKindOfCoordinateAsTheReference) {
+    CCoordinates coordinates(20);
+    for (int trial = 0; trial < 500000; ++trial) {
+        const float x = coordinates.Next();
+        const COneSplit split = SplitOne(x);
+        const Reference::CCell expected = Reference::Split(x);
+        ASSERT_EQ(FoldedBits(split.m_Fraction), FoldedBits(expected.m_Fraction)) << std::hexfloat << x;
+        if (!std::isnan(x)) {
+            ASSERT_EQ(split.m_Cell, expected.m_Coordinate) << std::hexfloat << x;
+        }
+    }
+}
+
+// For every |x| < 2^31 the split is the true floor, and x less that floor rounded once. The sign of -0 aside.
+TEST(Lattice, IsTheTrueFloorWithinTheIntegers) {
+    CCoordinates coordinates(21);
+    for (int trial = 0; trial < 500000; ++trial) {
+        const float x = coordinates.Next();
+        if (!(std::fabs(x) < 0x1p31f)) {
+            continue;
+        }
+        const COneSplit split = SplitOne(x);
+        ASSERT_EQ(split.m_Cell, static_cast<uint32_t>(static_cast<int64_t>(std::floor(x)) & 255))
+            << std::hexfloat << x;
+        ASSERT_EQ(split.m_Fraction, x - std::floor(x)) << std::hexfloat << x;
+    }
+}
+
+template <ENoiseQuality kQuality>
+void ExpectFade(Reference::EQuality quality) {
+    EXPECT_EQ(Fade<kQuality>(0.0f), 0.0f);
+    EXPECT_EQ(Fade<kQuality>(0.5f), 0.5f);
+    EXPECT_EQ(Fade<kQuality>(1.0f), 1.0f);
+    std::mt19937 random(22);
+    for (int trial = 0; trial < 100000; ++trial) {
+        const float t = static_cast<float>(random() >> 8) * 0x1p-24f;
+        const float faded = Fade<kQuality>(t);
+        ASSERT_EQ(std::bit_cast<uint32_t>(faded), std::bit_cast<uint32_t>(Reference::Fade(quality, t))) << t;
+        ASSERT_GE(faded, 0.0f) << t;
+        ASSERT_LE(faded, 1.0f + 2e-6f) << t; // the rounding of terms around 10 may pass 1
+        const Float4 lanes = Fade<kQuality>(Float4(t, 0.0f, 1.0f, t));
+        ASSERT_EQ(std::bit_cast<uint32_t>(SIMD_Neon::ExtractLane<0>(lanes)), std::bit_cast<uint32_t>(faded))
+            << t;
+        ASSERT_EQ(std::bit_cast<uint32_t>(SIMD_Neon::ExtractLane<3>(lanes)), std::bit_cast<uint32_t>(faded))
+            << t;
+    }
+}
+
+TEST(Lattice, FadesMapEndsToEndsAndEqualTheReference) {
+    ExpectFade<ENoiseQuality::kLinear>(Reference::EQuality::kLinear);
+    ExpectFade<ENoiseQuality::kCubic>(Reference::EQuality::kCubic);
+    ExpectFade<ENoiseQuality::kQuintic>(Reference::EQuality::kQuintic);
+}
+
+// 3t^2 - 2t^3 and 6t^5 - 15t^4 + 10t^3, to within the rounding of a few operations.
+TEST(Lattice, FadesAreTheKnownPolynomials) {
+    for (int step = 0; step <= 1000; ++step) {
+        const double t = step / 1000.0;
+        const float single = static_cast<float>(t);
+        EXPECT_NEAR(static_cast<double>(Fade<ENoiseQuality::kCubic>(single)), (3.0 - 2.0 * t) * t * t, 5e-7)
+            << t;
+        EXPECT_NEAR(static_cast<double>(Fade<ENoiseQuality::kQuintic>(single)),
+                    ((6.0 * t - 15.0) * t + 10.0) * t * t * t, 2e-6)
+            << t;
+    }
+}
+
+TEST(Lattice, HashesStayInsideTheTables) {
+    for (uint32_t i = 0; i < 256; ++i) {
+        EXPECT_EQ(HashEdges<1>(&i)[0], i);
+    }
+    uint32_t highest = 0;
+    for (uint32_t i = 0; i < 256; ++i) {
+        for (uint32_t j = 0; j < 256; ++j) {
+            const uint32_t cell[3] = {i, j, 255};
+            for (const uint32_t hash : HashEdges<3>(cell)) {
+                highest = std::max(highest, hash);
+            }
+        }
+    }
+    EXPECT_EQ(highest, 510u); // whose upper end is entry 511
+}
+
+} // namespace

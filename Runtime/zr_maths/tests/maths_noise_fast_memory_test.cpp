@@ -1,0 +1,102 @@
+// What the samplers read of memory, shown with pages that must not be touched.
+
+#include "batch_samplers.h"
+#include "noise_test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace Vestrel;
+
+/// One readable page between two that must not be touched.
+class CGuardedPage {
+public:
+    CGuardedPage() : m_Size(static_cast<size_t>(sysconf(_SC_PAGESIZE))) {
+        void* const pages = mmap(nullptr, 3 * m_Size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        m_Pages = pages == MAP_FAILED ? nullptr : static_cast<unsigned char*>(pages);
+        EXPECT_NE(m_Pages, nullptr);
+        EXPECT_EQ(mprotect(m_Pages + m_Size, m_Size, PROT_READ | PROT_WRITE), 0);
+    }
+
+    ~CGuardedPage() {
+        munmap(m_Pages, 3 * m_Size);
+    }
+
+    CGuardedPage(const CGuardedPage&) = delete;
+    CGuardedPage& operator=(const CGuardedPage&) = delete;
+
+    unsigned char* Begin() const {
+        return m_Pages + m_Size;
+    }
+
+    unsigned char* End() const {
+        return m_Pages + 2 * m_Size;
+    }
+
+private:
+    size_t m_Size;
+    unsigned char* m_Pages = nullptr;
+};
+
+// Whole blocks of the fast path stay within packed positions and outputs, at both ends.
+TEST(FastNoiseMemory, FastPathTouchesNothingBesideItsViews) {
+    const COpenNoise noise = IndexedNoise();
+    const CGuardedPage positions;
+    const CGuardedPage output;
+    for (const CBatchSampler& sampler : kBatchSamplers) {
+        for (uint32_t count = 4; count <= 64; count += 4) {
+            const uint32_t size = sampler.PositionSize();
+            sampler.m_Sample(noise, {reinterpret_cast<float*>(output.End() - 4 * count), count, 4},
+                             positions.End() - count * size, count, size);
+            sampler.m_Sample(noise, {reinterpret_cast<float*>(output.Begin()), count, 4}, positions.Begin(),
+                             count, size);
+        }
+    }
+}
+
+// One at a time, 1D positions are read as 4 bytes and 3D positions as 16, at any alignment.
+TEST(FastNoiseMemory, OneAtATimeReadsFourBytesIn1DAndSixteenIn3D) {
+    const COpenNoise noise = IndexedNoise();
+    const CGuardedPage positions;
+    const CGuardedPage output;
+    for (const CBatchSampler& sampler : kBatchSamplers) {
+        const uint32_t size = sampler.PositionSize();
+        const uint32_t slack = sampler.m_Dimension == 3 ? 4 : 0;
+        for (const uint32_t count : {1u, 2u, 3u, 7u}) {
+            for (uint32_t shift = 0; shift < 4; ++shift) {
+                sampler.m_Sample(noise, {reinterpret_cast<float*>(output.End() - 4 * count), count, 4},
+                                 positions.End() - count * size - slack - shift, count, size);
+                sampler.m_Sample(noise, {reinterpret_cast<float*>(output.Begin() + shift), count, 4},
+                                 positions.Begin(), count, size);
+            }
+        }
+    }
+}
+
+// So a packed 3D view that ends with readable memory is outside the caller's guarantee.
+TEST(FastNoiseMemoryDeathTest, TheLast3DPositionNeedsFourReadableBytesBehindIt) {
+#if VESTREL_SIMD_BACKEND_PORTABLE
+    GTEST_SKIP() << "plain C++ leaves the unused lane unread when it is optimised";
+#endif
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const COpenNoise noise = IndexedNoise();
+    const CGuardedPage positions;
+    float sample = 0.0f;
+    for (const CBatchSampler& sampler : kBatchSamplers) {
+        if (sampler.m_Dimension == 3) {
+            for (size_t missing = 1; missing <= 4; ++missing) {
+                EXPECT_DEATH(sampler.m_Sample(noise, {&sample, 1, 4}, positions.End() - 16 + missing, 1, 12),
+                             "")
+                    << sampler << " did not read byte " << 16 - missing;
+            }
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,102 @@
+#pragma once
+
+// The noise in plain scalar code, written straight from its definition and sharing nothing with the module
+// but the permutation table: what every sampler is compared with. P and B are the tables' names in the
+// definition.
+
+#include "maths_noise_fast_permutations.h"
+
+#include <zr_support/vector.h>
+
+#include <cmath>
+#include <cstdint>
+
+namespace Vestrel::Reference {
+
+enum class EQuality { kLinear, kCubic, kQuintic };
+
+struct CCell {
+    uint32_t m_Coordinate;
+    float m_Fraction;
+};
+
+/// Truncation toward zero that saturates, and gives 0 for not-a-number.
+inline int32_t SaturatingTruncation(float x) {
+    if (std::isnan(x)) {
+        return 0;
+    }
+    if (x >= 2147483648.0f) {
+        return INT32_MAX;
+    }
+    if (x <= -2147483648.0f) {
+        return INT32_MIN;
+    }
+    return static_cast<int32_t>(x);
+}
+
+inline CCell Split(float x) {
+    const int32_t n = SaturatingTruncation(x);
+    const float r = static_cast<float>(n);
+    // The correction is added even where it is 0, which makes the fraction of -0 a +0.
+    const uint32_t decrement = r > x ? 1 : 0;
+    const float correction = r > x ? 1.0f : 0.0f;
+    const float difference = x - r;
+    return {(static_cast<uint32_t>(n) - decrement) & 255u, difference + correction};
+}
+
+inline float Fade(EQuality quality, float t) {
+    switch (quality) {
+    case EQuality::kCubic: {
+        const float square = t * t;
+        const float twice = t + t;
+        const float slope = 3.0f - twice;
+        return square * slope;
+    }
+    case EQuality::kQuintic: {
+        const float cube = t * (t * t);
+        const float inner = t * 6.0f + -15.0f;
+        const float outer = t * inner + 10.0f;
+        return cube * outer;
+    }
+    case EQuality::kLinear:
+        break;
+    }
+    return t;
+}
+
+inline float Lerp(float a, float b, float t) {
+    const float difference = b - a;
+    const float product = difference * t;
+    return a + product;
+}
+
+inline float Sample(const float* B, EQuality quality, float x) {
+    const auto& P = Internal::kFastNoisePermutations;
+    const CCell cell = Split(x);
+    const float c0 = B[P[cell.m_Coordinate]];
+    const float c1 = B[P[cell.m_Coordinate + 1]];
+    return Lerp(c0, c1, Fade(quality, cell.m_Fraction));
+}
+
+inline float Sample(const float* B, EQuality quality, const TVector<float, 3>& position) {
+    const auto& P = Internal::kFastNoisePermutations;
+    const CCell x = Split(position.x);
+    const CCell y = Split(position.y);
+    const CCell z = Split(position.z);
+    const float fx = Fade(quality, x.m_Fraction);
+    const float fy = Fade(quality, y.m_Fraction);
+    const float fz = Fade(quality, z.m_Fraction);
+
+    const uint32_t a = P[x.m_Coordinate] + y.m_Coordinate;
+    const uint32_t b = P[x.m_Coordinate + 1] + y.m_Coordinate;
+    const uint32_t aa = P[a] + z.m_Coordinate;
+    const uint32_t ab = P[a + 1] + z.m_Coordinate;
+    const uint32_t ba = P[b] + z.m_Coordinate;
+    const uint32_t bb = P[b + 1] + z.m_Coordinate;
+
+    const float below = Lerp(Lerp(B[aa], B[ba], fx), Lerp(B[ab], B[bb], fx), fy);
+    const float above = Lerp(Lerp(B[aa + 1], B[ba + 1], fx), Lerp(B[ab + 1], B[bb + 1], fx), fy);
+    return Lerp(below, above, fz);
+}
+
+} // namespace Vestrel::Reference

@@ -1,0 +1,118 @@
+#pragma once
+
+// What the tests of the noise share.
+
+#include <zr_maths/maths_noise_fast.h>
+
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <vector>
+
+namespace Vestrel {
+
+/// A noise object that shows its basis.
+class COpenNoise : public CFastNoise3 {
+public:
+    using CFastNoise3::_RefreshBasis;
+    using CFastNoise3::_ResetSampler;
+    using CFastNoise3::CFastNoise3;
+
+    float* Basis() const {
+        return m_Basis;
+    }
+};
+
+/// Delivers given values, whatever the bounds, and keeps what it was asked for.
+class CListGenerator final : public CAbstractRandomGenerator {
+public:
+    explicit CListGenerator(const std::array<float, 256>& values) : m_Values(values) {}
+
+    void FillRandomFloats(const TMemoryView<float>& view, float min, float max) override {
+        m_View = view;
+        m_Min = min;
+        m_Max = max;
+        ++m_CallCount;
+        std::memcpy(view.m_Data, m_Values.data(), view.m_Count * sizeof(float));
+    }
+
+    std::array<float, 256> m_Values;
+    TMemoryView<float> m_View;
+    float m_Min = 0.0f;
+    float m_Max = 0.0f;
+    int m_CallCount = 0;
+};
+
+/// Values that tell their index: entry k is (k - 128) / 128.
+inline std::array<float, 256> IndexedValues() {
+    std::array<float, 256> values;
+    for (size_t k = 0; k < values.size(); ++k) {
+        values[k] = (static_cast<float>(k) - 128.0f) / 128.0f;
+    }
+    return values;
+}
+
+/// A field of IndexedValues.
+inline COpenNoise IndexedNoise() {
+    CListGenerator generator(IndexedValues());
+    return COpenNoise(&generator);
+}
+
+/// The bits of a float, all not-a-numbers being one.
+inline uint32_t FoldedBits(float value) {
+    return std::isnan(value) ? 0x7FC00000u : std::bit_cast<uint32_t>(value);
+}
+
+/// Coordinates of every kind: random, integral, negative, tiny and denormal, large, infinite, not-a-number,
+/// and any bit pattern.
+class CCoordinates {
+public:
+    explicit CCoordinates(uint32_t seed) : m_Random(seed) {}
+
+    float Next() {
+        const uint32_t bits = static_cast<uint32_t>(m_Random());
+        const float unit = static_cast<float>(bits >> 8) * 0x1p-24f;
+        switch (m_Random() % 12) {
+        case 0:
+            return std::bit_cast<float>(bits);
+        case 1:
+            return std::floor(unit * 1024.0f - 512.0f);
+        case 2:
+            return (unit - 0.5f) * 0x1p-20f;
+        case 3:
+            return std::bit_cast<float>(bits & 0x807FFFFFu); // denormals and zeros of both signs
+        case 4:
+            return (unit - 0.5f) * 0x1p33f;
+        case 5:
+            return kSpecial[bits % kSpecial.size()];
+        case 6:
+            return std::nextafter(std::floor(unit * 512.0f - 256.0f), (bits & 1) != 0 ? 1e9f : -1e9f);
+        default:
+            return unit * 1000.0f - 500.0f;
+        }
+    }
+
+    std::vector<float> Fill(size_t count) {
+        std::vector<float> values(count);
+        for (float& value : values) {
+            value = Next();
+        }
+        return values;
+    }
+
+private:
+    static constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    static constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+    static constexpr std::array<float, 22> kSpecial = {
+        0.0f,    -0.0f,     1.0f,       -1.0f,    -0.25f,         -1e-10f,       0x1p23f, -0x1p23f,
+        0x1p31f, -0x1p31f,  0x1p30f,    -0x1p30f, 0x1.fffffep30f, 3e9f,          -3e9f,   1e38f,
+        -1e38f,  kInfinity, -kInfinity, kNan,     -kNan,          0x1.fffffep-1f};
+
+    std::mt19937 m_Random;
+};
+
+} // namespace Vestrel
