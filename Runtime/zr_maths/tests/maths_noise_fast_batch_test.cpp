@@ -193,8 +193,9 @@ TEST_P(BatchSamplers, EveryCountUpToFortyOnBothPaths) {
     }
 }
 
-TEST_P(BatchSamplers, AFewThousandOnBothPaths) {
-    for (const uint32_t count : {1023u, 1024u, 1025u, 1026u, 4099u}) {
+// From 256 on, 1D runs are looked up in another way.
+TEST_P(BatchSamplers, HundredsAndThousandsOnBothPaths) {
+    for (const uint32_t count : {252u, 255u, 256u, 257u, 1026u, 4099u}) {
         EXPECT_EQ(CheckPacked({.m_Count = count}, 300 + count), count);
         EXPECT_EQ(CheckPacked({.m_Count = count, .m_PositionOffset = 4}, 400 + count), count);
     }
@@ -304,7 +305,7 @@ TEST_P(BatchSamplers, CountOfThePositionsIsNeverRead) {
 /// Samples over a copy of the positions and compares with what separate memory gives.
 void ExpectOverlapIsHarmless(const CBatchSampler& sampler, const COpenNoise& noise, size_t offset,
                              uint32_t stride, uint32_t outputStride) {
-    constexpr uint32_t kCount = 1101; // beyond the length from which 1D runs are looked up another way
+    constexpr uint32_t kCount = 301; // beyond the length from which 1D runs are looked up in another way
     CBuffer positions(size_t{kCount} * stride + 16, offset);
     CCoordinates coordinates(706);
     for (size_t at = 0; at + 4 <= size_t{kCount} * stride + 16; at += 4) {
@@ -416,7 +417,6 @@ using BatchSamplersDeathTest = BatchSamplers;
 INSTANTIATE_TEST_SUITE_P(All, BatchSamplersDeathTest, testing::ValuesIn(kBatchSamplers), NameOf);
 
 TEST_P(BatchSamplersDeathTest, OutputStrideZeroNeverReturnsAndDebugBuildsAssert) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     std::array<float, 256> values;
     values.fill(0.25f);
     CListGenerator generator(values);

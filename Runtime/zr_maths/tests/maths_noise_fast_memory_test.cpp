@@ -84,7 +84,6 @@ TEST(FastNoiseMemoryDeathTest, TheLast3DPositionNeedsFourReadableBytesBehindIt) 
 #if VESTREL_SIMD_BACKEND_PORTABLE
     GTEST_SKIP() << "plain C++ leaves the unused lane unread when it is optimised";
 #endif
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     const COpenNoise noise = IndexedNoise();
     const CGuardedPage positions;
     float sample = 0.0f;

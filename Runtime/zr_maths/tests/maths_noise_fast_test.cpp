@@ -201,7 +201,7 @@ TEST(FastNoise, VirtualSlotsAreTheDestructorThenReset) {
     CDerivedNoise noise(nullptr);
     using CReset = void (*)(CFastNoise3*, CAbstractRandomGenerator*);
     CReset* table = nullptr;
-    std::memcpy(&table, static_cast<CFastNoise3*>(&noise), sizeof(table));
+    std::memcpy(&table, static_cast<const void*>(static_cast<CFastNoise3*>(&noise)), sizeof(table));
     table[2](&noise, nullptr);
     EXPECT_EQ(noise.m_ResetCount, 1);
 }

@@ -70,19 +70,22 @@ inline float Lerp(float a, float b, float t) {
     return a + product;
 }
 
-inline float Sample(const float* B, EQuality quality, float x) {
+template <typename TSplit = CCell (*)(float)>
+inline float Sample(const float* B, EQuality quality, float position, TSplit split = Split) {
     const auto& P = Internal::kFastNoisePermutations;
-    const CCell cell = Split(x);
+    const CCell cell = split(position);
     const float c0 = B[P[cell.m_Coordinate]];
     const float c1 = B[P[cell.m_Coordinate + 1]];
     return Lerp(c0, c1, Fade(quality, cell.m_Fraction));
 }
 
-inline float Sample(const float* B, EQuality quality, const TVector<float, 3>& position) {
+template <typename TSplit = CCell (*)(float)>
+inline float Sample(const float* B, EQuality quality, const TVector<float, 3>& position,
+                    TSplit split = Split) {
     const auto& P = Internal::kFastNoisePermutations;
-    const CCell x = Split(position.x);
-    const CCell y = Split(position.y);
-    const CCell z = Split(position.z);
+    const CCell x = split(position.x);
+    const CCell y = split(position.y);
+    const CCell z = split(position.z);
     const float fx = Fade(quality, x.m_Fraction);
     const float fy = Fade(quality, y.m_Fraction);
     const float fz = Fade(quality, z.m_Fraction);

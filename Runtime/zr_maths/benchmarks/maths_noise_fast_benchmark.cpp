@@ -1,0 +1,211 @@
+// Nanoseconds per position of every batch sampler: four positions at a time, one at a time, and against both
+// the same work written as a plain scalar loop.
+
+#include "batch_samplers.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using namespace Vestrel;
+
+constexpr uint32_t kCounts[] = {1, 7, 64, 4096, 4194304};
+constexpr uint32_t kMaxCount = 4194304;
+
+/// Short runs move on through this many positions, for a processor learns the branches of a short sequence
+/// that is sampled again and again by heart, which flatters code that branches on the sign of a coordinate.
+constexpr uint32_t kWindow = 131072;
+
+enum class EPath { kFourAtATime, kOneAtATime, kPlain };
+constexpr std::pair<EPath, const char*> kPaths[] = {{EPath::kFourAtATime, "four at a time"},
+                                                    {EPath::kOneAtATime, "one at a time"},
+                                                    {EPath::kPlain, "plain loop"}};
+
+/// Shows its basis, which the plain loop samples.
+class COpenNoise : public CFastNoise3 {
+public:
+    using CFastNoise3::CFastNoise3;
+    const float* Basis() const {
+        return m_Basis;
+    }
+};
+
+/// Positions for all dimensions and room for their samples, with slack for alignment and the last position.
+struct CData {
+    std::vector<float> m_Coordinates;
+    std::vector<float> m_Samples;
+    COpenNoise m_Noise{nullptr};
+
+    CData() : m_Coordinates(3 * kMaxCount + 16), m_Samples(kMaxCount + 16) {
+        CStdRandomGenerator generator(1);
+        m_Noise.ResetSampler(&generator);
+        generator.FillRandomFloats({m_Coordinates.data(), uint32_t(m_Coordinates.size())}, -128.0f, 128.0f);
+    }
+
+    static float* Aligned(std::vector<float>& values) {
+        const uintptr_t past = reinterpret_cast<uintptr_t>(values.data()) % 64;
+        return values.data() + (64 - past) % 64 / sizeof(float);
+    }
+};
+
+CData& Data() {
+    static CData data;
+    return data;
+}
+
+/// The split of a coordinate as one would write it for positions that are known to be in range, without a
+/// branch.
+struct CPlainSplit {
+    Reference::CCell operator()(float x) const {
+        const int n = static_cast<int>(x);
+        const float r = static_cast<float>(n);
+        const int isAbove = r > x ? 1 : 0;
+        return {static_cast<uint32_t>(n - isAbove) & 255u, (x - r) + static_cast<float>(isAbove)};
+    }
+};
+
+template <Reference::EQuality kQuality, typename TPosition>
+[[gnu::noinline]] void PlainLoop(const float* basis, float* samples, const void* positions, uint32_t count) {
+    const TPosition* const typed = static_cast<const TPosition*>(positions);
+    for (uint32_t k = 0; k < count; ++k) {
+        samples[k] = Reference::Sample(basis, kQuality, typed[k], CPlainSplit());
+    }
+}
+
+using CPlainLoop = void (*)(const float* basis, float* samples, const void* positions, uint32_t count);
+
+template <typename TPosition>
+CPlainLoop PlainLoopOf(Reference::EQuality quality) {
+    using enum Reference::EQuality;
+    return quality == kLinear  ? PlainLoop<kLinear, TPosition>
+           : quality == kCubic ? PlainLoop<kCubic, TPosition>
+                               : PlainLoop<kQuintic, TPosition>;
+}
+
+CPlainLoop PlainLoopOf(const CBatchSampler& sampler) {
+    return sampler.m_Dimension == 1 ? PlainLoopOf<float>(sampler.m_Quality)
+                                    : PlainLoopOf<TVector<float, 3>>(sampler.m_Quality);
+}
+
+void Run(benchmark::State& state, const CBatchSampler& sampler, EPath path, uint32_t count) {
+    CData& data = Data();
+    const CPlainLoop plain = PlainLoopOf(sampler);
+    const uint32_t window = std::max(count, kWindow);
+    // An output that is off by a float sends everything one at a time.
+    float* const samples = CData::Aligned(data.m_Samples) + (path == EPath::kOneAtATime ? 1 : 0);
+    const float* const coordinates = CData::Aligned(data.m_Coordinates);
+    const uint32_t floats = sampler.PositionSize() / uint32_t{sizeof(float)};
+    uint32_t first = 0;
+    for (auto _ : state) {
+        const float* const positions = coordinates + size_t{first} * floats;
+        if (path == EPath::kPlain) {
+            plain(data.m_Noise.Basis(), samples, positions, count);
+        } else {
+            sampler.m_Sample(data.m_Noise, {samples, count, sizeof(float)}, positions, count,
+                             sampler.PositionSize());
+        }
+        benchmark::ClobberMemory();
+        first += (count + 3) / 4 * 4; // multiples of four positions are aligned
+        first = first + count <= window ? first : 0;
+    }
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * count);
+}
+
+std::string NameOf(const CBatchSampler& sampler, const char* path, uint32_t count) {
+    return std::string(sampler.m_Name) + "/" + path + "/" + std::to_string(count);
+}
+
+/// Keeps the time of every run and prints the medians as one table.
+class CTableReporter final : public benchmark::BenchmarkReporter {
+public:
+    bool ReportContext(const Context&) override {
+        return true;
+    }
+
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs) {
+            if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
+                m_Nanoseconds[run.run_name.function_name].push_back(1e9 /
+                                                                    run.counters.at("items_per_second"));
+            }
+        }
+        if (isatty(STDERR_FILENO) != 0) {
+            std::fprintf(stderr, "\r%zu benchmarks done ", m_Nanoseconds.size());
+        }
+    }
+
+    void Finalize() override {
+        std::fprintf(stderr, "\n");
+        std::printf("nanoseconds per position, medians%*s", 7, "");
+        for (const uint32_t count : kCounts) {
+            std::printf("%9u", count);
+        }
+        std::printf("  positions\n");
+        for (const CBatchSampler& sampler : kBatchSamplers) {
+            for (const auto& [path, name] : kPaths) {
+                PrintRow(sampler, name, [&](uint32_t count) { return Median(NameOf(sampler, name, count)); });
+            }
+            for (const EPath path : {EPath::kFourAtATime, EPath::kOneAtATime}) {
+                const char* const name = kPaths[static_cast<size_t>(path)].second;
+                PrintRow(sampler, std::string("plain loop : ") + name, [&](uint32_t count) {
+                    return Median(NameOf(sampler, "plain loop", count)) /
+                           Median(NameOf(sampler, name, count));
+                });
+            }
+        }
+    }
+
+private:
+    template <typename TValue>
+    static void PrintRow(const CBatchSampler& sampler, const std::string& name, const TValue& valueOf) {
+        std::printf("%-16s %-23s", sampler.m_Name, name.c_str());
+        for (const uint32_t count : kCounts) {
+            std::printf("%9.2f", valueOf(count));
+        }
+        std::printf("\n");
+    }
+
+    /// Of the runs of one benchmark; 0 where a filter has left it out.
+    double Median(const std::string& name) {
+        std::vector<double>& times = m_Nanoseconds[name];
+        if (times.empty()) {
+            return 0.0;
+        }
+        std::sort(times.begin(), times.end());
+        return times[times.size() / 2];
+    }
+
+    std::map<std::string, std::vector<double>> m_Nanoseconds;
+};
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
+    for (const CBatchSampler& sampler : kBatchSamplers) {
+        for (const auto& [path, name] : kPaths) {
+            for (const uint32_t count : kCounts) {
+                benchmark::RegisterBenchmark(NameOf(sampler, name, count).c_str(),
+                                             [&sampler, path = path, count](benchmark::State& state) {
+                                                 Run(state, sampler, path, count);
+                                             });
+            }
+        }
+    }
+    benchmark::Initialize(&argumentCount, arguments);
+    if (benchmark::ReportUnrecognizedArguments(argumentCount, arguments)) {
+        return 2;
+    }
+    CTableReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    return 0;
+}
