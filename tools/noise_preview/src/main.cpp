@@ -1,0 +1,60 @@
+#include "command_line.h"
+#include "field_picture.h"
+#include "png_file.h"
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <optional>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+using namespace NoisePreview;
+
+/// Refuses a picture that would not fit into this machine, rather than have the system end the program
+/// half-way.
+void CheckMemory(const COptions& options) {
+    const double bytes = static_cast<double>(options.m_Width) * options.m_Height;
+    const double memory =
+        static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
+    if (bytes > memory) {
+        throw std::bad_alloc();
+    }
+}
+
+void Run(const COptions& options) {
+    CheckMemory(options);
+    CPngFile file(options.m_Output);
+    const CFieldPicture field = DrawField(options);
+    file.Write(field.m_Picture);
+    const double count = static_cast<double>(field.m_PositionCount);
+    std::printf("%s: %llu positions, %.2f ns per position\n", options.m_Output.c_str(),
+                static_cast<unsigned long long>(field.m_PositionCount),
+                field.m_SamplingSeconds * 1e9 / count);
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
+    // A file that grows beyond a limit is to fail like any other, not to end the program.
+    std::signal(SIGXFSZ, SIG_IGN);
+    int exitCode = 0;
+    const std::optional<COptions> options = ParseCommandLine(argumentCount, arguments, exitCode);
+    if (!options) {
+        return exitCode;
+    }
+    try {
+        Run(*options);
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "noise_preview: a picture of %u x %u pixels does not fit into memory\n",
+                     options->m_Width, options->m_Height);
+        return 1;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "noise_preview: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace NoisePreview {
+
+/// Tells on standard error how far a piece of work has got: in place on a terminal, elsewhere a line a
+/// quarter.
+class CProgress {
+public:
+    CProgress(std::string label, uint64_t total);
+
+    /// `done` of the total is done. Cheap enough to call often.
+    void Show(uint64_t done);
+
+private:
+    std::string m_Label;
+    uint64_t m_Total;
+    bool m_IsTerminal;
+    int m_LastPercent = -1;
+    std::chrono::steady_clock::time_point m_LastTime;
+};
+
+} // namespace NoisePreview
