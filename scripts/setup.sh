@@ -1,0 +1,68 @@
+# What the scripts share: they find out what the machine lacks, install it where they can, and build by preset.
+# To be sourced, with `root` set to the checkout.
+
+os_release=/etc/os-release
+missing=()
+
+# Compilers and tests put their temporary files here, so that nothing is written outside the checkout.
+export TMPDIR="$root/build/tmp" TEST_TMPDIR="$root/build/tmp"
+
+say() { printf '%s\n' "$*" >&2; }
+
+stop() {
+  say "${0##*/}: $*"
+  exit 1
+}
+
+has_program() { command -v "$1" >/dev/null; }
+
+has_header() { printf '#if !__has_include(<%s>)\n#error\n#endif\n' "$1" | g++ -std=c++20 -E -x c++ - >/dev/null 2>&1; }
+
+has_file() { [ -e "$1" ]; }
+
+# need PACKAGE CHECK...: notes the Debian package as missing unless the check succeeds.
+need() {
+  local package=$1
+  shift
+  "$@" || missing+=("$package")
+}
+
+need_build_tools() {
+  need g++ has_program g++
+  need cmake has_program cmake
+  need ninja-build has_program ninja
+}
+
+is_debian() { [ -r "$os_release" ] && (. "$os_release" && [ "${ID:-}" = debian ]); }
+
+is_root() { [ "$(id -u)" -eq 0 ]; }
+
+# Without a terminal nobody can type a password.
+may_use_sudo() { has_program sudo && { sudo -n true 2>/dev/null || [ -t 0 ]; }; }
+
+# Installs what `need` has found missing, or says what it is and stops.
+install_missing() {
+  [ ${#missing[@]} -gt 0 ] || return 0
+  local as_root=()
+  is_debian || stop "this is not Debian: please install what Debian calls ${missing[*]}, then run this again"
+  if ! is_root; then
+    may_use_sudo || stop "no rights to install packages: please install ${missing[*]}, then run this again"
+    as_root=(sudo)
+  fi
+  say "installing ${missing[*]}"
+  mkdir -p "$root/build"
+  local log="$root/build/install.log"
+  {
+    "${as_root[@]}" apt-get update &&
+      "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
+  } >"$log" 2>&1 || { tail -n 5 "$log" >&2; stop "installing ${missing[*]} failed; all of it is in $log"; }
+  missing=()
+}
+
+# build PRESET [TARGET]: configures and builds, in seconds where nothing has changed.
+build() {
+  mkdir -p "$TMPDIR"
+  local log="$root/build/configure-$1.log"
+  (cd "$root" && cmake --preset "$1") >"$log" 2>&1 || { cat "$log" >&2; stop "configuring '$1' failed"; }
+  cmake --build "$root/build/$1" ${2:+--target "$2"} >&2 || stop "building '$1' failed"
+}

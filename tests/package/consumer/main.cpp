@@ -1,0 +1,42 @@
+// Samples a field and prints, for the test to compare: the backend and a hash of the samples' bits. Fails
+// where the program and the library do not agree on what a four-lane value is.
+
+#include <zr_maths/maths_noise_fast.h>
+#include <zr_support/simd_backend.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+using namespace Vestrel;
+
+int main() {
+    const TVector<float, 4> lanes = SIMD_Neon::_LanesAsReceived(SIMD_Neon::Float4(1.0f, 2.0f, 3.0f, 4.0f));
+    if (lanes.x != 1.0f || lanes.y != 2.0f || lanes.z != 3.0f || lanes.w != 4.0f) {
+        std::printf("lanes arrived as %g %g %g %g\n", static_cast<double>(lanes.x),
+                    static_cast<double>(lanes.y), static_cast<double>(lanes.z), static_cast<double>(lanes.w));
+        return 1;
+    }
+    CStdRandomGenerator generator(2026);
+    const CFastNoise3 noise(&generator);
+    const uint32_t count = 4099;
+    std::vector<TVector<float, 3>> positions(count + 1);
+    for (uint32_t k = 0; k < count; ++k) {
+        // Products of a small integer and a power of two, exact under any flags.
+        const float step = static_cast<float>(k) * 0.015625f;
+        positions[k] = {step, -step, static_cast<float>(k % 64) * 0.25f};
+    }
+    std::vector<float> samples(2 * count);
+    noise.SampleQuintic3D({samples.data(), count, 4}, {positions.data(), count, 12});
+    noise.SampleCubic1D({samples.data() + count, count, 4}, {&positions[0].x, count, 12});
+    uint64_t hash = 14695981039346656037u; // FNV-1a
+    for (const float sample : samples) {
+        uint32_t bits;
+        std::memcpy(&bits, &sample, sizeof(bits));
+        hash = (hash ^ bits) * 1099511628211u;
+    }
+    std::printf("Vestrel %s, %s, %016llx\n", VESTREL_VERSION_STRING, SIMD_Neon::BackendName(),
+                static_cast<unsigned long long>(hash));
+    return 0;
+}
