@@ -5,7 +5,7 @@ set -euo pipefail
 case=$1 source=$2 compiler=$3 work=$4
 here=$(dirname "$(readlink -f "$0")")
 rm -rf "$work" && mkdir -p "$work"
-export CXX=$compiler
+export CXX=$compiler CMAKE_GENERATOR=Ninja
 
 # The samples' hash is the same for every backend, compiler and flag.
 expected='Vestrel 0\.1\.0, (NEON|SSE|portable), 7c81f65fe2eb3190$'

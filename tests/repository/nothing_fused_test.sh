@@ -7,7 +7,7 @@ set -euo pipefail
 source=$1 compiler=$2 work=$3
 [ "$(uname -m)" = x86_64 ] || { echo 'not an x86-64 machine: nothing to look at'; exit 0; }
 rm -rf "$work" && mkdir -p "$work"
-export CXX=$compiler
+export CXX=$compiler CMAKE_GENERATOR=Ninja
 
 quietly() { "$@" >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }; }
 fused_count() { objdump -d --no-show-raw-insn "$1" | grep -cE '\bvfn?m(add|sub)' || true; }
