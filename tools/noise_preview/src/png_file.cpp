@@ -5,7 +5,9 @@
 #include <png.h>
 
 #include <cerrno>
+#include <climits>
 #include <csetjmp>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
@@ -17,6 +19,15 @@
 namespace NoisePreview {
 
 namespace {
+
+/// The file to remove when a signal ends the program; empty when there is none.
+char s_PartialPath[PATH_MAX] = "";
+
+extern "C" void RemovePartialFile(int signal) {
+    unlink(s_PartialPath);
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
 
 /// What libpng says when it gives up; kept outside the function that it jumps back into.
 struct CPngError {
@@ -72,6 +83,10 @@ CPngFile::CPngFile(const std::filesystem::path& path) : m_Path(path) {
     if (descriptor < 0) {
         _Fail(std::strerror(errno));
     }
+    m_PartialPath.copy(s_PartialPath, sizeof(s_PartialPath) - 1);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        std::signal(signal, RemovePartialFile);
+    }
     const mode_t mask = umask(0);
     umask(mask);
     fchmod(descriptor, 0666 & ~mask);
@@ -85,6 +100,7 @@ CPngFile::~CPngFile() {
     if (!m_PartialPath.empty()) {
         unlink(m_PartialPath.c_str());
     }
+    s_PartialPath[0] = '\0';
 }
 
 void CPngFile::Write(const CPicture& picture) {

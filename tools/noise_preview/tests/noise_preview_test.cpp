@@ -81,12 +81,11 @@ protected:
         fs::remove_all(m_Folder, ignored);
     }
 
-    CResult Run(const std::string& arguments, const std::string& before = "true") const {
+    CResult Run(const std::string& arguments, const std::string& before = "exec") const {
         const std::string errors = m_Folder.string() + ".errors";
         const std::string output = m_Folder.string() + ".output";
-        const std::string command = "cd '" + m_Folder.string() + "' && " + before +
-                                    " && exec '" NOISE_PREVIEW "' " + arguments + " >'" + output + "' 2>'" +
-                                    errors + "' </dev/null";
+        const std::string command = "cd '" + m_Folder.string() + "' && " + before + " '" NOISE_PREVIEW "' " +
+                                    arguments + " >'" + output + "' 2>'" + errors + "' </dev/null";
         const int status = std::system(command.c_str());
         CResult result = {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(output), ReadFile(errors)};
         fs::remove(errors);
@@ -96,7 +95,7 @@ protected:
 
     /// A run that must fail with one line about `about`, and leave the folder as it was.
     void ExpectFailure(const std::string& arguments, const std::string& about,
-                       const std::string& before = "true") const {
+                       const std::string& before = "exec") const {
         const auto filesBefore = Files();
         const CResult result = Run(arguments, before);
         EXPECT_GT(result.m_ExitCode, 0) << arguments;
@@ -276,7 +275,8 @@ TEST_F(NoisePreview, ExhaustedMemoryIsSaid) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "sanitizers need more address space than is left here";
 #endif
-    ExpectFailure("--size 30000x20000", "30000 x 20000 pixels does not fit into memory", "ulimit -v 200000");
+    ExpectFailure("--size 30000x20000", "30000 x 20000 pixels does not fit into memory",
+                  "ulimit -v 200000 && exec");
 }
 
 TEST_F(NoisePreview, FilesThatCannotBeWrittenAreNamed) {
@@ -292,9 +292,23 @@ TEST_F(NoisePreview, FilesThatCannotBeWrittenAreNamed) {
 TEST_F(NoisePreview, AFailedRunKeepsTheFileThatIsThere) {
     std::ofstream(m_Folder / "field.png") << "precious";
     // No file may grow beyond 4 blocks, as on a disk that is full.
-    ExpectFailure("--size 500x500 --output field.png", "cannot be written: File too large", "ulimit -f 4");
+    ExpectFailure("--size 500x500 --output field.png", "cannot be written: File too large",
+                  "ulimit -f 4 && exec");
     EXPECT_EQ(ReadFile(m_Folder / "field.png"), "precious");
-    ExpectFailure("--size 500x500 --output other.png", "cannot be written: File too large", "ulimit -f 4");
+    ExpectFailure("--size 500x500 --output other.png", "cannot be written: File too large",
+                  "ulimit -f 4 && exec");
+}
+
+TEST_F(NoisePreview, AnInterruptedRunLeavesNothingBehind) {
+    std::ofstream(m_Folder / "field.png") << "precious";
+    const auto filesBefore = Files();
+    for (const std::string signal : {"INT", "TERM", "HUP"}) {
+        // Some seconds of work, ended after a fraction of one; timeout exits with 124 when it had to.
+        const CResult result =
+            Run("--size 20000x10000 --output field.png", "exec timeout -s " + signal + " 0.3");
+        EXPECT_EQ(result.m_ExitCode, 124) << result.m_Errors;
+        EXPECT_TRUE(Files() == filesBefore) << "SIG" << signal << " left something behind";
+    }
 }
 
 TEST_F(NoisePreview, ASuccessfulRunReplacesTheFileThatIsThere) {
