@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <string_view>
@@ -72,11 +73,13 @@ void ParseCells(const std::string& text, COptions& options) {
 }
 
 void ParseSlice(const std::string& text, COptions& options) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), options.m_Slice);
+    double slice = 0.0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), slice);
     const bool isWhole = error == std::errc() && end == text.data() + text.size();
-    if (!isWhole || !(std::fabs(options.m_Slice) <= kMaxCoordinate)) {
+    if (!isWhole || !(std::fabs(slice) <= kMaxCoordinate)) {
         Refuse("--slice", text, "not a number from -8388608 to 8388608");
     }
+    options.m_Slice = static_cast<float>(slice);
 }
 
 void ParseSeed(const std::string& text, COptions& options) {
@@ -94,34 +97,35 @@ void ParseOutput(const std::string& text, COptions& options) {
     options.m_Output = text;
 }
 
-/// An option of the command line. The defaults are those of COptions, as text for --help.
+/// An option of the command line.
 struct COption {
     const char* m_Name;
     const char* m_Form;
-    const char* m_Default;
     const char* m_Description;
     void (*m_Parse)(const std::string& text, COptions& options);
 };
 
 constexpr COption kOptions[] = {
-    {"--dimension", "1|3", "3",
-     "Dimension of the field: 1 draws its curve, 3 a slice through it, from black at -1 to white at 1.",
+    {"--dimension", "1|3",
+     "Dimension of the field: 1 draws its curve, 3 a slice through it, from black at -1 to white at 1 "
+     "(default: 3).",
      ParseDimension},
-    {"--quality", "linear|cubic|quintic", "quintic", "How samples are blended between lattice points.",
-     ParseQuality},
-    {"--size", "WxH", "1024x1024", "Width and height of the picture in pixels.", ParseSize},
-    {"--cells", "N", "16", "How many lattice cells the picture is wide, 1 to 1000000.", ParseCells},
-    {"--slice", "Z", "0.5", "Where a 3D field is cut: the z coordinate of all positions.", ParseSlice},
-    {"--seed", "S", "1", "Seed of the field's random values, 0 to 4294967295.", ParseSeed},
-    {"--output", "FILE.png", "noise.png", "The PNG file to write; a file that is there already is replaced.",
-     ParseOutput},
+    {"--quality", "linear|cubic|quintic",
+     "How samples are blended between lattice points (default: quintic).", ParseQuality},
+    {"--size", "WxH", "Width and height of the picture in pixels (default: 1024x1024).", ParseSize},
+    {"--cells", "N", "How many lattice cells the picture is wide, 1 to 1000000 (default: 16).", ParseCells},
+    {"--slice", "Z", "Where a 3D field is cut: the z coordinate of all positions (default: 0.5).",
+     ParseSlice},
+    {"--seed", "S", "Seed of the field's random values, 0 to 4294967295 (default: 1).", ParseSeed},
+    {"--output", "FILE.png",
+     "The PNG file to write; a file that is there already is replaced (default: noise.png).", ParseOutput},
 };
 
 void CheckExtent(const COptions& options) {
     const double tall = static_cast<double>(options.m_Height) / options.m_Width;
     if (options.m_Dimension == 3 && options.m_Cells * tall > kMaxCoordinate) {
         Refuse("--cells", std::to_string(options.m_Cells),
-               "so many that the picture would be 8388608 cells high");
+               "so many that the picture would be more than 8388608 cells high");
     }
 }
 
@@ -134,11 +138,12 @@ std::optional<COptions> ParseCommandLine(int argumentCount, char** arguments, in
         const auto parse = [&](const std::string& text) { option.m_Parse(text, options); };
         app.add_option_function<std::string>(option.m_Name, parse, option.m_Description)
             ->type_name(option.m_Form)
-            ->default_str(option.m_Default)
             ->take_last();
     }
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return std::string("noise_preview: ") + error.what() + " (--help explains the options)\n";
+        std::string line = std::string("noise_preview: ") + error.what() + " (--help explains the options)";
+        std::replace(line.begin(), line.end(), '\n', ' '); // one that came with an argument
+        return line + '\n';
     });
 
     try {

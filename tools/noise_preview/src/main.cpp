@@ -7,6 +7,7 @@
 #include <exception>
 #include <new>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <unistd.h>
 
@@ -17,7 +18,9 @@ using namespace NoisePreview;
 /// Refuses a picture that would not fit into this machine, rather than have the system end the program
 /// half-way.
 void CheckMemory(const COptions& options) {
-    const double bytes = static_cast<double>(options.m_Width) * options.m_Height;
+    const double curve =
+        options.m_Dimension == 1 ? sizeof(float) * static_cast<double>(options.m_Width) : 0.0;
+    const double bytes = static_cast<double>(options.m_Width) * options.m_Height + curve;
     const double memory =
         static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
     if (bytes > memory) {
@@ -34,13 +37,17 @@ void Run(const COptions& options) {
     std::printf("%s: %llu positions, %.2f ns per position\n", options.m_Output.c_str(),
                 static_cast<unsigned long long>(field.m_PositionCount),
                 field.m_SamplingSeconds * 1e9 / count);
+    if (std::fflush(stdout) != 0) {
+        throw std::runtime_error("the last line cannot be written to standard output");
+    }
 }
 
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    // A file that grows beyond a limit is to fail like any other, not to end the program.
+    // A file that grows beyond a limit, or output that nobody reads, is to fail like any other.
     std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
     int exitCode = 0;
     const std::optional<COptions> options = ParseCommandLine(argumentCount, arguments, exitCode);
     if (!options) {

@@ -29,6 +29,25 @@ extern "C" void RemovePartialFile(int signal) {
     std::raise(signal);
 }
 
+/// Leaves alone what the program was started to ignore, as nohup does.
+void RemovePartialFileOnSignals() {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        if (std::signal(signal, RemovePartialFile) == SIG_IGN) {
+            std::signal(signal, SIG_IGN);
+        }
+    }
+}
+
+/// The path behind symbolic links, so that they stay, even those to a file that is not there yet.
+std::filesystem::path WhereLinksLead(std::filesystem::path path) {
+    constexpr int kMaxLinks = 40; // as many as the system follows
+    std::error_code error;
+    for (int links = 0; links < kMaxLinks && std::filesystem::is_symlink(path, error); ++links) {
+        path = path.parent_path() / std::filesystem::read_symlink(path, error);
+    }
+    return path;
+}
+
 /// What libpng says when it gives up; kept outside the function that it jumps back into.
 struct CPngError {
     std::jmp_buf m_Return;
@@ -68,15 +87,14 @@ bool WriteRows(std::FILE* file, const CPicture& picture, CProgress& progress, CP
 
 } // namespace
 
-CPngFile::CPngFile(const std::filesystem::path& path) : m_Path(path) {
-    // Where a link leads, so that the link itself stays.
-    std::error_code error;
-    const std::filesystem::path target = std::filesystem::canonical(path, error);
-    if (!error) {
-        m_Path = target;
-        if (!std::filesystem::is_regular_file(m_Path, error)) {
-            _Fail("it is not a file");
-        }
+CPngFile::CPngFile(const std::filesystem::path& path) : m_Path(WhereLinksLead(path)) {
+    struct stat existing = {};
+    const bool exists = stat(m_Path.c_str(), &existing) == 0;
+    if (exists && !S_ISREG(existing.st_mode)) {
+        _Fail("it is not a file");
+    }
+    if (exists && access(m_Path.c_str(), W_OK) != 0) {
+        _Fail(std::strerror(errno));
     }
     m_PartialPath = m_Path.string() + ".XXXXXX";
     const int descriptor = mkstemp(m_PartialPath.data());
@@ -84,12 +102,10 @@ CPngFile::CPngFile(const std::filesystem::path& path) : m_Path(path) {
         _Fail(std::strerror(errno));
     }
     m_PartialPath.copy(s_PartialPath, sizeof(s_PartialPath) - 1);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        std::signal(signal, RemovePartialFile);
-    }
+    RemovePartialFileOnSignals();
     const mode_t mask = umask(0);
     umask(mask);
-    fchmod(descriptor, 0666 & ~mask);
+    fchmod(descriptor, exists ? existing.st_mode & 07777 : 0666 & ~mask);
     m_File = fdopen(descriptor, "wb");
 }
 
@@ -107,7 +123,7 @@ void CPngFile::Write(const CPicture& picture) {
     CProgress progress("writing ", picture.m_Height);
     CPngError error;
     errno = 0;
-    if (!WriteRows(m_File, picture, progress, error)) {
+    if (m_File == nullptr || !WriteRows(m_File, picture, progress, error)) {
         _Fail(errno != 0 ? std::strerror(errno) : error.m_Message);
     }
     const bool isFlushed = std::fclose(std::exchange(m_File, nullptr)) == 0;

@@ -9,6 +9,12 @@ namespace NoisePreview {
 CProgress::CProgress(std::string label, uint64_t total)
     : m_Label(std::move(label)), m_Total(total), m_IsTerminal(isatty(STDERR_FILENO) != 0) {}
 
+CProgress::~CProgress() {
+    if (m_IsTerminal && m_LastPercent >= 0) {
+        std::fputc('\n', stderr);
+    }
+}
+
 void CProgress::Show(uint64_t done) {
     const int percent = static_cast<int>(100.0 * static_cast<double>(done) / static_cast<double>(m_Total));
     if (!m_IsTerminal) {
@@ -19,11 +25,10 @@ void CProgress::Show(uint64_t done) {
         return;
     }
     const auto now = std::chrono::steady_clock::now();
-    const bool isDone = done == m_Total;
-    if (percent == m_LastPercent || (!isDone && now - m_LastTime < std::chrono::milliseconds(50))) {
+    if (percent == m_LastPercent || (done != m_Total && now - m_LastTime < std::chrono::milliseconds(50))) {
         return;
     }
-    std::fprintf(stderr, "\r%s %3d %%%s", m_Label.c_str(), percent, isDone ? "\n" : "");
+    std::fprintf(stderr, "\r%s %3d %%", m_Label.c_str(), percent);
     m_LastPercent = percent;
     m_LastTime = now;
 }

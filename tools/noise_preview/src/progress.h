@@ -12,6 +12,12 @@ class CProgress {
 public:
     CProgress(std::string label, uint64_t total);
 
+    /// Ends the line on a terminal, so that what is said next stands on one of its own.
+    ~CProgress();
+
+    CProgress(const CProgress&) = delete;
+    CProgress& operator=(const CProgress&) = delete;
+
     /// `done` of the total is done. Cheap enough to call often.
     void Show(uint64_t done);
 
@@ -19,7 +25,7 @@ private:
     std::string m_Label;
     uint64_t m_Total;
     bool m_IsTerminal;
-    int m_LastPercent = -1;
+    int m_LastPercent = -100;
     std::chrono::steady_clock::time_point m_LastTime;
 };
 

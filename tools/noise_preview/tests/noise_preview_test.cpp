@@ -123,17 +123,18 @@ protected:
 TEST_F(NoisePreview, DrawsEveryQualityOfA3DSlicePixelByPixel) {
     CStdRandomGenerator generator(7);
     const CFastNoise3 noise(&generator);
-    constexpr uint32_t kWidth = 60;
-    constexpr uint32_t kHeight = 35;
+    // More pixels than the program samples at once.
+    constexpr uint32_t kWidth = 240;
+    constexpr uint32_t kHeight = 140;
     std::vector<TVector<float, 3>> positions(kWidth * kHeight + 1);
     for (uint32_t k = 0; k < kWidth * kHeight; ++k) {
-        // Pixel centres, 60 of them over 12 cells.
-        positions[k] = {static_cast<float>((k % kWidth + 0.5) / 5.0),
-                        static_cast<float>((k / kWidth + 0.5) / 5.0), -1.75f};
+        // Pixel centres, 240 of them over 12 cells.
+        positions[k] = {static_cast<float>((k % kWidth + 0.5) / 20.0),
+                        static_cast<float>((k / kWidth + 0.5) / 20.0), -1.75f};
     }
     for (const std::string quality : {"linear", "cubic", "quintic"}) {
         const CResult result = Run("--dimension 3 --quality " + quality +
-                                   " --size 60x35 --cells 12 --slice -1.75 --seed 7 --output field.png");
+                                   " --size 240x140 --cells 12 --slice -1.75 --seed 7 --output field.png");
         ASSERT_EQ(result.m_ExitCode, 0) << result.m_Errors;
         std::vector<float> samples(kWidth * kHeight);
         const TStridedMemoryView<float> output(samples.data(), kWidth * kHeight, 4);
@@ -152,27 +153,31 @@ TEST_F(NoisePreview, DrawsEveryQualityOfA3DSlicePixelByPixel) {
 }
 
 TEST_F(NoisePreview, DrawsTheCurveOfA1DField) {
-    ASSERT_EQ(
-        Run("--dimension 1 --quality cubic --size 400x200 --cells 8 --seed 3 --output curve.png").m_ExitCode,
-        0);
+    // More positions than the program samples at once.
+    constexpr uint32_t kWidth = 20000;
+    constexpr uint32_t kHeight = 200;
+    ASSERT_EQ(Run("--dimension 1 --quality cubic --size 20000x200 --cells 8 --seed 3 --output curve.png")
+                  .m_ExitCode,
+              0);
     const CGreyPng picture = ReadPng(m_Folder / "curve.png");
-    ASSERT_EQ(picture.m_Width, 400u);
-    ASSERT_EQ(picture.m_Height, 200u);
+    ASSERT_EQ(picture.m_Width, kWidth);
+    ASSERT_EQ(picture.m_Height, kHeight);
 
     CStdRandomGenerator generator(3);
     const CFastNoise3 noise(&generator);
-    std::vector<float> positions(400);
-    std::vector<float> samples(400);
-    for (size_t x = 0; x < 400; ++x) {
-        positions[x] = static_cast<float>((static_cast<double>(x) + 0.5) / 50.0);
+    std::vector<float> positions(kWidth);
+    std::vector<float> samples(kWidth);
+    for (size_t x = 0; x < kWidth; ++x) {
+        positions[x] = static_cast<float>((static_cast<double>(x) + 0.5) / 2500.0);
     }
-    noise.SampleCubic1D({samples.data(), 400, 4}, {positions.data(), 400, 4});
-    for (uint32_t x = 0; x < 400; ++x) {
-        // The darkest stretch of the column is around the sample's height: +-1.1 on 200 pixels, upward.
+    noise.SampleCubic1D({samples.data(), kWidth, 4}, {positions.data(), kWidth, 4});
+    for (size_t x = 0; x < kWidth; ++x) {
+        // The curve is at the sample's height: +-1.1 on 200 pixels, upward; half a picture away nothing is
+        // dark.
         const long row = std::lround(100.0 - static_cast<double>(samples[x]) / 1.1 * 100.0 - 0.5);
-        EXPECT_LT(picture.m_Pixels[static_cast<size_t>(row) * 400 + x], 100) << "column " << x;
-        EXPECT_GE(picture.m_Pixels[x], 200) << "column " << x << ", top";
-        EXPECT_GE(picture.m_Pixels[199 * 400 + x], 200) << "column " << x << ", bottom";
+        ASSERT_LT(picture.m_Pixels[static_cast<size_t>(row) * kWidth + x], 128) << "column " << x;
+        ASSERT_GE(picture.m_Pixels[static_cast<size_t>((row + 100) % 200) * kWidth + x], 200)
+            << "column " << x;
     }
 }
 
@@ -233,10 +238,11 @@ TEST_F(NoisePreview, HelpExplainsEveryOptionWithItsDefault) {
     const CResult result = Run("--help");
     EXPECT_EQ(result.m_ExitCode, 0);
     EXPECT_EQ(result.m_Errors, "");
-    for (const std::string option :
-         {"--dimension 1|3=3", "--quality linear|cubic|quintic=quintic", "--size WxH=1024x1024",
-          "--cells N=16", "--slice Z=0.5", "--seed S=1", "--output FILE.png=noise.png"}) {
-        EXPECT_NE(result.m_Output.find(option), std::string::npos) << option << " in:\n" << result.m_Output;
+    for (const std::string text :
+         {"--dimension 1|3 ", "--quality linear|cubic|quintic", "--size WxH ", "--cells N ", "--slice Z ",
+          "--seed S ", "--output FILE.png ", "(default: 3).", "(default: quintic).", "(default: 1024x1024).",
+          "(default: 16).", "(default: 0.5).", "(default: 1).", "(default: noise.png)."}) {
+        EXPECT_NE(result.m_Output.find(text), std::string::npos) << text << " in:\n" << result.m_Output;
     }
 }
 
@@ -264,6 +270,12 @@ TEST_F(NoisePreview, BadOptionsGetOneLineThatNamesThem) {
     ExpectFailure("--colour", "--colour");
     ExpectFailure("field.png", "field.png");
     ExpectFailure("--cells 1000000 --size 1x1000", "--cells");
+    ExpectFailure("'--two\nlines'", "--two lines");
+}
+
+TEST_F(NoisePreview, OnlyTheHeightOfASliceIsLimited) {
+    EXPECT_EQ(Run("--dimension 1 --cells 1000000 --size 1x1000 --output a.png").m_ExitCode, 0);
+    EXPECT_EQ(Run("--slice 1e-50 --size 4x4 --output a.png").m_ExitCode, 0);
 }
 
 TEST_F(NoisePreview, TooLargeForMemoryIsSaid) {
@@ -302,22 +314,45 @@ TEST_F(NoisePreview, AFailedRunKeepsTheFileThatIsThere) {
 TEST_F(NoisePreview, AnInterruptedRunLeavesNothingBehind) {
     std::ofstream(m_Folder / "field.png") << "precious";
     const auto filesBefore = Files();
-    for (const std::string signal : {"INT", "TERM", "HUP"}) {
+    for (const std::string signal : {"INT", "TERM", "HUP", "QUIT"}) {
         // Some seconds of work, ended after a fraction of one; timeout exits with 124 when it had to.
         const CResult result =
             Run("--size 20000x10000 --output field.png", "exec timeout -s " + signal + " 0.3");
         EXPECT_EQ(result.m_ExitCode, 124) << result.m_Errors;
+        EXPECT_NE(result.m_Errors.find("sampling 0 %"), std::string::npos) << "it had not begun";
         EXPECT_TRUE(Files() == filesBefore) << "SIG" << signal << " left something behind";
     }
 }
 
 TEST_F(NoisePreview, ASuccessfulRunReplacesTheFileThatIsThere) {
     std::ofstream(m_Folder / "field.png") << "old";
+    fs::permissions(m_Folder / "field.png", static_cast<fs::perms>(0600));
     fs::create_symlink("field.png", m_Folder / "link.png");
     ASSERT_EQ(Run("--size 10x10 --output link.png").m_ExitCode, 0);
     EXPECT_TRUE(fs::is_symlink(m_Folder / "link.png"));
     EXPECT_EQ(ReadPng(m_Folder / "field.png").m_Width, 10u);
+    EXPECT_EQ(static_cast<unsigned>(fs::status(m_Folder / "field.png").permissions()), 0600u);
     EXPECT_EQ(Files().size(), 2u);
+}
+
+TEST_F(NoisePreview, ALinkToNothingIsFollowed) {
+    fs::create_symlink("field.png", m_Folder / "link.png");
+    ASSERT_EQ(Run("--size 10x10 --output link.png").m_ExitCode, 0);
+    EXPECT_TRUE(fs::is_symlink(m_Folder / "link.png"));
+    EXPECT_EQ(ReadPng(m_Folder / "field.png").m_Width, 10u);
+}
+
+TEST_F(NoisePreview, NewFilesHaveTheUsualPermissions) {
+    ASSERT_EQ(Run("--size 10x10 --output a.png", "umask 027 && exec").m_ExitCode, 0);
+    EXPECT_EQ(static_cast<unsigned>(fs::status(m_Folder / "a.png").permissions()), 0640u);
+}
+
+TEST_F(NoisePreview, IgnoredSignalsStayIgnored) {
+    // The shell becomes the program, and keeps its number.
+    const CResult result =
+        Run("--size 8000x4000 --output a.png", "trap '' HUP; { sleep 0.1; kill -HUP $$; } & exec");
+    EXPECT_EQ(result.m_ExitCode, 0) << result.m_Errors;
+    EXPECT_EQ(ReadPng(m_Folder / "a.png").m_Width, 8000u);
 }
 
 } // namespace
