@@ -7,8 +7,14 @@ function(vestrel_own_code target)
 endfunction()
 
 # Code whose results are promised to the bit. Compilers fuse products and sums where the processor can, unless
-# told otherwise; and GCC forgets that it was told in link-time optimisation, so such code stays out of it.
+# told otherwise; and GCC forgets that it was told in link-time optimisation, so such code stays out of it. The
+# sources refuse what they can see of fast-math; Clang does not show the parts of it, which are switched off here.
 function(vestrel_exact_arithmetic target)
+  if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    target_compile_options(${target} PRIVATE -fno-unsafe-math-optimizations -fno-associative-math
+      -fno-reciprocal-math -fno-approx-func -fsigned-zeros -fhonor-nans -fhonor-infinities
+      -fdenormal-fp-math=ieee)
+  endif()
   target_compile_options(${target} PRIVATE -ffp-contract=off -fno-lto)
   set_target_properties(${target} PROPERTIES INTERPROCEDURAL_OPTIMIZATION OFF)
 endfunction()
@@ -18,7 +24,8 @@ function(vestrel_runtime_library target)
   vestrel_own_code(${target})
   vestrel_exact_arithmetic(${target})
   add_library(Vestrel::${target} ALIAS ${target})
-  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  # A program may take the place of the allocator, which has to stay in an object file of its own.
+  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON UNITY_BUILD OFF)
   target_compile_features(${target} PUBLIC cxx_std_17)
   target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
                                               $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)

@@ -6,6 +6,7 @@ missing=()
 
 # Compilers and tests put their temporary files here, so that nothing is written outside the checkout.
 export TMPDIR="$root/build/tmp" TEST_TMPDIR="$root/build/tmp"
+mkdir -p "$TMPDIR"
 
 say() { printf '%s\n' "$*" >&2; }
 
@@ -16,7 +17,18 @@ stop() {
 
 has_program() { command -v "$1" >/dev/null; }
 
-has_header() { printf '#if !__has_include(<%s>)\n#error\n#endif\n' "$1" | g++ -std=c++20 -E -x c++ - >/dev/null 2>&1; }
+# Where packages put headers, or wherever else the compiler looks.
+has_header() {
+  [ -e "/usr/include/$1" ] ||
+    printf '#if !__has_include(<%s>)\n#error\n#endif\n' "$1" | g++ -std=c++20 -E -x c++ - >/dev/null 2>&1
+}
+
+# has_version PROGRAM OLDEST: whether the program is there, and OLDEST or newer.
+has_version() {
+  local version
+  version=$("$1" --version 2>/dev/null | sed -n '1s/.* \([0-9][0-9.]*\).*/\1/p') && [ -n "$version" ] &&
+    printf '%s\n' "$2" "$version" | sort -CV
+}
 
 has_file() { [ -e "$1" ]; }
 
@@ -28,8 +40,8 @@ need() {
 }
 
 need_build_tools() {
-  need g++ has_program g++
-  need cmake has_program cmake
+  need g++ has_version g++ 12
+  need cmake has_version cmake 3.25
   need ninja-build has_program ninja
 }
 
@@ -50,7 +62,6 @@ install_missing() {
     as_root=(sudo)
   fi
   say "installing ${missing[*]}"
-  mkdir -p "$root/build"
   local log="$root/build/install.log"
   {
     "${as_root[@]}" apt-get update &&
@@ -61,7 +72,6 @@ install_missing() {
 
 # build PRESET [TARGET]: configures and builds, in seconds where nothing has changed.
 build() {
-  mkdir -p "$TMPDIR"
   local log="$root/build/configure-$1.log"
   (cd "$root" && cmake --preset "$1") >"$log" 2>&1 || { cat "$log" >&2; stop "configuring '$1' failed"; }
   cmake --build "$root/build/$1" ${2:+--target "$2"} >&2 || stop "building '$1' failed"

@@ -35,4 +35,16 @@ if [ "$(uname -m)" = x86_64 ]; then
   expect_refusal "Vestrel's own sources need float operations that round to float" "${strict[@]}" -mfpmath=387 -mno-sse
 fi
 "${strict[@]}"
+
+# Every source file asks for it.
+cmake -S "$source" -B "$work/build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DVESTREL_BUILD_TESTS=OFF \
+  -DVESTREL_BUILD_TOOLS=OFF -DVESTREL_BUILD_SAMPLES=OFF -DVESTREL_BUILD_BENCHMARKS=OFF >"$work/log" 2>&1 ||
+  { cat "$work/log"; exit 1; }
+runtime=$source/Runtime
+for file in "$runtime"/zr_maths/src/noise/*.cpp "$runtime"/zr_support/src/{simd_backend,std_random_generator}.cpp; do
+  compile=("$compiler" -std=c++20 -fsyntax-only -I "$runtime/zr_support/include" -I "$runtime/zr_support/src"
+    -I "$runtime/zr_maths/include" -I "$work/build/Runtime/zr_support/include" "$file")
+  "${compile[@]}"
+  expect_refusal "Vestrel's own sources need IEEE arithmetic" "${compile[@]}" -ffast-math
+done
 echo 'all refused'

@@ -2,6 +2,7 @@
 // the same work written as a plain scalar loop.
 
 #include "batch_samplers.h"
+#include "noise_test_support.h"
 
 #include <benchmark/benchmark.h>
 
@@ -30,15 +31,6 @@ enum class EPath { kFourAtATime, kOneAtATime, kPlain };
 constexpr std::pair<EPath, const char*> kPaths[] = {{EPath::kFourAtATime, "four at a time"},
                                                     {EPath::kOneAtATime, "one at a time"},
                                                     {EPath::kPlain, "plain loop"}};
-
-/// Shows its basis, which the plain loop samples.
-class COpenNoise : public CFastNoise3 {
-public:
-    using CFastNoise3::CFastNoise3;
-    const float* Basis() const {
-        return m_Basis;
-    }
-};
 
 /// Positions for all dimensions and room for their samples, with slack for alignment and the last position.
 struct CData {

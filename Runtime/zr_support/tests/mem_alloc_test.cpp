@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdint>
 #include <cstring>
 
@@ -50,9 +51,10 @@ TEST(MemAlloc, FreeingNullIsAllowed) {
 
 TEST(MemAllocDeathTest, ExhaustionIsSaidAndAborts) {
     // As much as can be asked for, and a size that wraps to almost nothing when it is padded.
-    EXPECT_DEATH(Mem::_RawAlloc(UINT64_MAX / 2, 32, kType, kOrigin),
-                 "Vestrel: out of memory: no block of 9223372036854775807 bytes, aligned to 32, is left");
-    EXPECT_DEATH(Mem::_RawAlloc(UINT64_MAX - 5, 32, kType, kOrigin), "Vestrel: out of memory");
+    EXPECT_EXIT(Mem::_RawAlloc(UINT64_MAX / 2, 32, kType, kOrigin), testing::KilledBySignal(SIGABRT),
+                "Vestrel: out of memory: no block of 9223372036854775807 bytes, aligned to 32, is left");
+    EXPECT_EXIT(Mem::_RawAlloc(UINT64_MAX - 5, 32, kType, kOrigin), testing::KilledBySignal(SIGABRT),
+                "Vestrel: out of memory");
 }
 
 } // namespace

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <cstdio>
 #include <string>
 
 namespace {
@@ -10,11 +10,19 @@ namespace {
 using namespace Vestrel;
 using namespace Vestrel::SIMD_Neon;
 
+template <typename T>
+concept TMadeOfLanes = requires(T value) {
+    value.m_Register.m_Lanes;
+};
+
 TEST(SimdBackend, NameIsThatOfTheConfiguration) {
     const std::string name = BackendName();
     EXPECT_EQ(name == "NEON", VESTREL_SIMD_BACKEND_NEON == 1);
     EXPECT_EQ(name == "SSE", VESTREL_SIMD_BACKEND_SSE == 1);
     EXPECT_EQ(name == "portable", VESTREL_SIMD_BACKEND_PORTABLE == 1);
+    // And the type is that backend's: an array of lanes in plain C++, elsewhere the compiler's own for a
+    // register.
+    static_assert(TMadeOfLanes<Float4> == (VESTREL_SIMD_BACKEND_PORTABLE == 1));
     std::printf("backend: %s\n", name.c_str());
 }
 

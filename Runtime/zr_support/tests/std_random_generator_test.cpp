@@ -64,6 +64,7 @@ TEST(StdRandomGenerator, NeverLeavesTheInterval) {
                                   {0.9f * FLT_MAX, FLT_MAX},
                                   {0.0f, 0.0f},
                                   {5.0f, 5.0f},
+                                  {0.1f, 0.1f}, // which the weighted sum leaves without care
                                   {-0x1p-149f, 0x1p-149f}};
     for (const auto& interval : intervals) {
         for (const float value : Draw(11, 20000, interval[0], interval[1])) {

@@ -12,8 +12,8 @@
 namespace Vestrel {
 
 /// Smooth, repeatable noise: a scalar field over space, blended between 256 random values that are spread
-/// over an integer lattice. The field repeats every 256 cells on each axis and stays within [-1, 1] up to
-/// rounding.
+/// over an integer lattice. The field repeats every 256 cells on each axis. For coordinates between -2^31 and
+/// 2^31 it stays within [-1, 1] up to rounding.
 ///
 /// Samplers come in three qualities. `Linear` is continuous, with creases at the cell faces; `Cubic`
 /// (3t^2 - 2t^3) has a continuous first derivative; `Quintic` (6t^5 - 15t^4 + 10t^3) a continuous second one.
@@ -21,8 +21,8 @@ namespace Vestrel {
 ///
 /// ## Same bits
 /// A position has one value: the same bits from every path of a sampler, on every platform, with every
-/// supported compiler. This holds in the default floating-point environment (round to nearest, denormals
-/// kept).
+/// supported compiler. Only a sample that is not a number has an unspecified sign and payload. This holds in
+/// the default floating-point environment (round to nearest, denormals kept).
 ///
 /// ## Threads
 /// Any number of samplers may run at once on one object. Construction, assignment, destruction and
@@ -30,29 +30,27 @@ namespace Vestrel {
 ///
 /// ## Batch samplers
 /// `SampleLinear1D` and its kind write one float per position:
-/// - The output view alone says how many: `m_Count * m_Stride` bytes from its data pointer, a 32-bit product
-/// that
-///   wraps, are filled with one float per `m_Stride` bytes. The count of the position view is never read. An
-///   output of 0 bytes writes nothing, whatever its pointer.
+/// - The output view alone says how many. The output is the `m_Count * m_Stride` bytes from its data pointer,
+///   a 32-bit product that wraps, and holds a sample every `m_Stride` bytes. An output of 0 bytes writes
+///   nothing, whatever its pointer. The count of the position view is never read.
 /// - The fast path takes four positions at a time, as long as 16 bytes of output remain, if both pointers are
-///   multiples of 16 and the position stride is that of packed positions. It writes packed floats without
-///   looking at the output stride: into an output with a stride of 8 it puts twice as many samples, of as
-///   many consecutive positions, in every byte up to its end. Everything else goes one position at a time,
-///   with any alignment and any stride, a position stride of 0 (one position for all samples) included.
-/// - Not-a-number in a position gives a not-a-number sample (of unspecified sign and payload) and touches no
-///   other. Beyond +-2^31 the cell stays at the last one of the 32-bit range and the fraction grows with the
-///   distance, so that samples there are of no use, but they too have the same bits everywhere.
+///   multiples of 16 and the position stride is that of packed positions. It writes packed floats and does
+///   not look at the output stride: an output with a stride of 8 gets twice as many samples, of as many
+///   consecutive positions. What remains goes one position at a time; so does everything else, with any
+///   alignment and any stride, among them a position stride of 0, which means one position for all samples.
+/// - Not-a-number in a position gives a sample that is not a number and touches no other. From 2^31 on the
+///   cell stays at 255 and the fraction is the distance from 2^31 (below -2^31, one more than that from
+///   -2^31): samples there are of no use, and may be infinite or not a number, but are the same everywhere.
 ///
 /// The caller guarantees:
 /// - an output stride that is not 0 (with 0 a call would not return; debug builds assert);
+/// - that all bytes of the output, rounded up to whole floats, may be written, those between its elements and
+///   behind the last one included;
 /// - as many readable positions as samples are written, and 4 readable bytes behind each 3D position, for
-/// those
-///   that go one at a time are read as 16 bytes. An array of packed 3D positions needs room for one more
-///   float;
-/// - an output that does not overlap the tables of the object, and overlaps the positions only so that no
-/// sample
-///   lies at a higher address than the position that it is made of: in place in 1D, or from the start of the
-///   positions on.
+///   single ones are read as 16 bytes: an array of packed 3D positions needs room for one more float;
+/// - an output that does not overlap the object's own memory, and overlaps the positions only so that no
+///   sample lies at a higher address than the position that it is made of, with strides of at least 4: in
+///   place in 1D, or from the start of the positions on.
 ///
 /// Nothing is checked, reported or thrown.
 class CFastNoise3 {

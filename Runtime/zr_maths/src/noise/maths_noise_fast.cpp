@@ -17,9 +17,10 @@ namespace {
 using Internal::ENoiseQuality;
 using Internal::SampleBatch;
 
-constexpr uint32_t kDrawnCount = 256;
-constexpr size_t kDrawnBytes = kDrawnCount * sizeof(float);
-constexpr size_t kBasisBytes = (2 * kDrawnCount + 1) * sizeof(float);
+using Internal::kPeriod;
+
+constexpr size_t kDrawnBytes = kPeriod * sizeof(float);
+constexpr size_t kBasisBytes = (2 * kPeriod + 1) * sizeof(float);
 constexpr uint32_t kBasisAlignment = 32;
 
 float* AllocateBasis() {
@@ -55,14 +56,14 @@ void CFastNoise3::ResetSampler(CAbstractRandomGenerator* generator) {
 
 void CFastNoise3::_ResetSampler(CAbstractRandomGenerator* generator) {
     if (generator != nullptr) {
-        generator->FillRandomFloats(TMemoryView<float>(m_Basis, kDrawnCount), -1.0f, 1.0f);
+        generator->FillRandomFloats(TMemoryView<float>(m_Basis, kPeriod), -1.0f, 1.0f);
     }
     _RefreshBasis();
 }
 
 void CFastNoise3::_RefreshBasis() {
-    std::memcpy(m_Basis + kDrawnCount, m_Basis, kDrawnBytes);
-    m_Basis[2 * kDrawnCount] = m_Basis[0];
+    std::memcpy(m_Basis + kPeriod, m_Basis, kDrawnBytes);
+    m_Basis[2 * kPeriod] = m_Basis[0];
 }
 
 void CFastNoise3::SampleLinear1D(const TStridedMemoryView<float>& output,

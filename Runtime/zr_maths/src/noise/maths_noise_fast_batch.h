@@ -1,7 +1,7 @@
 #pragma once
 
 // The pattern of the batch samplers: where the output ends, which positions go four at a time and which one
-// at a time, and the two loops.
+// at a time, and the loops.
 
 #include "maths_noise_fast_sample.h"
 
@@ -126,9 +126,9 @@ _GatherFourPositions(const unsigned char* position, size_t stride) {
 template <int kDimension, ENoiseQuality kQuality>
 [[gnu::always_inline]] inline void _SampleOneAtATime(const float* basis, CBatchCursor cursor,
                                                      uint32_t positionStride, uint32_t outputStride) {
-    assert((outputStride != 0 || cursor.m_OutputBytesLeft == 0) && "a sampler needs an output stride");
+    assert(outputStride != 0 && "a sampler needs an output stride");
     const TEdgeEnds<kDimension> ends = {basis};
-    while (outputStride != 0 && cursor.HasRoomFor(4, outputStride)) {
+    while (cursor.HasRoomFor(4, outputStride)) {
         const auto positions = _GatherFourPositions<kDimension>(cursor.m_Position, positionStride);
         _ScatterFourSamples(cursor.m_Output, outputStride, SampleFour<kDimension, kQuality>(ends, positions));
         cursor.Advance(4, positionStride, outputStride);
@@ -142,8 +142,9 @@ template <int kDimension, ENoiseQuality kQuality>
 }
 
 /// The basis in the order in which a 1D chain leads to it, so that the ends of its edges are neighbours.
-inline std::array<float, 257> _PermuteBasis(const float* basis) {
-    std::array<float, 257> permuted;
+using CPermutedBasis = std::array<float, kPeriod + 1>;
+inline CPermutedBasis _PermuteBasis(const float* basis) {
+    CPermutedBasis permuted;
     for (size_t hash = 0; hash < permuted.size(); ++hash) {
         permuted[hash] = CPermutedEnds{basis}.Value(hash);
     }
@@ -166,7 +167,7 @@ void SampleBatch(const float* basis, const TStridedMemoryView<float>& output,
         reinterpret_cast<uintptr_t>(cursor.m_Position) | reinterpret_cast<uintptr_t>(cursor.m_Output);
     if (addresses % 16 == 0 && positions.m_Stride == sizeof(TPosition<kDimension>)) {
         if (kDimension == 1 && cursor.m_OutputBytesLeft >= kLongRunBytes) {
-            const std::array<float, 257> permuted = _PermuteBasis(basis);
+            const CPermutedBasis permuted = _PermuteBasis(basis);
             _SampleFourAtATime<kDimension, kQuality>(CAdjacentEnds{permuted.data()}, cursor);
         } else {
             _SampleFourAtATime<kDimension, kQuality>(TEdgeEnds<kDimension>{basis}, cursor);

@@ -39,7 +39,7 @@ struct CSplitCoordinates {
     const Float4 rounded = SIMD_Neon::ToFloat(truncated);
     const Int4 isAbove = SIMD_Neon::GreaterThan(rounded, coordinates);
     const Float4 one = SIMD_Neon::Constants::_Constant_Fp32_1_1_1_1;
-    return {(truncated + isAbove) & Int4(255), (coordinates - rounded) + (one & isAbove)};
+    return {(truncated + isAbove) & Int4(kPeriod - 1), (coordinates - rounded) + (one & isAbove)};
 }
 
 /// The weight of the upper side at the fraction `t`. The order of operations is part of the noise's

@@ -6,8 +6,11 @@
 
 namespace Vestrel::Internal {
 
+/// The field repeats after this many cells on every axis; so many values are drawn for it.
+inline constexpr int kPeriod = 256;
+
 /// Ken Perlin's permutation of 0 to 255, from the reference implementation of his improved noise (2002).
-inline constexpr std::array<uint8_t, 256> kPerlinPermutation = {
+inline constexpr std::array<uint8_t, kPeriod> kPerlinPermutation = {
     151, 160, 137, 91,  90,  15,  131, 13,  201, 95,  96,  53,  194, 233, 7,   225, 140, 36,  103, 30,
     69,  142, 8,   99,  37,  240, 21,  10,  23,  190, 6,   148, 247, 120, 234, 75,  0,   26,  197, 62,
     94,  252, 219, 203, 117, 35,  11,  32,  57,  177, 33,  88,  237, 149, 56,  87,  174, 20,  125, 136,
@@ -24,24 +27,25 @@ inline constexpr std::array<uint8_t, 256> kPerlinPermutation = {
 
 /// The permutation, the permutation again, and its first entry once more: a permutation value plus a
 /// coordinate in 0 to 255, and the entry after that, are looked up without wrapping.
-inline constexpr std::array<uint32_t, 513> kFastNoisePermutations = [] {
-    std::array<uint32_t, 513> table{};
+using CPermutations = std::array<uint32_t, 2 * kPeriod + 1>;
+inline constexpr CPermutations kFastNoisePermutations = [] {
+    CPermutations table{};
     for (size_t k = 0; k < table.size(); ++k) {
-        table[k] = kPerlinPermutation[k % 256];
+        table[k] = kPerlinPermutation[k % kPeriod];
     }
     return table;
 }();
 
 /// Whether every number from 0 to 255 stands exactly once in each half, and the last entry is the first.
-constexpr bool _IsRepeatedPermutation(const std::array<uint32_t, 513>& table) {
-    std::array<bool, 256> seen{};
-    for (size_t k = 0; k < 256; ++k) {
-        if (table[k] > 255 || seen[table[k]] || table[k + 256] != table[k]) {
+constexpr bool _IsRepeatedPermutation(const CPermutations& table) {
+    std::array<bool, kPeriod> seen{};
+    for (size_t k = 0; k < kPeriod; ++k) {
+        if (table[k] >= kPeriod || seen[table[k]] || table[k + kPeriod] != table[k]) {
             return false;
         }
         seen[table[k]] = true;
     }
-    return table[512] == table[0];
+    return table[2 * kPeriod] == table[0];
 }
 static_assert(_IsRepeatedPermutation(kFastNoisePermutations));
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// The compilers that the library is built and tested with. Every public header includes this one, so that any
+// The compilers that the library is built and tested with. Public headers include this one first, so that any
 // other compiler stops here, with one sentence, and not deep inside an attribute that it does not know.
 
 #if defined(__clang__)

@@ -7,7 +7,8 @@
 
 namespace Vestrel {
 
-/// `first` directly followed by `second`. An aggregate.
+/// `first` followed by `second`: without padding where the alignment of `second` allows it, as it does for
+/// every pair of four-component vectors. An aggregate.
 template <typename A, typename B>
 struct TPair {
     A first;

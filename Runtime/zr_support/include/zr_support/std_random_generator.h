@@ -8,9 +8,12 @@ namespace Vestrel {
 
 /// A generator for callers without one of their own: `std::mt19937`, seeded by one number.
 ///
-/// The same seed gives the same floats, to the bit, on every platform and with every standard library. Values
-/// are uniform over 2^24 evenly spaced points from `min` (included) up to, but not including, `max`, each
-/// rounded to the nearest float; rounding may reach `max` but no value is ever outside [min, max].
+/// The same seed gives the same floats, to the bit, on every platform and with every standard library. A
+/// value is min * (1 - u) + max * u, each operation rounded to float, with u uniform over the 2^24 multiples
+/// of 2^-24 from 0 up to, but not including, 1; what rounding takes out of [min, max] is put back to the
+/// bound.
+///
+/// The constructor allocates the engine's state, and throws std::bad_alloc where that fails.
 class CStdRandomGenerator final : public CAbstractRandomGenerator {
 public:
     explicit CStdRandomGenerator(uint32_t seed);
