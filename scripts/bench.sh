@@ -9,5 +9,6 @@ need_build_tools
 need libbenchmark-dev has_header benchmark/benchmark.h
 install_missing
 build bench zr_maths_benchmarks
+say 'measuring, for about half a minute'
 exec "$root/build/bench/Runtime/zr_maths/benchmarks/zr_maths_benchmarks" --benchmark_repetitions=9 \
   --benchmark_enable_random_interleaving=true --benchmark_min_time=0.02 "$@"

@@ -4,16 +4,17 @@
 os_release=/etc/os-release
 missing=()
 
-# Compilers and tests put their temporary files here, so that nothing is written outside the checkout.
-export TMPDIR="$root/build/tmp" TEST_TMPDIR="$root/build/tmp"
-mkdir -p "$TMPDIR"
-
 say() { printf '%s\n' "$*" >&2; }
 
 stop() {
   say "${0##*/}: $*"
   exit 1
 }
+
+# Compilers and tests put their temporary files here, so that nothing is written outside the checkout.
+export TMPDIR="$root/build/tmp" TEST_TMPDIR="$root/build/tmp"
+mkdir -p "$TMPDIR" 2>/dev/null && [ -w "$root/build" ] && [ -w "$TMPDIR" ] ||
+  stop "'$root/build' belongs to $(stat -c %U "$root/build" 2>/dev/null || echo nobody) and cannot be written"
 
 has_program() { command -v "$1" >/dev/null; }
 
@@ -61,18 +62,23 @@ install_missing() {
     may_use_sudo || stop "no rights to install packages: please install ${missing[*]}, then run this again"
     as_root=(sudo)
   fi
-  say "installing ${missing[*]}"
+  say "installing ${missing[*]} (this can take some minutes)"
   local log="$root/build/install.log"
   {
-    "${as_root[@]}" apt-get update &&
-      "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
+    # A source of packages that is out of order need not be the one that is needed.
+    "${as_root[@]}" apt-get update || say 'some lists of packages could not be updated'
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
   } >"$log" 2>&1 || { tail -n 5 "$log" >&2; stop "installing ${missing[*]} failed; all of it is in $log"; }
   missing=()
 }
 
 # build PRESET [TARGET]: configures and builds, in seconds where nothing has changed.
 build() {
-  local log="$root/build/configure-$1.log"
+  local log="$root/build/configure-$1.log" cache="$root/build/$1/CMakeCache.txt"
+  # A checkout that was moved or copied is built anew.
+  if [ -e "$cache" ] && ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$cache"; then
+    rm -rf "$root/build/$1"
+  fi
   (cd "$root" && cmake --preset "$1") >"$log" 2>&1 || { cat "$log" >&2; stop "configuring '$1' failed"; }
   cmake --build "$root/build/$1" ${2:+--target "$2"} >&2 || stop "building '$1' failed"
 }

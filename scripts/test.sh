@@ -9,7 +9,7 @@ configurations=(release debug asan-ubsan tsan clang portable arm64)
 case "$*" in
   '') ;;
   --quick) configurations=(release) ;;
-  --help) sed -n '2,3s/^# //p' "$0"; exit 0 ;;
+  --help | -h) sed -n '2,3s/^# //p' "$0"; exit 0 ;;
   *) stop "there is no option '$*'; there is --quick, for g++ Release alone" ;;
 esac
 
@@ -28,38 +28,48 @@ if [ ${#configurations[@]} -gt 1 ]; then
 fi
 install_missing
 
+# What a caller's environment says of other builds and tests is not for these.
+unset DESTDIR "${!GTEST_@}"
+
 # A number in the results that ctest has written for a configuration.
 count_of() { sed -n "s/.*[[:space:]]$2=\"\([0-9]*\)\".*/\1/p" "$root/build/$1/results.xml" | head -n 1; }
 
+# The names of a configuration's tests with a status in those results.
+names_of() { sed -n "s/.*<testcase name=\"\([^\"]*\)\".* status=\"$2\".*/$1: $3 \1/p" "$root/build/$1/results.xml"; }
+
 # Runs the tests of a configuration. Those that look at the project as a whole run in the first one alone.
 run_tests() {
-  local options=(--test-dir "$root/build/$1" --output-on-failure --no-tests=error -j "$(nproc)"
-    --output-junit "$root/build/$1/results.xml")
+  local options=(--test-dir "$root/build/$1" --output-on-failure --test-output-size-failed 8192 --no-tests=error
+    -j "$(nproc)" --output-junit "$root/build/$1/results.xml")
   local run=()
   [ "$1" = "${configurations[0]}" ] || options+=(--label-exclude project)
   # ThreadSanitizer does not know where newer kernels put things when they choose at random.
   [ "$1" = tsan ] && setarch -R true 2>/dev/null && run=(setarch -R)
-  "${run[@]}" ctest "${options[@]}"
+  "${run[@]}" ctest "${options[@]}" >"$root/build/$1/ctest.log" 2>&1
 }
 
-passed=0 failed=0 skipped=0 broken=0 table=()
+passed=0 failed=0 skipped=0 broken=0 table=() named=()
 for configuration in "${configurations[@]}"; do
-  say "== $configuration"
+  say "== $configuration: building"
   start=$SECONDS
   build "$configuration"
-  rm -f "$root/build/$configuration/results.xml"
-  run_tests "$configuration" || { say "$configuration: tests failed"; broken=1; }
-  [ -s "$root/build/$configuration/results.xml" ] || stop "$configuration: no test ran"
+  results=$root/build/$configuration/results.xml log=$root/build/$configuration/ctest.log
+  rm -f "$results"
+  say "== $configuration: testing"
+  # ctest counts a program that could not be started as skipped, but says that it failed.
+  run_tests "$configuration" || { grep -vE '^ *(Start|[0-9]+/[0-9]+ .* Passed) ' "$log" >&2 || true; broken=1; }
+  [ -s "$results" ] || stop "$configuration: no test ran; see $log"
+  grep -E '^[0-9]+% tests passed' "$log"
   all=$(count_of "$configuration" tests) bad=$(count_of "$configuration" failures)
   left_out=$(($(count_of "$configuration" skipped) + $(count_of "$configuration" disabled)))
   good=$((all - bad - left_out))
   passed=$((passed + good)) failed=$((failed + bad)) skipped=$((skipped + left_out))
   table+=("$(printf '%-12s %5d passed %5d failed %5d skipped %5d s' "$configuration" $good $bad $left_out \
     $((SECONDS - start)))")
+  mapfile -t -O "${#named[@]}" named < <(names_of "$configuration" notrun skipped && names_of "$configuration" fail failed)
 done
 
 printf '\n'
-printf '%s\n' "${table[@]}"
+printf '%s\n' "${table[@]}" "${named[@]}"
 printf '%d passed, %d failed, %d skipped\n' $passed $failed $skipped
-# ctest counts a program that could not be started as skipped, but says that it failed.
 [ $failed -eq 0 ] && [ $broken -eq 0 ]

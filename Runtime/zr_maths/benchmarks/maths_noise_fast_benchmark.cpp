@@ -7,7 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <map>
@@ -138,7 +138,7 @@ public:
 
     void Finalize() override {
         std::fprintf(stderr, "\n");
-        std::printf("nanoseconds per position, medians%*s", 7, "");
+        std::printf("%-44s", "nanoseconds per position, medians");
         for (const uint32_t count : kCounts) {
             std::printf("%9u", count);
         }
@@ -160,14 +160,15 @@ public:
 private:
     template <typename TValue>
     static void PrintRow(const CBatchSampler& sampler, const std::string& name, const TValue& valueOf) {
-        std::printf("%-16s %-23s", sampler.m_Name, name.c_str());
+        std::printf("%-16s %-27s", sampler.m_Name, name.c_str());
         for (const uint32_t count : kCounts) {
-            std::printf("%9.2f", valueOf(count));
+            const double value = valueOf(count);
+            std::isfinite(value) && value > 0.0 ? std::printf("%9.2f", value) : std::printf("%9s", "-");
         }
         std::printf("\n");
     }
 
-    /// Of the runs of one benchmark; 0 where a filter has left it out.
+    /// Of the runs of one benchmark; 0, shown as -, where a filter has left it out.
     double Median(const std::string& name) {
         std::vector<double>& times = m_Nanoseconds[name];
         if (times.empty()) {
@@ -198,6 +199,5 @@ int main(int argumentCount, char** arguments) {
         return 2;
     }
     CTableReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    return 0;
+    return benchmark::RunSpecifiedBenchmarks(&reporter) > 0 ? 0 : 1;
 }

@@ -1,4 +1,5 @@
 #include "batch_samplers.h"
+#include "child_process.h"
 #include "noise_test_support.h"
 
 #include <gtest/gtest.h>
@@ -134,6 +135,9 @@ protected:
     /// due. Returns the number of samples.
     size_t Check(CCall call, uint32_t seed) {
         const CBatchSampler& sampler = GetParam();
+        if (HasFailure()) {
+            return 0; // the first call that fails tells enough
+        }
         const std::vector<CPlace> places = PlacesOf(call, sampler.PositionSize());
 
         uint64_t outputBytes = uint32_t(call.m_Count * call.m_OutputStride);
@@ -504,10 +508,7 @@ extern "C" void ReportWatchedSamples(int) {
     _exit(s_WatchedSamples[0] == 0.25f && s_WatchedSamples[1] == 99.0f ? 42 : 1);
 }
 
-using BatchSamplersDeathTest = BatchSamplers;
-INSTANTIATE_TEST_SUITE_P(All, BatchSamplersDeathTest, testing::ValuesIn(kBatchSamplers), NameOf);
-
-TEST_P(BatchSamplersDeathTest, OutputStrideZeroNeverReturnsAndDebugBuildsAssert) {
+TEST_P(BatchSamplers, OutputStrideZeroNeverReturnsAndDebugBuildsAssert) {
     std::array<float, 256> values;
     values.fill(0.25f);
     CListGenerator generator(values);
@@ -524,10 +525,12 @@ TEST_P(BatchSamplersDeathTest, OutputStrideZeroNeverReturnsAndDebugBuildsAssert)
         setitimer(ITIMER_REAL, &soon, nullptr);
         GetParam().m_Sample(m_Noise, {samples, 5, 0}, positions.Data(), 5, GetParam().PositionSize());
     };
+    const CChildResult result = RunInChild(sample);
 #ifdef NDEBUG
-    EXPECT_EXIT(sample(), testing::ExitedWithCode(42), "");
+    EXPECT_TRUE(result.HasExitedWith(42)) << "status " << result.m_Status;
 #else
-    EXPECT_DEATH(sample(), "output stride");
+    EXPECT_TRUE(result.WasKilledBy(SIGABRT)) << "status " << result.m_Status;
+    EXPECT_NE(result.m_Errors.find("a sampler needs an output stride"), std::string::npos) << result.m_Errors;
 #endif
 }
 

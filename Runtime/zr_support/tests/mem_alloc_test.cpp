@@ -1,10 +1,13 @@
 #include <zr_support/mem_alloc.h>
 
+#include "child_process.h"
+
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 // Sanitizers bring an allocator that ends the program on exhaustion, unless it is told not to.
@@ -49,12 +52,17 @@ TEST(MemAlloc, FreeingNullIsAllowed) {
     Mem::_RawFree(nullptr, kType, kOrigin);
 }
 
-TEST(MemAllocDeathTest, ExhaustionIsSaidAndAborts) {
+TEST(MemAlloc, ExhaustionIsSaidAndAborts) {
     // As much as can be asked for, and a size that wraps to almost nothing when it is padded.
-    EXPECT_EXIT(Mem::_RawAlloc(UINT64_MAX / 2, 32, kType, kOrigin), testing::KilledBySignal(SIGABRT),
-                "Vestrel: out of memory: no block of 9223372036854775807 bytes, aligned to 32, is left");
-    EXPECT_EXIT(Mem::_RawAlloc(UINT64_MAX - 5, 32, kType, kOrigin), testing::KilledBySignal(SIGABRT),
-                "Vestrel: out of memory");
+    const CChildResult huge = RunInChild([] { Mem::_RawAlloc(UINT64_MAX / 2, 32, kType, kOrigin); });
+    EXPECT_TRUE(huge.WasKilledBy(SIGABRT));
+    EXPECT_NE(huge.m_Errors.find(
+                  "Vestrel: out of memory: no block of 9223372036854775807 bytes, aligned to 32, is left\n"),
+              std::string::npos)
+        << huge.m_Errors;
+    const CChildResult wrapping = RunInChild([] { Mem::_RawAlloc(UINT64_MAX - 5, 32, kType, kOrigin); });
+    EXPECT_TRUE(wrapping.WasKilledBy(SIGABRT));
+    EXPECT_NE(wrapping.m_Errors.find("Vestrel: out of memory"), std::string::npos) << wrapping.m_Errors;
 }
 
 } // namespace

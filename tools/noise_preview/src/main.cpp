@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <fcntl.h>
 #include <new>
 #include <optional>
 #include <stdexcept>
@@ -28,6 +29,17 @@ void CheckMemory(const COptions& options) {
     }
 }
 
+/// Where a standard stream is closed, the next file to be opened would take its number, and its text.
+void OpenStandardStreams() {
+    int descriptor = 0;
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
+        descriptor = open("/dev/null", O_RDWR);
+    }
+    if (descriptor > STDERR_FILENO) {
+        close(descriptor);
+    }
+}
+
 void Run(const COptions& options) {
     CheckMemory(options);
     CPngFile file(options.m_Output);
@@ -48,6 +60,7 @@ int main(int argumentCount, char** arguments) {
     // A file that grows beyond a limit, or output that nobody reads, is to fail like any other.
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);
+    OpenStandardStreams();
     int exitCode = 0;
     const std::optional<COptions> options = ParseCommandLine(argumentCount, arguments, exitCode);
     if (!options) {

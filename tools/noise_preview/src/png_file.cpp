@@ -96,7 +96,7 @@ CPngFile::CPngFile(const std::filesystem::path& path) : m_Path(WhereLinksLead(pa
     if (exists && access(m_Path.c_str(), W_OK) != 0) {
         _Fail(std::strerror(errno));
     }
-    m_PartialPath = m_Path.string() + ".XXXXXX";
+    m_PartialPath = (m_Path.parent_path() / ".noise_preview.XXXXXX").string();
     const int descriptor = mkstemp(m_PartialPath.data());
     if (descriptor < 0) {
         _Fail(std::strerror(errno));

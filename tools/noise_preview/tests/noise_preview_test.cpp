@@ -85,8 +85,9 @@ protected:
     CResult Run(const std::string& arguments, const std::string& before = "exec") const {
         const std::string errors = m_Folder.string() + ".errors";
         const std::string output = m_Folder.string() + ".output";
-        const std::string command = "cd '" + m_Folder.string() + "' && " + before + " '" NOISE_PREVIEW "' " +
-                                    arguments + " >'" + output + "' 2>'" + errors + "' </dev/null";
+        const std::string command = "cd '" + m_Folder.string() + "' && " + before +
+                                    " '" NOISE_PREVIEW "' >'" + output + "' 2>'" + errors + "' </dev/null " +
+                                    arguments;
         const int status = std::system(command.c_str());
         CResult result = {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), ReadFile(output),
                           ReadFile(errors)};
@@ -349,6 +350,18 @@ TEST_F(NoisePreview, ALinkToNothingIsFollowed) {
 TEST_F(NoisePreview, NewFilesHaveTheUsualPermissions) {
     ASSERT_EQ(Run("--size 10x10 --output a.png", "umask 027 && exec").m_ExitCode, 0);
     EXPECT_EQ(static_cast<unsigned>(fs::status(m_Folder / "a.png").permissions()), 0640u);
+}
+
+TEST_F(NoisePreview, ClosedStandardStreamsDoNoHarm) {
+    const CResult result = Run("--size 50x50 --output a.png 0<&- 1>&- 2>&-");
+    EXPECT_EQ(ReadPng(m_Folder / "a.png").m_Width, 50u);
+    EXPECT_EQ(result.m_ExitCode, 0);
+}
+
+TEST_F(NoisePreview, LongNamesAreFine) {
+    const std::string name = std::string(251, 'x') + ".png";
+    ASSERT_EQ(Run("--size 10x10 --output " + name).m_ExitCode, 0);
+    EXPECT_EQ(ReadPng(m_Folder / name).m_Width, 10u);
 }
 
 TEST_F(NoisePreview, IgnoredSignalsStayIgnored) {
