@@ -13,7 +13,6 @@
 #include <map>
 #include <string>
 #include <unistd.h>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -28,9 +27,12 @@ constexpr uint32_t kMaxCount = 4194304;
 constexpr uint32_t kWindow = 131072;
 
 enum class EPath { kFourAtATime, kOneAtATime, kPlain };
-constexpr std::pair<EPath, const char*> kPaths[] = {{EPath::kFourAtATime, "four at a time"},
-                                                    {EPath::kOneAtATime, "one at a time"},
-                                                    {EPath::kPlain, "plain loop"}};
+constexpr EPath kPaths[] = {EPath::kFourAtATime, EPath::kOneAtATime, EPath::kPlain};
+
+constexpr const char* NameOf(EPath path) {
+    constexpr const char* names[] = {"four at a time", "one at a time", "plain loop"};
+    return names[static_cast<size_t>(path)];
+}
 
 /// Positions for all dimensions and room for their samples, with slack for alignment and the last position.
 struct CData {
@@ -113,8 +115,8 @@ void Run(benchmark::State& state, const CBatchSampler& sampler, EPath path, uint
     state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * count);
 }
 
-std::string NameOf(const CBatchSampler& sampler, const char* path, uint32_t count) {
-    return std::string(sampler.m_Name) + "/" + path + "/" + std::to_string(count);
+std::string NameOf(const CBatchSampler& sampler, EPath path, uint32_t count) {
+    return std::string(sampler.m_Name) + "/" + NameOf(path) + "/" + std::to_string(count);
 }
 
 /// Keeps the time of every run and prints the medians as one table.
@@ -144,14 +146,14 @@ public:
         }
         std::printf("  positions\n");
         for (const CBatchSampler& sampler : kBatchSamplers) {
-            for (const auto& [path, name] : kPaths) {
-                PrintRow(sampler, name, [&](uint32_t count) { return Median(NameOf(sampler, name, count)); });
+            for (const EPath path : kPaths) {
+                PrintRow(sampler, NameOf(path),
+                         [&](uint32_t count) { return Median(NameOf(sampler, path, count)); });
             }
             for (const EPath path : {EPath::kFourAtATime, EPath::kOneAtATime}) {
-                const char* const name = kPaths[static_cast<size_t>(path)].second;
-                PrintRow(sampler, std::string("plain loop : ") + name, [&](uint32_t count) {
-                    return Median(NameOf(sampler, "plain loop", count)) /
-                           Median(NameOf(sampler, name, count));
+                PrintRow(sampler, std::string("plain loop : ") + NameOf(path), [&](uint32_t count) {
+                    return Median(NameOf(sampler, EPath::kPlain, count)) /
+                           Median(NameOf(sampler, path, count));
                 });
             }
         }
@@ -185,12 +187,11 @@ private:
 
 int main(int argumentCount, char** arguments) {
     for (const CBatchSampler& sampler : kBatchSamplers) {
-        for (const auto& [path, name] : kPaths) {
+        for (const EPath path : kPaths) {
             for (const uint32_t count : kCounts) {
-                benchmark::RegisterBenchmark(NameOf(sampler, name, count).c_str(),
-                                             [&sampler, path = path, count](benchmark::State& state) {
-                                                 Run(state, sampler, path, count);
-                                             });
+                benchmark::RegisterBenchmark(
+                    NameOf(sampler, path, count).c_str(),
+                    [&sampler, path, count](benchmark::State& state) { Run(state, sampler, path, count); });
             }
         }
     }
