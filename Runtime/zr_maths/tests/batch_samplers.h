@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 #include <ostream>
+#include <string>
 
 namespace Vestrel {
 
@@ -62,6 +63,14 @@ inline constexpr CBatchSampler kBatchSamplers[] = {
      CallBatchSampler<TVector<float, 3>, &CFastNoise3::SampleCubic3D>},
     {"SampleQuintic3D", 3, Reference::EQuality::kQuintic,
      CallBatchSampler<TVector<float, 3>, &CFastNoise3::SampleQuintic3D>},
+};
+
+/// Names the instances of a parameterised test, from GoogleTest's TestParamInfo.
+struct CNameOfInstance {
+    template <typename TParamInfo>
+    std::string operator()(const TParamInfo& instance) const {
+        return instance.param.m_Name;
+    }
 };
 
 } // namespace Vestrel

@@ -1,0 +1,206 @@
+// What the samplers give, against what is known of the field; where they read and write is the subject of
+// maths_noise_fast_batch_test.cpp.
+
+#include "batch_samplers.h"
+#include "noise_test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <random>
+
+namespace {
+
+using namespace Vestrel;
+
+class SamplerValues : public testing::TestWithParam<CBatchSampler> {
+protected:
+    /// The sample of one position, of which a sampler takes as many coordinates as it has axes.
+    float SampleAt(float x, float y = 0.0f, float z = 0.0f) const {
+        const float position[4] = {x, y, z, 0.0f};
+        float sample = 0.0f;
+        GetParam().m_Sample(m_Noise, {&sample, 1, 4}, position, 1, GetParam().PositionSize());
+        return sample;
+    }
+
+    COpenNoise m_Noise = IndexedNoise();
+};
+
+INSTANTIATE_TEST_SUITE_P(All, SamplerValues, testing::ValuesIn(kBatchSamplers), CNameOfInstance());
+
+TEST_P(SamplerValues, IntegralPositionsGiveTheirCornerExactly) {
+    const auto& P = Internal::kFastNoisePermutations;
+    const float* const B = m_Noise.Basis();
+    for (const int x : {0, 1, -1, 5, 255, 256, -256, -1000, 8388608}) {
+        for (const int y : {0, 1, -1, 77, -300}) {
+            const uint32_t i = static_cast<uint32_t>(x) & 255;
+            const uint32_t j = static_cast<uint32_t>(y) & 255;
+            const uint32_t k = 254;
+            const float expected = GetParam().m_Dimension == 1 ? B[P[i]] : B[P[P[i] + j] + k];
+            EXPECT_EQ(SampleAt(static_cast<float>(x), static_cast<float>(y), -2.0f), expected)
+                << x << ", " << y;
+        }
+    }
+}
+
+TEST_P(SamplerValues, PeriodIs256OnEveryAxis) {
+    std::mt19937 random(707);
+    for (int trial = 0; trial < 2000; ++trial) {
+        // Coordinates in steps of 2^-12, so that a shift by 256 is exact.
+        const auto coordinate = [&random] {
+            return static_cast<float>(random() % 0x100000) * 0x1p-12f - 128.0f;
+        };
+        const float x = coordinate();
+        const float y = coordinate();
+        const float z = coordinate();
+        const float sample = SampleAt(x, y, z);
+        ASSERT_EQ(SampleAt(x + 256.0f, y, z), sample) << x << ", " << y << ", " << z;
+        ASSERT_EQ(SampleAt(x, y - 256.0f, z), sample) << x << ", " << y << ", " << z;
+        ASSERT_EQ(SampleAt(x, y, z + 512.0f), sample) << x << ", " << y << ", " << z;
+    }
+}
+
+TEST_P(SamplerValues, SamplesStayWithinTheBasis) {
+    std::mt19937 random(708);
+    for (int trial = 0; trial < 20000; ++trial) {
+        const auto coordinate = [&random] {
+            return static_cast<float>(random() % 0x1000000) * 0x1p-12f - 2048.0f;
+        };
+        const float sample = SampleAt(coordinate(), coordinate(), coordinate());
+        ASSERT_LE(std::fabs(sample), 1.0f + 1e-5f);
+    }
+}
+
+TEST_P(SamplerValues, NotANumberTouchesNoOtherSample) {
+    const uint32_t size = GetParam().PositionSize();
+    const size_t floats = size / 4;
+    constexpr uint32_t kCount = 11;
+    for (size_t bad = 0; bad < kCount; ++bad) {
+        for (size_t axis = 0; axis < floats; ++axis) {
+            alignas(16) float positions[3 * kCount + 1];
+            for (size_t k = 0; k < 3 * kCount + 1; ++k) {
+                positions[k] = static_cast<float>(k) * 0.37f - 5.0f;
+            }
+            positions[bad * floats + axis] = std::numeric_limits<float>::quiet_NaN();
+            alignas(16) float samples[kCount];
+            GetParam().m_Sample(m_Noise, {samples, kCount, 4}, positions, kCount, size);
+            for (size_t k = 0; k < kCount; ++k) {
+                EXPECT_EQ(std::isnan(samples[k]), k == bad) << "sample " << k << ", not-a-number in " << bad;
+            }
+        }
+    }
+}
+
+// The qualities among each other and single values known by hand.
+
+float SampleOne(const CFastNoise3& noise, Reference::EQuality quality, int dimension,
+                const float (&position)[4]) {
+    for (const CBatchSampler& sampler : kBatchSamplers) {
+        if (sampler.m_Quality == quality && sampler.m_Dimension == dimension) {
+            float sample = 0.0f;
+            sampler.m_Sample(noise, {&sample, 1, 4}, position, 1, sampler.PositionSize());
+            return sample;
+        }
+    }
+    ADD_FAILURE() << "no such sampler";
+    return 0.0f;
+}
+
+TEST(SamplerValuesTogether, QualitiesAgreeAtLatticePointsAndDifferInside) {
+    const COpenNoise noise = IndexedNoise();
+    using enum Reference::EQuality;
+    for (const int dimension : {1, 3}) {
+        for (int n = -20; n < 20; ++n) {
+            const float at = static_cast<float>(n);
+            const float corner[4] = {at, at + 3.0f, at - 7.0f, 0.0f};
+            EXPECT_EQ(SampleOne(noise, kLinear, dimension, corner),
+                      SampleOne(noise, kCubic, dimension, corner));
+            EXPECT_EQ(SampleOne(noise, kLinear, dimension, corner),
+                      SampleOne(noise, kQuintic, dimension, corner));
+            const float inside[4] = {at + 0.25f, at + 0.25f, at + 0.25f, 0.0f};
+            EXPECT_NE(SampleOne(noise, kLinear, dimension, inside),
+                      SampleOne(noise, kCubic, dimension, inside));
+            EXPECT_NE(SampleOne(noise, kLinear, dimension, inside),
+                      SampleOne(noise, kQuintic, dimension, inside));
+            EXPECT_NE(SampleOne(noise, kCubic, dimension, inside),
+                      SampleOne(noise, kQuintic, dimension, inside));
+        }
+    }
+}
+
+// A field in which a product and a sum meet whose fusing shows: the corners differ by 1 + 2^-12 and are
+// blended at (1 + 2^-12) / 2, where the exact product has one digit more than a float and cancels with the
+// lower corner.
+TEST(SamplerValuesTogether, ProductAndSumAreNotFused) {
+    const auto& P = Internal::kFastNoisePermutations;
+    const float t = 0.5f + 0x1p-13f;
+    for (const CBatchSampler& sampler : kBatchSamplers) {
+        if (sampler.m_Quality != Reference::EQuality::kLinear) {
+            continue; // the fraction is the weight in linear quality alone
+        }
+        // Two neighbours along x, on the other axes at 0.
+        const bool isOneDimensional = sampler.m_Dimension == 1;
+        std::array<float, 256> values{};
+        values[isOneDimensional ? 151 : P[151]] = -0.5f - 0x1p-12f;
+        values[isOneDimensional ? 160 : P[160]] = 0.5f;
+        CListGenerator generator(values);
+        const COpenNoise noise(&generator);
+
+        alignas(16) float positions[3 * 5 + 1] = {};
+        for (size_t k = 0; k < 5; ++k) {
+            positions[k * static_cast<size_t>(sampler.m_Dimension)] = t;
+        }
+        alignas(16) float samples[5];
+        sampler.m_Sample(noise, {samples, 5, 4}, positions, 5, sampler.PositionSize());
+        EXPECT_EQ(samples[0], 0.0f) << sampler << ", four at a time";
+        EXPECT_EQ(samples[4], 0.0f) << sampler << ", one at a time";
+    }
+}
+
+TEST(SamplerValuesTogether, OneDimensionalFirstCellLiesBetweenEntries151And160) {
+    const COpenNoise noise = IndexedNoise();
+    const float* const B = noise.Basis();
+    // At a quarter: the fades are 0.25, 0.15625 and 0.103515625, all exact.
+    const float quarter[4] = {0.25f, 0.0f, 0.0f, 0.0f};
+    EXPECT_EQ(SampleOne(noise, Reference::EQuality::kLinear, 1, quarter), B[151] + (B[160] - B[151]) * 0.25f);
+    EXPECT_EQ(SampleOne(noise, Reference::EQuality::kCubic, 1, quarter),
+              B[151] + (B[160] - B[151]) * 0.15625f);
+    EXPECT_EQ(SampleOne(noise, Reference::EQuality::kQuintic, 1, quarter),
+              B[151] + (B[160] - B[151]) * 0.103515625f);
+}
+
+TEST(SamplerValuesTogether, OneDimensionalMinusAQuarterLiesInCell255) {
+    const COpenNoise noise = IndexedNoise();
+    const float* const B = noise.Basis();
+    const float position[4] = {-0.25f, 0.0f, 0.0f, 0.0f};
+    // P[255] is 180 and P[256] is 151.
+    EXPECT_EQ(SampleOne(noise, Reference::EQuality::kLinear, 1, position),
+              B[180] + (B[151] - B[180]) * 0.75f);
+    for (const auto quality : {Reference::EQuality::kCubic, Reference::EQuality::kQuintic}) {
+        const float sample = SampleOne(noise, quality, 1, position);
+        EXPECT_GT(sample, std::min(B[180], B[151]));
+        EXPECT_LT(sample, std::max(B[180], B[151]));
+    }
+}
+
+TEST(SamplerValuesTogether, JustBelowZeroTheUpperSideIsTaken) {
+    const COpenNoise noise = IndexedNoise();
+    const auto& P = Internal::kFastNoisePermutations;
+    const float* const B = noise.Basis();
+    using enum Reference::EQuality;
+    for (const auto quality : {kLinear, kCubic, kQuintic}) {
+        // The entries of this field are multiples of 2^-7, so that blends at a weight of 1 are exact.
+        const float x[4] = {-1e-10f, 0.0f, 0.0f, 0.0f};
+        EXPECT_EQ(SampleOne(noise, quality, 1, x), B[151]);
+        const float z[4] = {0.0f, 0.0f, -1e-10f, 0.0f};
+        EXPECT_EQ(SampleOne(noise, quality, 3, z), B[P[151] + 256]);
+        const float lower[4] = {0.0f, 0.0f, -0.25f, 0.0f};
+        EXPECT_EQ(SampleOne(noise, kLinear, 3, lower),
+                  B[P[151] + 255] + (B[P[151] + 256] - B[P[151] + 255]) * 0.75f);
+    }
+}
+
+} // namespace
