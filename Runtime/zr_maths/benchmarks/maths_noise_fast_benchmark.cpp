@@ -40,7 +40,7 @@ struct CData {
     std::vector<float> m_Samples;
     COpenNoise m_Noise{nullptr};
 
-    CData() : m_Coordinates(3 * kMaxCount + 16), m_Samples(kMaxCount + 16) {
+    CData() : m_Coordinates(4 * kMaxCount + 16), m_Samples(kMaxCount + 16) {
         CStdRandomGenerator generator(1);
         m_Noise.ResetSampler(&generator);
         generator.FillRandomFloats({m_Coordinates.data(), uint32_t(m_Coordinates.size())}, -128.0f, 128.0f);
@@ -87,8 +87,16 @@ CPlainLoop PlainLoopOf(Reference::EQuality quality) {
 }
 
 CPlainLoop PlainLoopOf(const CBatchSampler& sampler) {
-    return sampler.m_Dimension == 1 ? PlainLoopOf<float>(sampler.m_Quality)
-                                    : PlainLoopOf<TVector<float, 3>>(sampler.m_Quality);
+    switch (sampler.m_Dimension) {
+    case 1:
+        return PlainLoopOf<float>(sampler.m_Quality);
+    case 2:
+        return PlainLoopOf<TVector<float, 2>>(sampler.m_Quality);
+    case 3:
+        return PlainLoopOf<TVector<float, 3>>(sampler.m_Quality);
+    default:
+        return PlainLoopOf<TVector<float, 4>>(sampler.m_Quality);
+    }
 }
 
 void Run(benchmark::State& state, const CBatchSampler& sampler, EPath path, uint32_t count) {

@@ -20,21 +20,16 @@ struct CBatchSampler {
     Reference::EQuality m_Quality;
     void (*m_Sample)(const CFastNoise3& noise, const TStridedMemoryView<float>& output, const void* positions,
                      uint32_t positionCount, uint32_t positionStride);
+    /// The sample that the reference gives for the position at `bytes`, at any alignment.
+    float (*m_Expected)(const float* basis, const void* bytes);
 
     uint32_t PositionSize() const {
         return static_cast<uint32_t>(m_Dimension) * uint32_t{sizeof(float)};
     }
 
-    /// The expected sample of the position at `bytes`, at any alignment.
-    float Expected(const float* basis, const void* bytes) const {
-        if (m_Dimension == 1) {
-            float x;
-            std::memcpy(&x, bytes, sizeof(x));
-            return Reference::Sample(basis, m_Quality, x);
-        }
-        TVector<float, 3> position;
-        std::memcpy(&position, bytes, sizeof(position));
-        return Reference::Sample(basis, m_Quality, position);
+    /// How many bytes are read of a position that is sampled by itself.
+    uint32_t ReadSize() const {
+        return m_Dimension == 3 ? 16 : PositionSize();
     }
 
     friend std::ostream& operator<<(std::ostream& stream, const CBatchSampler& sampler) {
@@ -42,27 +37,43 @@ struct CBatchSampler {
     }
 };
 
-template <typename TPosition,
-          void (CFastNoise3::*kSample)(const TStridedMemoryView<float>&,
-                                       const TStridedMemoryView<const TPosition>&) const noexcept>
-void CallBatchSampler(const CFastNoise3& noise, const TStridedMemoryView<float>& output,
-                      const void* positions, uint32_t positionCount, uint32_t positionStride) {
-    (noise.*kSample)(output, TStridedMemoryView<const TPosition>(static_cast<const TPosition*>(positions),
-                                                                 positionCount, positionStride));
+template <typename TPosition, Reference::EQuality kQuality, auto kSample>
+constexpr CBatchSampler BatchSamplerOf(const char* name) {
+    const auto sample = [](const CFastNoise3& noise, const TStridedMemoryView<float>& output,
+                           const void* positions, uint32_t positionCount, uint32_t positionStride) {
+        (noise.*kSample)(output, TStridedMemoryView<const TPosition>(static_cast<const TPosition*>(positions),
+                                                                     positionCount, positionStride));
+    };
+    const auto expected = [](const float* basis, const void* bytes) {
+        TPosition position;
+        std::memcpy(&position, bytes, sizeof(position));
+        return Reference::Sample(basis, kQuality, position);
+    };
+    return {name, sizeof(TPosition) / sizeof(float), kQuality, sample, expected};
 }
 
 inline constexpr CBatchSampler kBatchSamplers[] = {
-    {"SampleLinear1D", 1, Reference::EQuality::kLinear,
-     CallBatchSampler<float, &CFastNoise3::SampleLinear1D>},
-    {"SampleCubic1D", 1, Reference::EQuality::kCubic, CallBatchSampler<float, &CFastNoise3::SampleCubic1D>},
-    {"SampleQuintic1D", 1, Reference::EQuality::kQuintic,
-     CallBatchSampler<float, &CFastNoise3::SampleQuintic1D>},
-    {"SampleLinear3D", 3, Reference::EQuality::kLinear,
-     CallBatchSampler<TVector<float, 3>, &CFastNoise3::SampleLinear3D>},
-    {"SampleCubic3D", 3, Reference::EQuality::kCubic,
-     CallBatchSampler<TVector<float, 3>, &CFastNoise3::SampleCubic3D>},
-    {"SampleQuintic3D", 3, Reference::EQuality::kQuintic,
-     CallBatchSampler<TVector<float, 3>, &CFastNoise3::SampleQuintic3D>},
+    BatchSamplerOf<float, Reference::EQuality::kLinear, &CFastNoise3::SampleLinear1D>("SampleLinear1D"),
+    BatchSamplerOf<float, Reference::EQuality::kCubic, &CFastNoise3::SampleCubic1D>("SampleCubic1D"),
+    BatchSamplerOf<float, Reference::EQuality::kQuintic, &CFastNoise3::SampleQuintic1D>("SampleQuintic1D"),
+    BatchSamplerOf<TVector<float, 2>, Reference::EQuality::kLinear, &CFastNoise3::SampleLinear2D>(
+        "SampleLinear2D"),
+    BatchSamplerOf<TVector<float, 2>, Reference::EQuality::kCubic, &CFastNoise3::SampleCubic2D>(
+        "SampleCubic2D"),
+    BatchSamplerOf<TVector<float, 2>, Reference::EQuality::kQuintic, &CFastNoise3::SampleQuintic2D>(
+        "SampleQuintic2D"),
+    BatchSamplerOf<TVector<float, 3>, Reference::EQuality::kLinear, &CFastNoise3::SampleLinear3D>(
+        "SampleLinear3D"),
+    BatchSamplerOf<TVector<float, 3>, Reference::EQuality::kCubic, &CFastNoise3::SampleCubic3D>(
+        "SampleCubic3D"),
+    BatchSamplerOf<TVector<float, 3>, Reference::EQuality::kQuintic, &CFastNoise3::SampleQuintic3D>(
+        "SampleQuintic3D"),
+    BatchSamplerOf<TVector<float, 4>, Reference::EQuality::kLinear, &CFastNoise3::SampleLinear4D>(
+        "SampleLinear4D"),
+    BatchSamplerOf<TVector<float, 4>, Reference::EQuality::kCubic, &CFastNoise3::SampleCubic4D>(
+        "SampleCubic4D"),
+    BatchSamplerOf<TVector<float, 4>, Reference::EQuality::kQuintic, &CFastNoise3::SampleQuintic4D>(
+        "SampleQuintic4D"),
 };
 
 /// Names the instances of a parameterised test, from GoogleTest's TestParamInfo.

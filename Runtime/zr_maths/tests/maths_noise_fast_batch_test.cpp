@@ -104,24 +104,32 @@ struct CPlace {
 };
 
 /// The places of a call's samples, worked out from the pattern of the batch samplers.
-std::vector<CPlace> PlacesOf(const CCall& call, uint32_t positionSize) {
+std::vector<CPlace> PlacesOf(const CCall& call, const CBatchSampler& sampler) {
     const uint64_t end = uint32_t(call.m_Count * call.m_OutputStride);
-    const bool isFast = call.m_OutputOffset % 16 == 0 && call.m_PositionOffset % 16 == 0 &&
-                        call.m_PositionStride == positionSize;
+    const uint32_t size = sampler.PositionSize();
+    const bool isPacked = call.m_PositionOffset % 16 == 0 && call.m_PositionStride == size;
     std::vector<CPlace> places;
     uint64_t output = 0;
     uint64_t position = 0;
-    while (isFast && output + 16 <= end) {
-        for (int lane = 0; lane < 4; ++lane) {
-            places.push_back({output, position});
-            output += 4;
-            position += positionSize;
+    const auto place = [&](uint32_t outputStep, uint32_t positionStep) {
+        places.push_back({output, position});
+        output += outputStep;
+        position += positionStep;
+    };
+    if (sampler.m_Dimension == 4) {
+        // The fast path takes single positions to the end of the output, and looks at the positions alone.
+        while (isPacked && output < end) {
+            place(4, size);
+        }
+    } else {
+        while (isPacked && call.m_OutputOffset % 16 == 0 && output + 16 <= end) {
+            for (int lane = 0; lane < 4; ++lane) {
+                place(4, size);
+            }
         }
     }
     while (output < end) {
-        places.push_back({output, position});
-        output += call.m_OutputStride;
-        position += call.m_PositionStride;
+        place(call.m_OutputStride, call.m_PositionStride);
     }
     return places;
 }
@@ -135,14 +143,14 @@ protected:
         if (HasFailure()) {
             return 0; // the first call that fails tells enough
         }
-        const std::vector<CPlace> places = PlacesOf(call, sampler.PositionSize());
+        const std::vector<CPlace> places = PlacesOf(call, sampler);
 
         uint64_t outputBytes = uint32_t(call.m_Count * call.m_OutputStride);
         uint64_t positionBytes = 0;
         for (const CPlace& place : places) {
             outputBytes = std::max(outputBytes, place.m_Output + 4);
             // Single 3D positions are read as 16 bytes.
-            positionBytes = std::max(positionBytes, place.m_Position + (sampler.m_Dimension == 3 ? 16 : 4));
+            positionBytes = std::max(positionBytes, place.m_Position + sampler.ReadSize());
         }
         CBuffer positions(positionBytes, call.m_PositionOffset);
         CCoordinates coordinates(seed);
@@ -162,7 +170,7 @@ protected:
             float sample;
             std::memcpy(&sample, output.Data() + places[k].m_Output, 4);
             const unsigned char* const position = positions.Data() + places[k].m_Position;
-            const float expected = sampler.Expected(m_Noise.Basis(), position);
+            const float expected = sampler.m_Expected(m_Noise.Basis(), position);
             EXPECT_EQ(FoldedBits(sample), FoldedBits(expected))
                 << sampler << ", " << call << ": sample " << k << " at " << Describe(position) << " is "
                 << sample << ", not " << expected;
@@ -242,15 +250,16 @@ TEST_P(BatchSamplers, OutputAndPositionStrides) {
 // Samples closer than 4 bytes lie over each other; the later one stays.
 TEST_P(BatchSamplers, OutputStridesBelowAFloatLeaveTheLaterSample) {
     const CBatchSampler& sampler = GetParam();
-    const std::vector<float> coordinates = CCoordinates(601).Fill(3 * 11 + 1);
+    const std::vector<float> coordinates = CCoordinates(601).Fill(4 * 12);
+    const float* const positions = coordinates.data() + 1; // misaligned, or 4D would not look at the stride
     for (const uint32_t outputStride : {1u, 2u, 3u}) {
         CBuffer output(10 * outputStride + 4, 4);
-        sampler.m_Sample(m_Noise, {output.As<float>(), 11, outputStride}, coordinates.data(), 11,
+        sampler.m_Sample(m_Noise, {output.As<float>(), 11, outputStride}, positions, 11,
                          sampler.PositionSize());
         std::vector<unsigned char> expected(10 * outputStride + 4);
         for (size_t k = 0; k < 11; ++k) {
             const float sample =
-                sampler.Expected(m_Noise.Basis(), &coordinates[k * sampler.PositionSize() / 4]);
+                sampler.m_Expected(m_Noise.Basis(), &positions[k * sampler.PositionSize() / 4]);
             std::memcpy(&expected[k * outputStride], &sample, 4);
         }
         EXPECT_TRUE(std::equal(expected.begin(), expected.end(), output.Data())) << "stride " << outputStride;
@@ -280,19 +289,19 @@ TEST_P(BatchSamplers, PositionStrideZeroGivesEverySampleTheSameValue) {
     alignas(16) float samples[21];
     GetParam().m_Sample(m_Noise, {samples, 21, 4}, positions.Data(), 1, 0);
     for (const float sample : samples) {
-        EXPECT_EQ(sample, GetParam().Expected(m_Noise.Basis(), position));
+        EXPECT_EQ(sample, GetParam().m_Expected(m_Noise.Basis(), position));
     }
 }
 
 TEST_P(BatchSamplers, PaddedPositionsGiveTheValuesOfPackedOnes) {
     const uint32_t size = GetParam().PositionSize();
     constexpr uint32_t kCount = 50;
-    const std::vector<float> coordinates = CCoordinates(702).Fill(3 * kCount + 1);
+    const std::vector<float> coordinates = CCoordinates(702).Fill(4 * kCount);
     CBuffer packed(kCount * size + 4, 0);
     CBuffer padded(kCount * (size + 4), 0);
     for (uint32_t k = 0; k < kCount; ++k) {
-        std::memcpy(packed.Data() + k * size, &coordinates[3 * k], size);
-        std::memcpy(padded.Data() + k * (size + 4), &coordinates[3 * k], size);
+        std::memcpy(packed.Data() + k * size, &coordinates[4 * k], size);
+        std::memcpy(padded.Data() + k * (size + 4), &coordinates[4 * k], size);
     }
     alignas(16) float fromPacked[kCount];
     alignas(16) float fromPadded[kCount];
@@ -306,11 +315,15 @@ TEST_P(BatchSamplers, PaddedPositionsGiveTheValuesOfPackedOnes) {
 TEST_P(BatchSamplers, OutputStrideEightIsFilledWithTwiceTheSamplesOnTheFastPath) {
     EXPECT_EQ(CheckPacked({.m_Count = 10, .m_OutputStride = 8}, 703), 20u);
     EXPECT_EQ(CheckPacked({.m_Count = 2, .m_OutputStride = 8}, 703), 4u);
-    // The last 8 bytes of an odd count hold one sample at their start.
-    EXPECT_EQ(CheckPacked({.m_Count = 11, .m_OutputStride = 8}, 703), 21u);
-    EXPECT_EQ(CheckPacked({.m_Count = 1, .m_OutputStride = 8}, 703), 1u);
-    // One at a time, the stride is kept.
-    EXPECT_EQ(CheckPacked({.m_Count = 11, .m_OutputStride = 8, .m_OutputOffset = 4}, 703), 11u);
+    // The last 8 bytes of an odd count hold one sample at their start; in 4D, where the fast path goes to the
+    // end of the output, two.
+    const bool isToTheEnd = GetParam().m_Dimension == 4;
+    EXPECT_EQ(CheckPacked({.m_Count = 11, .m_OutputStride = 8}, 703), isToTheEnd ? 22u : 21u);
+    EXPECT_EQ(CheckPacked({.m_Count = 1, .m_OutputStride = 8}, 703), isToTheEnd ? 2u : 1u);
+    // One at a time, the stride is kept. In 4D the output's alignment does not matter.
+    EXPECT_EQ(CheckPacked({.m_Count = 11, .m_OutputStride = 8, .m_OutputOffset = 4}, 703),
+              isToTheEnd ? 22u : 11u);
+    EXPECT_EQ(CheckPacked({.m_Count = 11, .m_OutputStride = 8, .m_PositionOffset = 4}, 703), 11u);
 }
 
 TEST_P(BatchSamplers, OutputBytesWrapAtFourGibibytes) {
@@ -327,22 +340,24 @@ TEST_P(BatchSamplers, StridesOfGibibytes) {
         GTEST_SKIP() << "needs more address space";
     }
     const CSparseMemory memory(uint64_t{9} << 31); // 18 GiB
-    const std::vector<float> coordinates = CCoordinates(709).Fill(5 * 3 + 1);
-    const auto positionAt = [&](size_t k) { return &coordinates[3 * k]; };
+    const std::vector<float> coordinates = CCoordinates(709).Fill(5 * 5);
+    // 20 bytes apart, for no fast path to take them.
+    const auto positionAt = [&](size_t k) { return &coordinates[5 * k]; };
     for (const uint32_t stride : {0x40000000u, 0x55555558u, 0x60000000u, 0x80000000u, 0xFFFFFFF0u}) {
         for (uint64_t k = 0; k < 5; ++k) {
-            std::memcpy(memory.Data() + k * stride, positionAt(k), 12);
+            std::memcpy(memory.Data() + k * stride, positionAt(k), 16);
         }
         float samples[5] = {};
         GetParam().m_Sample(m_Noise, {samples, 5, 4}, memory.Data(), 5, stride);
         for (size_t k = 0; k < 5; ++k) {
-            EXPECT_EQ(FoldedBits(samples[k]), FoldedBits(GetParam().Expected(m_Noise.Basis(), positionAt(k))))
+            EXPECT_EQ(FoldedBits(samples[k]),
+                      FoldedBits(GetParam().m_Expected(m_Noise.Basis(), positionAt(k))))
                 << "position stride " << stride << ", sample " << k;
         }
         // A single sample has room whatever the stride; of several the last one must still begin below 4 GiB.
         float single[2] = {0.0f, 99.0f};
-        GetParam().m_Sample(m_Noise, {single, 1, stride}, positionAt(2), 1, 16);
-        EXPECT_EQ(FoldedBits(single[0]), FoldedBits(GetParam().Expected(m_Noise.Basis(), positionAt(2))))
+        GetParam().m_Sample(m_Noise, {single, 1, stride}, positionAt(2), 1, 20);
+        EXPECT_EQ(FoldedBits(single[0]), FoldedBits(GetParam().m_Expected(m_Noise.Basis(), positionAt(2))))
             << stride;
         EXPECT_EQ(single[1], 99.0f) << "output stride " << stride;
     }
@@ -356,11 +371,11 @@ TEST_P(BatchSamplers, StridesOfGibibytes) {
         std::memset(behind, kCanary, 4);
         std::memset(output + 4, kCanary, 64);
         GetParam().m_Sample(m_Noise, {reinterpret_cast<float*>(output), count, stride}, positionAt(0), count,
-                            12);
+                            20);
         for (uint32_t k = 0; k < sampleCount; ++k) {
             float sample;
             std::memcpy(&sample, output + uint64_t{k} * stride, 4);
-            EXPECT_EQ(FoldedBits(sample), FoldedBits(GetParam().Expected(m_Noise.Basis(), positionAt(k))))
+            EXPECT_EQ(FoldedBits(sample), FoldedBits(GetParam().m_Expected(m_Noise.Basis(), positionAt(k))))
                 << count << " samples, output stride " << stride << ", sample " << k;
         }
         EXPECT_EQ(behind[0], kCanary) << count << " samples, output stride " << stride;
@@ -370,7 +385,7 @@ TEST_P(BatchSamplers, StridesOfGibibytes) {
 }
 
 TEST_P(BatchSamplers, CountOfThePositionsIsNeverRead) {
-    const std::vector<float> coordinates = CCoordinates(705).Fill(3 * 9 + 1);
+    const std::vector<float> coordinates = CCoordinates(705).Fill(4 * 9);
     float zero[9];
     float huge[9];
     GetParam().m_Sample(m_Noise, {zero, 9, 4}, coordinates.data(), 0, GetParam().PositionSize());
@@ -394,7 +409,7 @@ void ExpectOverlapIsHarmless(const CBatchSampler& sampler, const COpenNoise& noi
     }
     std::vector<float> expected(kCount);
     for (uint32_t k = 0; k < kCount; ++k) {
-        expected[k] = sampler.Expected(noise.Basis(), positions.Data() + size_t{k} * stride);
+        expected[k] = sampler.m_Expected(noise.Basis(), positions.Data() + size_t{k} * stride);
     }
     sampler.m_Sample(noise, {positions.As<float>(), kCount, outputStride}, positions.Data(), kCount, stride);
     for (uint32_t k = 0; k < kCount; ++k) {
@@ -410,13 +425,13 @@ TEST_P(BatchSamplers, OutputMayLieOverTheStartOfThePositions) {
     const uint32_t size = GetParam().PositionSize();
     ExpectOverlapIsHarmless(GetParam(), m_Noise, 0, size, 4);
     ExpectOverlapIsHarmless(GetParam(), m_Noise, 4, size, 4);
-    ExpectOverlapIsHarmless(GetParam(), m_Noise, 0, 16, 4);
+    ExpectOverlapIsHarmless(GetParam(), m_Noise, 0, 20, 4);
 }
 
 TEST_P(BatchSamplers, OutputMayLieInPlaceOneAtATime) {
     const uint32_t size = GetParam().PositionSize();
     ExpectOverlapIsHarmless(GetParam(), m_Noise, 4, size, size);
-    ExpectOverlapIsHarmless(GetParam(), m_Noise, 0, 16, 16);
+    ExpectOverlapIsHarmless(GetParam(), m_Noise, 0, 20, 20);
 }
 
 // An output stride of 0: one float is left to write for ever.
@@ -429,6 +444,8 @@ extern "C" void ReportWatchedSamples(int) {
 }
 
 TEST_P(BatchSamplers, OutputStrideZeroNeverReturnsAndDebugBuildsAssert) {
+    // The fast path of 4D does not look at the stride; see below.
+    const size_t offset = GetParam().m_Dimension == 4 ? 4 : 0;
     std::array<float, 256> values;
     values.fill(0.25f);
     CListGenerator generator(values);
@@ -443,7 +460,8 @@ TEST_P(BatchSamplers, OutputStrideZeroNeverReturnsAndDebugBuildsAssert) {
         std::signal(SIGALRM, ReportWatchedSamples);
         const itimerval soon = {{0, 0}, {0, 50000}};
         setitimer(ITIMER_REAL, &soon, nullptr);
-        GetParam().m_Sample(m_Noise, {samples, 5, 0}, positions.Data(), 5, GetParam().PositionSize());
+        GetParam().m_Sample(m_Noise, {samples, 5, 0}, positions.Data() + offset, 5,
+                            GetParam().PositionSize());
     };
     const CChildResult result = RunInChild(sample);
 #ifdef NDEBUG
@@ -452,6 +470,24 @@ TEST_P(BatchSamplers, OutputStrideZeroNeverReturnsAndDebugBuildsAssert) {
     EXPECT_TRUE(result.WasKilledBy(SIGABRT)) << "status " << result.m_Status;
     EXPECT_NE(result.m_Errors.find("a sampler needs an output stride"), std::string::npos) << result.m_Errors;
 #endif
+}
+
+// The four-dimensional fast path, which differs from the others.
+
+TEST(BatchSamplers4D, OutputStrideZeroWritesExactlyOneFloatOnTheFastPath) {
+    const COpenNoise noise = IndexedNoise();
+    alignas(16) const float position[8] = {0.5f, 1.5f, 2.5f, 3.5f, 9.0f, 9.0f, 9.0f, 9.0f};
+    for (const CBatchSampler& sampler : kBatchSamplers) {
+        if (sampler.m_Dimension == 4) {
+            for (const uint32_t count : {0u, 1u, 5u}) {
+                float samples[2] = {99.0f, 99.0f};
+                sampler.m_Sample(noise, {samples, count, 0}, position, 1, 16);
+                EXPECT_EQ(samples[0], sampler.m_Expected(noise.Basis(), position))
+                    << sampler << ", count " << count;
+                EXPECT_EQ(samples[1], 99.0f) << sampler << ", count " << count;
+            }
+        }
+    }
 }
 
 } // namespace

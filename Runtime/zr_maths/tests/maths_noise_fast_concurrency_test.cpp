@@ -16,7 +16,7 @@ TEST(FastNoiseConcurrency, SamplersMayRunAtOnceOnOneObject) {
     CStdRandomGenerator generator(6);
     const COpenNoise noise(&generator);
     constexpr uint32_t kCount = 3001;
-    const std::vector<float> positions = CCoordinates(7).Fill(3 * kCount + 1);
+    const std::vector<float> positions = CCoordinates(7).Fill(4 * kCount);
     for (const CBatchSampler& sampler : kBatchSamplers) {
         std::vector<std::vector<float>> samples(4, std::vector<float>(kCount));
         std::vector<std::thread> threads;

@@ -68,7 +68,7 @@ TEST(FastNoiseMemory, OneAtATimeReadsFourBytesIn1DAndSixteenIn3D) {
     const CGuardedPage output;
     for (const CBatchSampler& sampler : kBatchSamplers) {
         const uint32_t size = sampler.PositionSize();
-        const uint32_t slack = sampler.m_Dimension == 3 ? 4 : 0;
+        const uint32_t slack = sampler.ReadSize() - size;
         for (const uint32_t count : {1u, 2u, 3u, 7u}) {
             for (uint32_t shift = 0; shift < 4; ++shift) {
                 sampler.m_Sample(noise, {reinterpret_cast<float*>(output.End() - 4 * count), count, 4},

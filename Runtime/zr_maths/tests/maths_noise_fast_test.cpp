@@ -157,7 +157,7 @@ TEST(FastNoise, GeneratorsInTheSameStateGiveTheSameField) {
     const COpenNoise one(&first);
     const COpenNoise other(&second);
     EXPECT_EQ(BasisOf(one), BasisOf(other));
-    const std::vector<float> positions = CCoordinates(1).Fill(3 * 101 + 1);
+    const std::vector<float> positions = CCoordinates(1).Fill(4 * 101);
     for (const CBatchSampler& sampler : kBatchSamplers) {
         std::vector<float> samples(100);
         std::vector<float> others(100);

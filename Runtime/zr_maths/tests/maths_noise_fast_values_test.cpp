@@ -19,8 +19,8 @@ using namespace Vestrel;
 class SamplerValues : public testing::TestWithParam<CBatchSampler> {
 protected:
     /// The sample of one position, of which a sampler takes as many coordinates as it has axes.
-    float SampleAt(float x, float y = 0.0f, float z = 0.0f) const {
-        const float position[4] = {x, y, z, 0.0f};
+    float SampleAt(float x, float y = 0.0f, float z = 0.0f, float w = 0.0f) const {
+        const float position[4] = {x, y, z, w};
         float sample = 0.0f;
         GetParam().m_Sample(m_Noise, {&sample, 1, 4}, position, 1, GetParam().PositionSize());
         return sample;
@@ -39,8 +39,10 @@ TEST_P(SamplerValues, IntegralPositionsGiveTheirCornerExactly) {
             const uint32_t i = static_cast<uint32_t>(x) & 255;
             const uint32_t j = static_cast<uint32_t>(y) & 255;
             const uint32_t k = 254;
-            const float expected = GetParam().m_Dimension == 1 ? B[P[i]] : B[P[P[i] + j] + k];
-            EXPECT_EQ(SampleAt(static_cast<float>(x), static_cast<float>(y), -2.0f), expected)
+            const uint32_t l = 3;
+            const float corners[] = {B[P[i]], B[P[P[i] + j]], B[P[P[i] + j] + k], B[P[P[P[i] + j] + k] + l]};
+            EXPECT_EQ(SampleAt(static_cast<float>(x), static_cast<float>(y), -2.0f, 259.0f),
+                      corners[GetParam().m_Dimension - 1])
                 << x << ", " << y;
         }
     }
@@ -56,10 +58,12 @@ TEST_P(SamplerValues, PeriodIs256OnEveryAxis) {
         const float x = coordinate();
         const float y = coordinate();
         const float z = coordinate();
-        const float sample = SampleAt(x, y, z);
-        ASSERT_EQ(SampleAt(x + 256.0f, y, z), sample) << x << ", " << y << ", " << z;
-        ASSERT_EQ(SampleAt(x, y - 256.0f, z), sample) << x << ", " << y << ", " << z;
-        ASSERT_EQ(SampleAt(x, y, z + 512.0f), sample) << x << ", " << y << ", " << z;
+        const float w = coordinate();
+        const float sample = SampleAt(x, y, z, w);
+        ASSERT_EQ(SampleAt(x + 256.0f, y, z, w), sample) << x << ", " << y << ", " << z << ", " << w;
+        ASSERT_EQ(SampleAt(x, y - 256.0f, z, w), sample) << x << ", " << y << ", " << z << ", " << w;
+        ASSERT_EQ(SampleAt(x, y, z + 512.0f, w), sample) << x << ", " << y << ", " << z << ", " << w;
+        ASSERT_EQ(SampleAt(x, y, z, w - 256.0f), sample) << x << ", " << y << ", " << z << ", " << w;
     }
 }
 
@@ -69,7 +73,7 @@ TEST_P(SamplerValues, SamplesStayWithinTheBasis) {
         const auto coordinate = [&random] {
             return static_cast<float>(random() % 0x1000000) * 0x1p-12f - 2048.0f;
         };
-        const float sample = SampleAt(coordinate(), coordinate(), coordinate());
+        const float sample = SampleAt(coordinate(), coordinate(), coordinate(), coordinate());
         ASSERT_LE(std::fabs(sample), 1.0f + 1e-5f);
     }
 }
@@ -80,8 +84,8 @@ TEST_P(SamplerValues, NotANumberTouchesNoOtherSample) {
     constexpr uint32_t kCount = 11;
     for (size_t bad = 0; bad < kCount; ++bad) {
         for (size_t axis = 0; axis < floats; ++axis) {
-            alignas(16) float positions[3 * kCount + 1];
-            for (size_t k = 0; k < 3 * kCount + 1; ++k) {
+            alignas(16) float positions[4 * kCount];
+            for (size_t k = 0; k < 4 * kCount; ++k) {
                 positions[k] = static_cast<float>(k) * 0.37f - 5.0f;
             }
             positions[bad * floats + axis] = std::numeric_limits<float>::quiet_NaN();
@@ -112,15 +116,15 @@ float SampleOne(const CFastNoise3& noise, Reference::EQuality quality, int dimen
 TEST(SamplerValuesTogether, QualitiesAgreeAtLatticePointsAndDifferInside) {
     const COpenNoise noise = IndexedNoise();
     using enum Reference::EQuality;
-    for (const int dimension : {1, 3}) {
+    for (const int dimension : {1, 2, 3, 4}) {
         for (int n = -20; n < 20; ++n) {
             const float at = static_cast<float>(n);
-            const float corner[4] = {at, at + 3.0f, at - 7.0f, 0.0f};
+            const float corner[4] = {at, at + 3.0f, at - 7.0f, at + 90.0f};
             EXPECT_EQ(SampleOne(noise, kLinear, dimension, corner),
                       SampleOne(noise, kCubic, dimension, corner));
             EXPECT_EQ(SampleOne(noise, kLinear, dimension, corner),
                       SampleOne(noise, kQuintic, dimension, corner));
-            const float inside[4] = {at + 0.25f, at + 0.25f, at + 0.25f, 0.0f};
+            const float inside[4] = {at + 0.25f, at + 0.25f, at + 0.25f, at + 0.25f};
             EXPECT_NE(SampleOne(noise, kLinear, dimension, inside),
                       SampleOne(noise, kCubic, dimension, inside));
             EXPECT_NE(SampleOne(noise, kLinear, dimension, inside),
@@ -141,15 +145,22 @@ TEST(SamplerValuesTogether, ProductAndSumAreNotFused) {
         if (sampler.m_Quality != Reference::EQuality::kLinear) {
             continue; // the fraction is the weight in linear quality alone
         }
-        // Two neighbours along x, on the other axes at 0.
-        const bool isOneDimensional = sampler.m_Dimension == 1;
+        // Two neighbours along x, on the other axes at 0: the chain goes through P once more for each axis,
+        // up to 3D, where the last coordinate is added without.
+        const size_t lookUps = sampler.m_Dimension == 1 ? 0 : sampler.m_Dimension == 4 ? 2 : 1;
+        size_t lower = 151;
+        size_t upper = 160;
+        for (size_t k = 0; k < lookUps; ++k) {
+            lower = P[lower];
+            upper = P[upper];
+        }
         std::array<float, 256> values{};
-        values[isOneDimensional ? 151 : P[151]] = -0.5f - 0x1p-12f;
-        values[isOneDimensional ? 160 : P[160]] = 0.5f;
+        values[lower] = -0.5f - 0x1p-12f;
+        values[upper] = 0.5f;
         CListGenerator generator(values);
         const COpenNoise noise(&generator);
 
-        alignas(16) float positions[3 * 5 + 1] = {};
+        alignas(16) float positions[4 * 5] = {};
         for (size_t k = 0; k < 5; ++k) {
             positions[k * static_cast<size_t>(sampler.m_Dimension)] = t;
         }
@@ -195,6 +206,10 @@ TEST(SamplerValuesTogether, JustBelowZeroTheUpperSideIsTaken) {
         // The entries of this field are multiples of 2^-7, so that blends at a weight of 1 are exact.
         const float x[4] = {-1e-10f, 0.0f, 0.0f, 0.0f};
         EXPECT_EQ(SampleOne(noise, quality, 1, x), B[151]);
+        const float y[4] = {0.0f, -1e-10f, 0.0f, 0.0f};
+        EXPECT_EQ(SampleOne(noise, quality, 2, y), B[P[P[0] + 256]]);
+        const float w[4] = {0.0f, 0.0f, 0.0f, -1e-10f};
+        EXPECT_EQ(SampleOne(noise, quality, 4, w), B[P[P[151]] + 256]);
         const float z[4] = {0.0f, 0.0f, -1e-10f, 0.0f};
         EXPECT_EQ(SampleOne(noise, quality, 3, z), B[P[151] + 256]);
         const float lower[4] = {0.0f, 0.0f, -0.25f, 0.0f};

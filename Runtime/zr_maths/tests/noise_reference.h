@@ -80,6 +80,22 @@ inline float Sample(const float* B, EQuality quality, float position, TSplit spl
 }
 
 template <typename TSplit = CCell (*)(float)>
+inline float Sample(const float* B, EQuality quality, const TVector<float, 2>& position,
+                    TSplit split = Split) {
+    const auto& P = Internal::kFastNoisePermutations;
+    const CCell x = split(position.x);
+    const CCell y = split(position.y);
+    const float fx = Fade(quality, x.m_Fraction);
+    const float fy = Fade(quality, y.m_Fraction);
+
+    const uint32_t a = P[x.m_Coordinate] + y.m_Coordinate;
+    const uint32_t b = P[x.m_Coordinate + 1] + y.m_Coordinate;
+    const float r0 = Lerp(B[P[a]], B[P[b]], fx);
+    const float r1 = Lerp(B[P[a + 1]], B[P[b + 1]], fx);
+    return Lerp(r0, r1, fy);
+}
+
+template <typename TSplit = CCell (*)(float)>
 inline float Sample(const float* B, EQuality quality, const TVector<float, 3>& position,
                     TSplit split = Split) {
     const auto& P = Internal::kFastNoisePermutations;
@@ -100,6 +116,45 @@ inline float Sample(const float* B, EQuality quality, const TVector<float, 3>& p
     const float below = Lerp(Lerp(B[aa], B[ba], fx), Lerp(B[ab], B[bb], fx), fy);
     const float above = Lerp(Lerp(B[aa + 1], B[ba + 1], fx), Lerp(B[ab + 1], B[bb + 1], fx), fy);
     return Lerp(below, above, fz);
+}
+
+template <typename TSplit = CCell (*)(float)>
+inline float Sample(const float* B, EQuality quality, const TVector<float, 4>& position,
+                    TSplit split = Split) {
+    const auto& P = Internal::kFastNoisePermutations;
+    const CCell x = split(position.x);
+    const CCell y = split(position.y);
+    const CCell z = split(position.z);
+    const CCell w = split(position.w);
+    const float fx = Fade(quality, x.m_Fraction);
+    const float fy = Fade(quality, y.m_Fraction);
+    const float fz = Fade(quality, z.m_Fraction);
+    const float fw = Fade(quality, w.m_Fraction);
+
+    const uint32_t a = P[x.m_Coordinate] + y.m_Coordinate;
+    const uint32_t b = P[x.m_Coordinate + 1] + y.m_Coordinate;
+    const uint32_t aa = P[a] + z.m_Coordinate;
+    const uint32_t ab = P[a + 1] + z.m_Coordinate;
+    const uint32_t ba = P[b] + z.m_Coordinate;
+    const uint32_t bb = P[b + 1] + z.m_Coordinate;
+    const uint32_t aaa = P[aa] + w.m_Coordinate;
+    const uint32_t aab = P[aa + 1] + w.m_Coordinate;
+    const uint32_t aba = P[ab] + w.m_Coordinate;
+    const uint32_t abb = P[ab + 1] + w.m_Coordinate;
+    const uint32_t baa = P[ba] + w.m_Coordinate;
+    const uint32_t bab = P[ba + 1] + w.m_Coordinate;
+    const uint32_t bba = P[bb] + w.m_Coordinate;
+    const uint32_t bbb = P[bb + 1] + w.m_Coordinate;
+
+    // The 3D blend of the corners on one side of w.
+    const auto blend = [&](uint32_t side) {
+        const float below =
+            Lerp(Lerp(B[aaa + side], B[baa + side], fx), Lerp(B[aba + side], B[bba + side], fx), fy);
+        const float above =
+            Lerp(Lerp(B[aab + side], B[bab + side], fx), Lerp(B[abb + side], B[bbb + side], fx), fy);
+        return Lerp(below, above, fz);
+    };
+    return Lerp(blend(0), blend(1), fw);
 }
 
 } // namespace Vestrel::Reference

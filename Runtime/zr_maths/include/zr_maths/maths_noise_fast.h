@@ -38,12 +38,16 @@ namespace Vestrel {
 ///   not look at the output stride: an output with a stride of 8 gets twice as many samples, of as many
 ///   consecutive positions. What remains goes one position at a time; so does everything else, with any
 ///   alignment and any stride, among them a position stride of 0, which means one position for all samples.
+/// - In 4D the fast path takes single positions: if the position pointer is a multiple of 16 and the position
+///   stride is 16, it fills the output to its end with packed samples, whatever its alignment and stride.
+///   With an output stride of 0 it writes exactly one.
 /// - Not-a-number in a position gives a sample that is not a number and touches no other. From 2^31 on the
 ///   cell stays at 255 and the fraction is the distance from 2^31 (below -2^31, one more than that from
 ///   -2^31): samples there are of no use, and may be infinite or not a number, but are the same everywhere.
 ///
 /// The caller guarantees:
-/// - an output stride that is not 0 (with 0 a call would not return; debug builds assert);
+/// - an output stride that is not 0 (with 0 a call would not return, the fast path of 4D aside; debug builds
+///   assert);
 /// - that all bytes of the output, rounded up to whole floats, may be written, those between its elements and
 ///   behind the last one included;
 /// - as many readable positions as samples are written, and 4 readable bytes behind each 3D position, for
@@ -80,6 +84,14 @@ public:
     void SampleQuintic1D(const TStridedMemoryView<float>& output,
                          const TStridedMemoryView<const float>& positions) const noexcept;
 
+    /// Samples the 2D field; see "Batch samplers" above.
+    void SampleLinear2D(const TStridedMemoryView<float>& output,
+                        const TStridedMemoryView<const TVector<float, 2>>& positions) const noexcept;
+    void SampleCubic2D(const TStridedMemoryView<float>& output,
+                       const TStridedMemoryView<const TVector<float, 2>>& positions) const noexcept;
+    void SampleQuintic2D(const TStridedMemoryView<float>& output,
+                         const TStridedMemoryView<const TVector<float, 2>>& positions) const noexcept;
+
     /// Samples the 3D field; see "Batch samplers" above.
     void SampleLinear3D(const TStridedMemoryView<float>& output,
                         const TStridedMemoryView<const TVector<float, 3>>& positions) const noexcept;
@@ -87,6 +99,14 @@ public:
                        const TStridedMemoryView<const TVector<float, 3>>& positions) const noexcept;
     void SampleQuintic3D(const TStridedMemoryView<float>& output,
                          const TStridedMemoryView<const TVector<float, 3>>& positions) const noexcept;
+
+    /// Samples the 4D field; see "Batch samplers" above.
+    void SampleLinear4D(const TStridedMemoryView<float>& output,
+                        const TStridedMemoryView<const TVector<float, 4>>& positions) const noexcept;
+    void SampleCubic4D(const TStridedMemoryView<float>& output,
+                       const TStridedMemoryView<const TVector<float, 4>>& positions) const noexcept;
+    void SampleQuintic4D(const TStridedMemoryView<float>& output,
+                         const TStridedMemoryView<const TVector<float, 4>>& positions) const noexcept;
 
 protected:
     /// What ResetSampler does to the basis, without the virtual call.

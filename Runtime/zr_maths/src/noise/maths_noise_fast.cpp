@@ -81,6 +81,23 @@ void CFastNoise3::SampleQuintic1D(const TStridedMemoryView<float>& output,
     SampleBatch<1, ENoiseQuality::kQuintic>(m_Basis, output, positions);
 }
 
+void CFastNoise3::SampleLinear2D(
+    const TStridedMemoryView<float>& output,
+    const TStridedMemoryView<const TVector<float, 2>>& positions) const noexcept {
+    SampleBatch<2, ENoiseQuality::kLinear>(m_Basis, output, positions);
+}
+
+void CFastNoise3::SampleCubic2D(const TStridedMemoryView<float>& output,
+                                const TStridedMemoryView<const TVector<float, 2>>& positions) const noexcept {
+    SampleBatch<2, ENoiseQuality::kCubic>(m_Basis, output, positions);
+}
+
+void CFastNoise3::SampleQuintic2D(
+    const TStridedMemoryView<float>& output,
+    const TStridedMemoryView<const TVector<float, 2>>& positions) const noexcept {
+    SampleBatch<2, ENoiseQuality::kQuintic>(m_Basis, output, positions);
+}
+
 void CFastNoise3::SampleLinear3D(
     const TStridedMemoryView<float>& output,
     const TStridedMemoryView<const TVector<float, 3>>& positions) const noexcept {
@@ -96,6 +113,23 @@ void CFastNoise3::SampleQuintic3D(
     const TStridedMemoryView<float>& output,
     const TStridedMemoryView<const TVector<float, 3>>& positions) const noexcept {
     SampleBatch<3, ENoiseQuality::kQuintic>(m_Basis, output, positions);
+}
+
+void CFastNoise3::SampleLinear4D(
+    const TStridedMemoryView<float>& output,
+    const TStridedMemoryView<const TVector<float, 4>>& positions) const noexcept {
+    SampleBatch<4, ENoiseQuality::kLinear>(m_Basis, output, positions);
+}
+
+void CFastNoise3::SampleCubic4D(const TStridedMemoryView<float>& output,
+                                const TStridedMemoryView<const TVector<float, 4>>& positions) const noexcept {
+    SampleBatch<4, ENoiseQuality::kCubic>(m_Basis, output, positions);
+}
+
+void CFastNoise3::SampleQuintic4D(
+    const TStridedMemoryView<float>& output,
+    const TStridedMemoryView<const TVector<float, 4>>& positions) const noexcept {
+    SampleBatch<4, ENoiseQuality::kQuintic>(m_Basis, output, positions);
 }
 
 } // namespace Vestrel

@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 namespace Vestrel::Internal {
 
@@ -51,18 +52,6 @@ struct CBatchCursor {
 
 constexpr uint32_t kFourSamplesBytes = 4 * sizeof(float);
 
-template <int kDimension>
-[[gnu::always_inline]] inline std::array<Float4, kDimension>
-_LoadFourPositions(const unsigned char* positions) {
-    if constexpr (kDimension == 1) {
-        return {SIMD_Neon::LoadAligned(positions)};
-    } else {
-        static_assert(kDimension == 3);
-        const SIMD_Neon::Float4x3 loaded = SIMD_Neon::LoadAlignedInterleaved3(positions);
-        return {loaded.m_X, loaded.m_Y, loaded.m_Z};
-    }
-}
-
 /// The position in the first lanes.
 template <int kDimension>
 [[gnu::always_inline]] inline Float4 _LoadOnePosition(const unsigned char* position) {
@@ -70,10 +59,47 @@ template <int kDimension>
         float x;
         std::memcpy(&x, position, sizeof(x));
         return Float4(x, 0.0f, 0.0f, 0.0f);
+    } else if constexpr (kDimension == 2) {
+        return SIMD_Neon::LoadPair(position);
     } else {
-        // Reads 4 bytes more than the position has, which the caller guarantees to be readable.
-        static_assert(kDimension == 3);
+        // In 3D this reads 4 bytes more than the position has, which the caller guarantees to be readable.
         return SIMD_Neon::LoadUnaligned(position);
+    }
+}
+
+/// Four positions `stride` bytes apart, at any alignment, one value per axis.
+template <int kDimension>
+[[gnu::always_inline]] inline std::array<Float4, kDimension>
+_GatherFourPositions(const unsigned char* position, size_t stride) {
+    const Float4 p0 = _LoadOnePosition<kDimension>(position);
+    const Float4 p1 = _LoadOnePosition<kDimension>(position + stride);
+    const Float4 p2 = _LoadOnePosition<kDimension>(position + 2 * stride);
+    const Float4 p3 = _LoadOnePosition<kDimension>(position + 3 * stride);
+    const Float4 xy02 = SIMD_Neon::InterleaveLow(p0, p2);  // x0 x2 y0 y2
+    const Float4 xy13 = SIMD_Neon::InterleaveLow(p1, p3);  // x1 x3 y1 y3
+    const Float4 zw02 = SIMD_Neon::InterleaveHigh(p0, p2); // z0 z2 w0 w2
+    const Float4 zw13 = SIMD_Neon::InterleaveHigh(p1, p3); // z1 z3 w1 w3
+    const Float4 axes[4] = {SIMD_Neon::InterleaveLow(xy02, xy13), SIMD_Neon::InterleaveHigh(xy02, xy13),
+                            SIMD_Neon::InterleaveLow(zw02, zw13), SIMD_Neon::InterleaveHigh(zw02, zw13)};
+    std::array<Float4, kDimension> positions;
+    std::copy_n(axes, kDimension, positions.begin());
+    return positions;
+}
+
+/// Four packed, aligned positions, one value per axis.
+template <int kDimension>
+[[gnu::always_inline]] inline std::array<Float4, kDimension>
+_LoadFourPositions(const unsigned char* positions) {
+    if constexpr (kDimension == 1) {
+        return {SIMD_Neon::LoadAligned(positions)};
+    } else if constexpr (kDimension == 2) {
+        const Float4 xy01 = SIMD_Neon::LoadAligned(positions);
+        const Float4 xy23 = SIMD_Neon::LoadAligned(positions + 16);
+        return {SIMD_Neon::DeinterleaveEven(xy01, xy23), SIMD_Neon::DeinterleaveOdd(xy01, xy23)};
+    } else {
+        static_assert(kDimension == 3);
+        const SIMD_Neon::Float4x3 loaded = SIMD_Neon::LoadAlignedInterleaved3(positions);
+        return {loaded.m_X, loaded.m_Y, loaded.m_Z};
     }
 }
 
@@ -85,26 +111,6 @@ template <int kDimension, ENoiseQuality kQuality, typename TEnds>
         const auto positions = _LoadFourPositions<kDimension>(cursor.m_Position);
         SIMD_Neon::StoreAligned(cursor.m_Output, SampleFour<kDimension, kQuality>(ends, positions));
         cursor.Advance(4, sizeof(TPosition<kDimension>), sizeof(float));
-    }
-}
-
-/// Four positions `stride` bytes apart, one value per axis.
-template <int kDimension>
-[[gnu::always_inline]] inline std::array<Float4, kDimension>
-_GatherFourPositions(const unsigned char* position, size_t stride) {
-    const Float4 p0 = _LoadOnePosition<kDimension>(position);
-    const Float4 p1 = _LoadOnePosition<kDimension>(position + stride);
-    const Float4 p2 = _LoadOnePosition<kDimension>(position + 2 * stride);
-    const Float4 p3 = _LoadOnePosition<kDimension>(position + 3 * stride);
-    const Float4 xy02 = SIMD_Neon::InterleaveLow(p0, p2); // x0 x2 y0 y2
-    const Float4 xy13 = SIMD_Neon::InterleaveLow(p1, p3); // x1 x3 y1 y3
-    if constexpr (kDimension == 1) {
-        return {SIMD_Neon::InterleaveLow(xy02, xy13)};
-    } else {
-        const Float4 z02 = SIMD_Neon::InterleaveHigh(p0, p2); // z0 z2 - -
-        const Float4 z13 = SIMD_Neon::InterleaveHigh(p1, p3); // z1 z3 - -
-        return {SIMD_Neon::InterleaveLow(xy02, xy13), SIMD_Neon::InterleaveHigh(xy02, xy13),
-                SIMD_Neon::InterleaveLow(z02, z13)};
     }
 }
 
@@ -141,19 +147,36 @@ template <int kDimension, ENoiseQuality kQuality>
     }
 }
 
-/// The basis in the order in which a 1D chain leads to it, so that the ends of its edges are neighbours.
-using CPermutedBasis = std::array<float, kPeriod + 1>;
-inline CPermutedBasis _PermuteBasis(const float* basis) {
-    CPermutedBasis permuted;
+/// One more than the highest hash of an edge's upper end.
+template <int kDimension>
+inline constexpr size_t kHashCount = kDimension == 1 ? kPeriod + 1 : 2 * kPeriod;
+
+/// The basis in the order in which hashes lead to it, so that the ends of edges are neighbours.
+template <int kDimension>
+std::array<float, kHashCount<kDimension>> _PermuteBasis(const float* basis) {
+    std::array<float, kHashCount<kDimension>> permuted;
     for (size_t hash = 0; hash < permuted.size(); ++hash) {
         permuted[hash] = CPermutedEnds{basis}.Value(hash);
     }
     return permuted;
 }
 
-/// From 256 samples on, _PermuteBasis takes less time than adjacent ends save; measured on Sapphire Rapids,
-/// where both are even between 128 and 192.
-constexpr uint32_t kLongRunBytes = 256 * sizeof(float);
+/// From this many samples on, _PermuteBasis takes less time than adjacent ends save. Measured on Sapphire
+/// Rapids, where both are even at about half as many.
+template <int kDimension>
+inline constexpr uint32_t kLongRun = 256;
+
+/// Samples by the fast path as much of packed, aligned positions as it takes.
+template <int kDimension, ENoiseQuality kQuality>
+[[gnu::always_inline]] inline void _SamplePacked(const float* basis, CBatchCursor& cursor) {
+    if constexpr (std::is_same_v<TEdgeEnds<kDimension>, CPermutedEnds>) {
+        if (cursor.m_OutputBytesLeft >= kLongRun<kDimension> * sizeof(float)) {
+            const auto permuted = _PermuteBasis<kDimension>(basis);
+            return _SampleFourAtATime<kDimension, kQuality>(CAdjacentEnds{permuted.data()}, cursor);
+        }
+    }
+    _SampleFourAtATime<kDimension, kQuality>(TEdgeEnds<kDimension>{basis}, cursor);
+}
 
 /// The body of every batch sampler; what it promises and what its caller guarantees stands at CFastNoise3.
 template <int kDimension, ENoiseQuality kQuality>
@@ -162,18 +185,20 @@ void SampleBatch(const float* basis, const TStridedMemoryView<float>& output,
     CBatchCursor cursor = {reinterpret_cast<const unsigned char*>(positions.m_Data),
                            reinterpret_cast<unsigned char*>(output.m_Data),
                            output.m_Stride == 0 ? uint32_t{sizeof(float)} : output.m_Count * output.m_Stride};
+    const uintptr_t positionAddress = reinterpret_cast<uintptr_t>(cursor.m_Position);
+    const uintptr_t outputAddress = reinterpret_cast<uintptr_t>(cursor.m_Output);
+    const bool isPacked = positions.m_Stride == sizeof(TPosition<kDimension>);
+    uint32_t outputStride = output.m_Stride;
 
-    const uintptr_t addresses =
-        reinterpret_cast<uintptr_t>(cursor.m_Position) | reinterpret_cast<uintptr_t>(cursor.m_Output);
-    if (addresses % 16 == 0 && positions.m_Stride == sizeof(TPosition<kDimension>)) {
-        if (kDimension == 1 && cursor.m_OutputBytesLeft >= kLongRunBytes) {
-            const CPermutedBasis permuted = _PermuteBasis(basis);
-            _SampleFourAtATime<kDimension, kQuality>(CAdjacentEnds{permuted.data()}, cursor);
-        } else {
-            _SampleFourAtATime<kDimension, kQuality>(TEdgeEnds<kDimension>{basis}, cursor);
-        }
+    if constexpr (kDimension == 4) {
+        // A 4D position fills a value by itself, so that the fast path takes single positions: whatever the
+        // output's alignment, to its very end, and packed whatever its stride. Only in that last point does
+        // it differ from the other path.
+        outputStride = isPacked && positionAddress % 16 == 0 ? uint32_t{sizeof(float)} : output.m_Stride;
+    } else if (isPacked && (positionAddress | outputAddress) % 16 == 0) {
+        _SamplePacked<kDimension, kQuality>(basis, cursor);
     }
-    _SampleOneAtATime<kDimension, kQuality>(basis, cursor, positions.m_Stride, output.m_Stride);
+    _SampleOneAtATime<kDimension, kQuality>(basis, cursor, positions.m_Stride, outputStride);
 }
 
 } // namespace Vestrel::Internal
