@@ -30,6 +30,14 @@ int main() {
     std::vector<float> samples(2 * count);
     noise.SampleQuintic3D({samples.data(), count, 4}, {positions.data(), count, 12});
     noise.SampleCubic1D({samples.data() + count, count, 4}, {&positions[0].x, count, 12});
+    for (uint32_t k = 0; k < count; ++k) {
+        // The same positions by value, in a register where there is one.
+        const SIMD_Neon::Float4 position(positions[k].x, positions[k].y, positions[k].z, 0.0f);
+        if (noise.SampleQuintic(position) != samples[k]) {
+            std::printf("position %u has two values\n", k);
+            return 1;
+        }
+    }
     uint64_t hash = 14695981039346656037u; // FNV-1a
     for (const float sample : samples) {
         uint32_t bits;

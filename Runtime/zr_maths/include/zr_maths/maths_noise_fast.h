@@ -108,6 +108,12 @@ public:
     void SampleQuintic4D(const TStridedMemoryView<float>& output,
                          const TStridedMemoryView<const TVector<float, 4>>& positions) const noexcept;
 
+    /// The sample of the 3D field at `position`, with x, y and z in lanes 0 to 2, bit for bit that of
+    /// SampleLinear3D and its kind. Lane 3 is ignored, whatever it holds.
+    float SampleLinear(SIMD_Neon::Float4 position) const noexcept;
+    float SampleCubic(SIMD_Neon::Float4 position) const noexcept;
+    float SampleQuintic(SIMD_Neon::Float4 position) const noexcept;
+
 protected:
     /// What ResetSampler does to the basis, without the virtual call.
     void _ResetSampler(CAbstractRandomGenerator* generator);

@@ -15,9 +15,10 @@ namespace Vestrel {
 namespace {
 
 using Internal::ENoiseQuality;
-using Internal::SampleBatch;
-
 using Internal::kPeriod;
+using Internal::SampleBatch;
+using Internal::SampleOne;
+using Internal::TEdgeEnds;
 
 constexpr size_t kDrawnBytes = kPeriod * sizeof(float);
 constexpr size_t kBasisBytes = (2 * kPeriod + 1) * sizeof(float);
@@ -130,6 +131,18 @@ void CFastNoise3::SampleQuintic4D(
     const TStridedMemoryView<float>& output,
     const TStridedMemoryView<const TVector<float, 4>>& positions) const noexcept {
     SampleBatch<4, ENoiseQuality::kQuintic>(m_Basis, output, positions);
+}
+
+float CFastNoise3::SampleLinear(SIMD_Neon::Float4 position) const noexcept {
+    return SampleOne<3, ENoiseQuality::kLinear>(TEdgeEnds<3>{m_Basis}, position);
+}
+
+float CFastNoise3::SampleCubic(SIMD_Neon::Float4 position) const noexcept {
+    return SampleOne<3, ENoiseQuality::kCubic>(TEdgeEnds<3>{m_Basis}, position);
+}
+
+float CFastNoise3::SampleQuintic(SIMD_Neon::Float4 position) const noexcept {
+    return SampleOne<3, ENoiseQuality::kQuintic>(TEdgeEnds<3>{m_Basis}, position);
 }
 
 } // namespace Vestrel
