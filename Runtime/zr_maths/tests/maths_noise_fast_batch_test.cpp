@@ -219,7 +219,7 @@ TEST_P(BatchSamplers, EveryCountUpToFortyOnBothPaths) {
     }
 }
 
-// From 256 on, 1D runs are looked up in another way.
+// From 256 on, runs in 1D and 2D are looked up in another way.
 TEST_P(BatchSamplers, HundredsAndThousandsOnBothPaths) {
     for (const uint32_t count : {252u, 255u, 256u, 257u, 1026u, 4099u}) {
         EXPECT_EQ(CheckPacked({.m_Count = count}, 300 + count), count);
@@ -400,7 +400,7 @@ TEST_P(BatchSamplers, CountOfThePositionsIsNeverRead) {
 /// Samples over a copy of the positions and compares with what separate memory gives.
 void ExpectOverlapIsHarmless(const CBatchSampler& sampler, const COpenNoise& noise, size_t offset,
                              uint32_t stride, uint32_t outputStride) {
-    constexpr uint32_t kCount = 301; // beyond the length from which 1D runs are looked up in another way
+    constexpr uint32_t kCount = 301; // beyond the length from which 1D and 2D are looked up in another way
     CBuffer positions(size_t{kCount} * stride + 16, offset);
     CCoordinates coordinates(706);
     for (size_t at = 0; at + 4 <= size_t{kCount} * stride + 16; at += 4) {

@@ -163,14 +163,13 @@ std::array<float, kHashCount<kDimension>> _PermuteBasis(const float* basis) {
 
 /// From this many samples on, _PermuteBasis takes less time than adjacent ends save. Measured on Sapphire
 /// Rapids, where both are even at about half as many.
-template <int kDimension>
-inline constexpr uint32_t kLongRun = 256;
+constexpr uint32_t kLongRun = 256;
 
 /// Samples by the fast path as much of packed, aligned positions as it takes.
 template <int kDimension, ENoiseQuality kQuality>
 [[gnu::always_inline]] inline void _SamplePacked(const float* basis, CBatchCursor& cursor) {
     if constexpr (std::is_same_v<TEdgeEnds<kDimension>, CPermutedEnds>) {
-        if (cursor.m_OutputBytesLeft >= kLongRun<kDimension> * sizeof(float)) {
+        if (cursor.m_OutputBytesLeft >= kLongRun * sizeof(float)) {
             const auto permuted = _PermuteBasis<kDimension>(basis);
             return _SampleFourAtATime<kDimension, kQuality>(CAdjacentEnds{permuted.data()}, cursor);
         }
