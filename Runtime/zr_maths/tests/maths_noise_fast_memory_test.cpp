@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <sys/mman.h>
@@ -97,6 +100,68 @@ TEST(FastNoiseMemory, TheLast3DPositionNeedsFourReadableBytesBehindIt) {
                 EXPECT_FALSE(result.HasExitedWith(0)) << sampler << " did not read byte " << 16 - missing;
             }
         }
+    }
+}
+
+/// Samples from a basis of which nothing beyond entry 511 can be read.
+class CGuardedNoise final : public CFastNoise3 {
+public:
+    CGuardedNoise() : CFastNoise3(nullptr), m_OwnBasis(m_Basis) {
+        const std::array<float, 256> values = IndexedValues();
+        m_Basis = reinterpret_cast<float*>(m_Page.End()) - 512;
+        std::copy(values.begin(), values.end(), m_Basis);
+        std::copy(values.begin(), values.end(), m_Basis + 256);
+    }
+
+    ~CGuardedNoise() override {
+        m_Basis = m_OwnBasis;
+    }
+
+private:
+    CGuardedPage m_Page;
+    float* m_OwnBasis;
+};
+
+// Corners are read in pairs, never more of their neighbours: every cell on a face z = 255 has pairs that may
+// be the last.
+TEST(FastNoiseMemory, SamplersOfFourLanesReadNothingBeyondTheBasis) {
+    const CGuardedNoise noise;
+    for (int x = 0; x < 256; ++x) {
+        for (int y = 0; y < 256; ++y) {
+            const SIMD_Neon::Float4 position(static_cast<float>(x) + 0.5f, static_cast<float>(y) + 0.5f,
+                                             255.5f, 0.0f);
+            const SIMD_Neon::Float4 positions[4] = {position, position, position, position};
+            const float sample = noise.SampleLinear(position);
+            EXPECT_LE(std::abs(sample), 1.0f) << x << ", " << y;
+            EXPECT_EQ(SIMD_Neon::ExtractLane<3>(noise.CoherentSampleLinear(positions)), sample)
+                << x << ", " << y;
+            const TPair<TVector<float, 4>, TVector<int, 4>> record = {{0.5f, 0.5f, 0.5f, 0.0f},
+                                                                      {x, y, 255, 0}};
+            const TPair<TVector<float, 4>, TVector<int, 4>> records[5] = {record, record, record, record,
+                                                                          record};
+            TVector<float, 4> gradients[5];
+            noise.Sample1stOrderDerivativesCubic({records, 5}, {gradients, 5});
+            EXPECT_EQ(gradients[0].x, gradients[4].x) << x << ", " << y;
+            EXPECT_NEAR(SIMD_Neon::ExtractLane<0>(noise.Sample1stOrderDerivativesCubic(position)),
+                        gradients[0].x, 1e-5f)
+                << x << ", " << y;
+        }
+    }
+}
+
+// Forms for four cells read their records and write their gradients, and nothing beside them.
+TEST(FastNoiseMemory, DerivativesTouchNothingBesideTheirViews) {
+    const COpenNoise noise = IndexedNoise();
+    const CGuardedPage records;
+    const CGuardedPage gradients;
+    using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;
+    for (uint32_t count = 1; count <= 9; ++count) {
+        noise.Sample1stOrderDerivativesQuintic(
+            {reinterpret_cast<const CRecord*>(records.End()) - count, count},
+            {reinterpret_cast<TVector<float, 4>*>(gradients.End()) - count, count});
+        noise.Sample1stOrderDerivativesQuintic(
+            {reinterpret_cast<const CRecord*>(records.Begin()), count},
+            {reinterpret_cast<TVector<float, 4>*>(gradients.Begin()), count});
     }
 }
 

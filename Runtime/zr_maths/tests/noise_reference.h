@@ -1,14 +1,15 @@
 #pragma once
 
-// The noise in plain scalar code, written straight from its definition and sharing nothing with the module
-// but the permutation table: what every sampler is compared with. P and B are the tables' names in the
-// definition.
+// The noise and its gradient in plain scalar code, written straight from its definition and sharing nothing
+// with the module but the permutation table: what every sampler is compared with. P and B are the tables'
+// names in the definition.
 
 #include "maths_noise_fast_permutations.h"
 
 #include <zr_support/vector.h>
 
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 
 namespace Vestrel::Reference {
@@ -155,6 +156,97 @@ inline float Sample(const float* B, EQuality quality, const TVector<float, 4>& p
         return Lerp(below, above, fz);
     };
     return Lerp(blend(0), blend(1), fw);
+}
+
+/// The eight corners of a 3D cell: c[x][y][z].
+struct CCorners {
+    float c[2][2][2];
+};
+
+inline CCorners CornersOf(const float* B, uint32_t i, uint32_t j, uint32_t k) {
+    const auto& P = Internal::kFastNoisePermutations;
+    CCorners corners;
+    for (uint32_t x = 0; x < 2; ++x) {
+        for (uint32_t y = 0; y < 2; ++y) {
+            for (uint32_t z = 0; z < 2; ++z) {
+                corners.c[x][y][z] = B[P[P[i + x] + j + y] + k + z];
+            }
+        }
+    }
+    return corners;
+}
+
+/// The sample of `positions[index]` in the cell of `positions[0]`.
+inline float SampleCoherent(const float* B, EQuality quality, const TVector<float, 3> (&positions)[4],
+                            size_t index) {
+    const TVector<float, 3>& first = positions[0];
+    const TVector<float, 3>& position = positions[index];
+    const CCell x = Split(first.x);
+    const CCell y = Split(first.y);
+    const CCell z = Split(first.z);
+    const auto fraction = [&](float coordinate, float firstCoordinate, float firstFraction) {
+        const float difference = coordinate - firstCoordinate;
+        return index == 0 ? firstFraction : difference + firstFraction;
+    };
+    const float fx = Fade(quality, fraction(position.x, first.x, x.m_Fraction));
+    const float fy = Fade(quality, fraction(position.y, first.y, y.m_Fraction));
+    const float fz = Fade(quality, fraction(position.z, first.z, z.m_Fraction));
+    const CCorners cell = CornersOf(B, x.m_Coordinate, y.m_Coordinate, z.m_Coordinate);
+    const auto side = [&](int above) {
+        return Lerp(Lerp(cell.c[0][0][above], cell.c[1][0][above], fx),
+                    Lerp(cell.c[0][1][above], cell.c[1][1][above], fx), fy);
+    };
+    return Lerp(side(0), side(1), fz);
+}
+
+/// The derivative of Fade.
+inline float Slope(EQuality quality, float t) {
+    switch (quality) {
+    case EQuality::kCubic: {
+        const float q = t * 6.0f;
+        const float product = t * q;
+        return q - product;
+    }
+    case EQuality::kQuintic: {
+        const float square = t * t;
+        const float h = square * 30.0f;
+        const float twice = t + t;
+        const float bracket = square - twice;
+        const float product = h * bracket;
+        return h + product;
+    }
+    case EQuality::kLinear:
+        break;
+    }
+    return 1.0f;
+}
+
+/// The gradient at a position that has been split, with the sums of the batch form or those of the single
+/// form.
+inline TVector<float, 3> Gradient(const float* B, EQuality quality, bool isBatch,
+                                  const TVector<float, 3>& fractions, uint32_t i, uint32_t j, uint32_t k) {
+    const auto& c = CornersOf(B, i, j, k).c;
+    const float dx = c[1][0][0] - c[0][0][0];
+    const float dy = c[0][1][0] - c[0][0][0];
+    const float dz = c[0][0][1] - c[0][0][0];
+    const float exy = (c[1][1][0] - c[0][1][0]) - (c[1][0][0] - c[0][0][0]);
+    const float eyz = (c[0][1][1] - c[0][0][1]) - (c[0][1][0] - c[0][0][0]);
+    const float exz = (c[1][0][1] - c[1][0][0]) - (c[0][0][1] - c[0][0][0]);
+    const float s =
+        isBatch ? (c[0][0][0] - c[1][1][1]) +
+                      ((c[1][0][1] - c[1][0][0]) + ((c[0][1][1] - c[0][0][1]) + (c[1][1][0] - c[0][1][0])))
+                : ((c[0][0][0] - c[1][1][1]) + (c[1][1][0] - c[0][1][0])) +
+                      ((c[0][1][1] - c[0][0][1]) + (c[1][0][1] - c[1][0][0]));
+    const auto lane = [&](float d, float f1, float e1, float f2, float e2) {
+        return isBatch ? (d + f1 * e1) + (f2 * e2 - f1 * (f2 * s))
+                       : ((d + f1 * e1) + f2 * e2) - (f2 * f1) * s;
+    };
+    const float u = Fade(quality, fractions.x);
+    const float v = Fade(quality, fractions.y);
+    const float w = Fade(quality, fractions.z);
+    return {Slope(quality, fractions.x) * lane(dx, v, exy, w, exz),
+            Slope(quality, fractions.y) * lane(dy, w, eyz, u, exy),
+            Slope(quality, fractions.z) * lane(dz, u, exz, v, eyz)};
 }
 
 } // namespace Vestrel::Reference

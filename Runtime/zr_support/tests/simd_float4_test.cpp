@@ -96,6 +96,23 @@ TEST(SimdFloat4, LoadsKeepEveryBitPattern) {
     }
 }
 
+TEST(SimdFloat4, StoresWriteTheirSixteenBytesAndNoOthers) {
+    const Float4 value = AtRunTime(1.0f, -0.0f, kDenormal, 4.0f);
+    for (size_t offset = 0; offset <= 16; ++offset) {
+        alignas(16) unsigned char target[32];
+        std::memset(target, 0xA5, sizeof(target));
+        StoreUnaligned(target + offset, value);
+        CBits bits;
+        std::memcpy(bits.data(), target + offset, sizeof(bits));
+        EXPECT_EQ(bits, BitsOf(value)) << "offset " << offset;
+        for (size_t k = 0; k < sizeof(target); ++k) {
+            if (k < offset || k >= offset + 16) {
+                EXPECT_EQ(target[k], 0xA5) << "byte " << k << ", offset " << offset;
+            }
+        }
+    }
+}
+
 TEST(SimdFloat4, InterleavedLoadGivesOneValuePerComponent) {
     alignas(16) const float records[12] = {0.0f,  1.0f,  2.0f,  10.0f, 11.0f, 12.0f,
                                            20.0f, 21.0f, 22.0f, 30.0f, 31.0f, 32.0f};
@@ -237,10 +254,22 @@ TEST(SimdFloat4, LanesMoveUnchanged) {
     EXPECT_EQ(BitsOf(BroadcastLane<1>(a)), BitsOf(2.0f, 2.0f, 2.0f, 2.0f));
     EXPECT_EQ(BitsOf(BroadcastLane<2>(a)), BitsOf(3.0f, 3.0f, 3.0f, 3.0f));
     EXPECT_EQ(BitsOf(BroadcastLane<3>(a)), BitsOf(4.0f, 4.0f, 4.0f, 4.0f));
+    EXPECT_EQ(BitsOf(ShuffleLanes<1, 2, 0, 3>(a)), BitsOf(2.0f, 3.0f, 1.0f, 4.0f));
+    EXPECT_EQ(BitsOf(ShuffleLanes<3, 3, 0, 2>(a)), BitsOf(4.0f, 4.0f, 1.0f, 3.0f));
     EXPECT_EQ(BitsOf(InterleaveLow(a, b)), BitsOf(1.0f, 5.0f, 2.0f, 6.0f));
     EXPECT_EQ(BitsOf(InterleaveHigh(a, b)), BitsOf(3.0f, 7.0f, 4.0f, 8.0f));
     EXPECT_EQ(BitsOf(DeinterleaveEven(a, b)), BitsOf(1.0f, 3.0f, 5.0f, 7.0f));
     EXPECT_EQ(BitsOf(DeinterleaveOdd(a, b)), BitsOf(2.0f, 4.0f, 6.0f, 8.0f));
+}
+
+TEST(SimdFloat4, TransposeMakesRowsOfColumns) {
+    const Float4x4 transposed =
+        Transpose(Float4(1.0f, 2.0f, 3.0f, 4.0f), Float4(5.0f, 6.0f, 7.0f, 8.0f),
+                  Float4(9.0f, 10.0f, 11.0f, 12.0f), Float4(13.0f, 14.0f, 15.0f, 16.0f));
+    EXPECT_EQ(BitsOf(transposed.m_Rows[0]), BitsOf(1.0f, 5.0f, 9.0f, 13.0f));
+    EXPECT_EQ(BitsOf(transposed.m_Rows[1]), BitsOf(2.0f, 6.0f, 10.0f, 14.0f));
+    EXPECT_EQ(BitsOf(transposed.m_Rows[2]), BitsOf(3.0f, 7.0f, 11.0f, 15.0f));
+    EXPECT_EQ(BitsOf(transposed.m_Rows[3]), BitsOf(4.0f, 8.0f, 12.0f, 16.0f));
 }
 
 TEST(SimdFloat4, SingleLanesComeAndGo) {

@@ -114,6 +114,45 @@ public:
     float SampleCubic(SIMD_Neon::Float4 position) const noexcept;
     float SampleQuintic(SIMD_Neon::Float4 position) const noexcept;
 
+    /// The samples of the 3D field at four positions close together, that of `positions[n]` in lane n, for
+    /// little more than the price of one. `positions` points at four values, each with x, y and z in lanes 0
+    /// to 2; lane 3 is ignored.
+    ///
+    /// The caller guarantees that all four lie in the lattice cell of the first. One that does not is not
+    /// moved to its own cell: its sample continues the blend of the first one's cell beyond its faces, and
+    /// may leave [-1, 1]. Fractions are measured from the first position, so that a sample differs from that
+    /// of SampleLinear and its kind where this rounds differently; four times the same position give the same
+    /// bits.
+    SIMD_Neon::Float4 CoherentSampleLinear(const SIMD_Neon::Float4* positions) const noexcept;
+    SIMD_Neon::Float4 CoherentSampleCubic(const SIMD_Neon::Float4* positions) const noexcept;
+    SIMD_Neon::Float4 CoherentSampleQuintic(const SIMD_Neon::Float4* positions) const noexcept;
+
+    /// The gradient of the 3D field at `position`, with x, y and z in lanes 0 to 2; lane 3 is ignored. The
+    /// derivatives along x, y and z, in units of the field per cell, stand in lanes 0 to 2; lane 3 is 0. In
+    /// linear quality the gradient jumps at the cell faces, where it is that of the cell above the face.
+    SIMD_Neon::Float4 Sample1stOrderDerivativesLinear(SIMD_Neon::Float4 position) const noexcept;
+    SIMD_Neon::Float4 Sample1stOrderDerivativesCubic(SIMD_Neon::Float4 position) const noexcept;
+    SIMD_Neon::Float4 Sample1stOrderDerivativesQuintic(SIMD_Neon::Float4 position) const noexcept;
+
+    /// The gradients of the 3D field at `cells.m_Count` positions that the caller has split: `first` holds
+    /// the fractions of x, y and z, each a coordinate minus its floor, and `second` the cell, each
+    /// coordinate's floor reduced to 0 to 255; the fourth components are ignored. Gradient k is written to
+    /// `output.m_Data[k]`, as (d/dx, d/dy, d/dz, 0); the count of the output is never read. It agrees with
+    /// that of a single position up to rounding, not bit for bit: the terms are added in another order.
+    ///
+    /// The caller guarantees coordinates of cells in 0 to 255, which index the tables unchecked, room for as
+    /// many gradients as there are cells, and that no gradient lies at a higher address than the record that
+    /// it is made of, where the two overlap. No cells write nothing, whatever the output.
+    void
+    Sample1stOrderDerivativesLinear(const TMemoryView<const TPair<TVector<float, 4>, TVector<int, 4>>>& cells,
+                                    const TMemoryView<TVector<float, 4>>& output) const noexcept;
+    void
+    Sample1stOrderDerivativesCubic(const TMemoryView<const TPair<TVector<float, 4>, TVector<int, 4>>>& cells,
+                                   const TMemoryView<TVector<float, 4>>& output) const noexcept;
+    void Sample1stOrderDerivativesQuintic(
+        const TMemoryView<const TPair<TVector<float, 4>, TVector<int, 4>>>& cells,
+        const TMemoryView<TVector<float, 4>>& output) const noexcept;
+
 protected:
     /// What ResetSampler does to the basis, without the virtual call.
     void _ResetSampler(CAbstractRandomGenerator* generator);

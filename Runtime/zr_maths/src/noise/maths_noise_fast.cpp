@@ -3,6 +3,7 @@
 #include <zr_maths/maths_noise_fast.h>
 
 #include "maths_noise_fast_batch.h"
+#include "maths_noise_fast_gradient.h"
 
 #include <zr_support/mem_alloc.h>
 
@@ -15,8 +16,11 @@ namespace Vestrel {
 namespace {
 
 using Internal::ENoiseQuality;
+using Internal::GradientAt;
+using Internal::GradientBatch;
 using Internal::kPeriod;
 using Internal::SampleBatch;
+using Internal::SampleCoherent;
 using Internal::SampleOne;
 using Internal::TEdgeEnds;
 
@@ -143,6 +147,48 @@ float CFastNoise3::SampleCubic(SIMD_Neon::Float4 position) const noexcept {
 
 float CFastNoise3::SampleQuintic(SIMD_Neon::Float4 position) const noexcept {
     return SampleOne<3, ENoiseQuality::kQuintic>(TEdgeEnds<3>{m_Basis}, position);
+}
+
+SIMD_Neon::Float4 CFastNoise3::CoherentSampleLinear(const SIMD_Neon::Float4* positions) const noexcept {
+    return SampleCoherent<ENoiseQuality::kLinear>(TEdgeEnds<3>{m_Basis}, positions);
+}
+
+SIMD_Neon::Float4 CFastNoise3::CoherentSampleCubic(const SIMD_Neon::Float4* positions) const noexcept {
+    return SampleCoherent<ENoiseQuality::kCubic>(TEdgeEnds<3>{m_Basis}, positions);
+}
+
+SIMD_Neon::Float4 CFastNoise3::CoherentSampleQuintic(const SIMD_Neon::Float4* positions) const noexcept {
+    return SampleCoherent<ENoiseQuality::kQuintic>(TEdgeEnds<3>{m_Basis}, positions);
+}
+
+SIMD_Neon::Float4 CFastNoise3::Sample1stOrderDerivativesLinear(SIMD_Neon::Float4 position) const noexcept {
+    return GradientAt<ENoiseQuality::kLinear>(m_Basis, position);
+}
+
+SIMD_Neon::Float4 CFastNoise3::Sample1stOrderDerivativesCubic(SIMD_Neon::Float4 position) const noexcept {
+    return GradientAt<ENoiseQuality::kCubic>(m_Basis, position);
+}
+
+SIMD_Neon::Float4 CFastNoise3::Sample1stOrderDerivativesQuintic(SIMD_Neon::Float4 position) const noexcept {
+    return GradientAt<ENoiseQuality::kQuintic>(m_Basis, position);
+}
+
+void CFastNoise3::Sample1stOrderDerivativesLinear(
+    const TMemoryView<const TPair<TVector<float, 4>, TVector<int, 4>>>& cells,
+    const TMemoryView<TVector<float, 4>>& output) const noexcept {
+    GradientBatch<ENoiseQuality::kLinear>(m_Basis, cells, output);
+}
+
+void CFastNoise3::Sample1stOrderDerivativesCubic(
+    const TMemoryView<const TPair<TVector<float, 4>, TVector<int, 4>>>& cells,
+    const TMemoryView<TVector<float, 4>>& output) const noexcept {
+    GradientBatch<ENoiseQuality::kCubic>(m_Basis, cells, output);
+}
+
+void CFastNoise3::Sample1stOrderDerivativesQuintic(
+    const TMemoryView<const TPair<TVector<float, 4>, TVector<int, 4>>>& cells,
+    const TMemoryView<TVector<float, 4>>& output) const noexcept {
+    GradientBatch<ENoiseQuality::kQuintic>(m_Basis, cells, output);
 }
 
 } // namespace Vestrel

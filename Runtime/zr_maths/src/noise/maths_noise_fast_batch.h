@@ -71,18 +71,12 @@ template <int kDimension>
 template <int kDimension>
 [[gnu::always_inline]] inline std::array<Float4, kDimension>
 _GatherFourPositions(const unsigned char* position, size_t stride) {
-    const Float4 p0 = _LoadOnePosition<kDimension>(position);
-    const Float4 p1 = _LoadOnePosition<kDimension>(position + stride);
-    const Float4 p2 = _LoadOnePosition<kDimension>(position + 2 * stride);
-    const Float4 p3 = _LoadOnePosition<kDimension>(position + 3 * stride);
-    const Float4 xy02 = SIMD_Neon::InterleaveLow(p0, p2);  // x0 x2 y0 y2
-    const Float4 xy13 = SIMD_Neon::InterleaveLow(p1, p3);  // x1 x3 y1 y3
-    const Float4 zw02 = SIMD_Neon::InterleaveHigh(p0, p2); // z0 z2 w0 w2
-    const Float4 zw13 = SIMD_Neon::InterleaveHigh(p1, p3); // z1 z3 w1 w3
-    const Float4 axes[4] = {SIMD_Neon::InterleaveLow(xy02, xy13), SIMD_Neon::InterleaveHigh(xy02, xy13),
-                            SIMD_Neon::InterleaveLow(zw02, zw13), SIMD_Neon::InterleaveHigh(zw02, zw13)};
+    const SIMD_Neon::Float4x4 axes = SIMD_Neon::Transpose(
+        _LoadOnePosition<kDimension>(position), _LoadOnePosition<kDimension>(position + stride),
+        _LoadOnePosition<kDimension>(position + 2 * stride),
+        _LoadOnePosition<kDimension>(position + 3 * stride));
     std::array<Float4, kDimension> positions;
-    std::copy_n(axes, kDimension, positions.begin());
+    std::copy_n(axes.m_Rows, kDimension, positions.begin());
     return positions;
 }
 

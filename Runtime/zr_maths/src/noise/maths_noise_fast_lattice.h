@@ -42,6 +42,13 @@ struct CSplitCoordinates {
     return {(truncated + isAbove) & Int4(kPeriod - 1), (coordinates - rounded) + (one & isAbove)};
 }
 
+/// Stores lattice coordinates for reading them one by one. Left to themselves, compilers forget the store and
+/// take each lane out of the register, with instructions that need the ports of the arithmetic.
+[[gnu::always_inline]] inline void SpillCells(uint32_t (&lanes)[4], Int4 cells) {
+    SIMD_Neon::StoreAligned(lanes, cells);
+    asm("" : "+m"(lanes));
+}
+
 /// The weight of the upper side at the fraction `t`. The order of operations is part of the noise's
 /// definition.
 template <ENoiseQuality kQuality, typename TValue>

@@ -1,17 +1,11 @@
 #pragma once
 
-// The noise at one position and at four side by side, put together from the rules of the lattice.
+// The noise at one position, at four side by side, and at four that share a cell, put together from the rules
+// of the lattice.
 
 #include "maths_noise_fast_lattice.h"
 
 namespace Vestrel::Internal {
-
-/// Stores lattice coordinates for reading them one by one. Left to themselves, compilers forget the store and
-/// take each lane out of the register, with instructions that need the ports of the arithmetic.
-[[gnu::always_inline]] inline void _SpillCells(uint32_t (&lanes)[4], Int4 cells) {
-    SIMD_Neon::StoreAligned(lanes, cells);
-    asm("" : "+m"(lanes));
-}
 
 template <int kDimension, typename TEnds, size_t... kEdges>
 [[gnu::always_inline]] inline std::array<Float4, sizeof...(kEdges)>
@@ -37,7 +31,7 @@ template <int kDimension, ENoiseQuality kQuality, typename TEnds>
     const Float4 weights = Fade<kQuality>(split.m_Fraction);
 
     alignas(16) uint32_t cell[4];
-    _SpillCells(cell, split.m_Cell);
+    SpillCells(cell, split.m_Cell);
     const Float4 axisWeights[3] = {SIMD_Neon::BroadcastLane<0>(weights), SIMD_Neon::BroadcastLane<1>(weights),
                                    SIMD_Neon::BroadcastLane<2>(weights)};
     const Float4 edge = BlendEdges(_LoadEdges<kDimension>(ends, HashEdges<kDimension>(cell),
@@ -61,7 +55,7 @@ template <int kDimension, ENoiseQuality kQuality, typename TEnds>
 #pragma GCC unroll 4
     for (size_t axis = 0; axis < kDimension; ++axis) {
         const CSplitCoordinates split = SplitCoordinates(coordinates[axis]);
-        _SpillCells(cells[axis], split.m_Cell);
+        SpillCells(cells[axis], split.m_Cell);
         weights[axis] = Fade<kQuality>(split.m_Fraction);
         weights01[axis] = SIMD_Neon::InterleaveLow(weights[axis], weights[axis]);
         weights23[axis] = SIMD_Neon::InterleaveHigh(weights[axis], weights[axis]);
@@ -83,6 +77,31 @@ template <int kDimension, ENoiseQuality kQuality, typename TEnds>
                                      weights23.data());
     return Lerp(SIMD_Neon::DeinterleaveEven(edge01, edge23), SIMD_Neon::DeinterleaveOdd(edge01, edge23),
                 weights[kDimension - 1]);
+}
+
+/// The 3D noise at four positions in the cell of the first, each with its axes in lanes 0 to 2: lane n of the
+/// result belongs to position n. Positions outside that cell continue its blend.
+template <ENoiseQuality kQuality>
+[[gnu::always_inline]] inline Float4 SampleCoherent(CAdjacentEnds ends, const Float4* positions) {
+    const CSplitCoordinates split = SplitCoordinates(positions[0]);
+    const Float4 fraction0 = split.m_Fraction;
+    const auto fractionOf = [&](Float4 position) { return (position - positions[0]) + fraction0; };
+    const SIMD_Neon::Float4x4 fractions = SIMD_Neon::Transpose(
+        fraction0, fractionOf(positions[1]), fractionOf(positions[2]), fractionOf(positions[3]));
+    const Float4 weights[3] = {Fade<kQuality>(fractions.m_Rows[0]), Fade<kQuality>(fractions.m_Rows[1]),
+                               Fade<kQuality>(fractions.m_Rows[2])};
+
+    alignas(16) uint32_t cell[4];
+    SpillCells(cell, split.m_Cell);
+    const auto hashes = HashEdges<3>(cell);
+    const Float4 lower = ends.LoadTwoEdges(hashes[0], hashes[1]); // corners 000 001 010 011
+    const Float4 upper = ends.LoadTwoEdges(hashes[2], hashes[3]); // corners 100 101 110 111
+    const std::array<Float4, 8> corners = {
+        SIMD_Neon::BroadcastLane<0>(lower), SIMD_Neon::BroadcastLane<1>(lower),
+        SIMD_Neon::BroadcastLane<2>(lower), SIMD_Neon::BroadcastLane<3>(lower),
+        SIMD_Neon::BroadcastLane<0>(upper), SIMD_Neon::BroadcastLane<1>(upper),
+        SIMD_Neon::BroadcastLane<2>(upper), SIMD_Neon::BroadcastLane<3>(upper)};
+    return BlendEdges(corners, weights);
 }
 
 } // namespace Vestrel::Internal

@@ -107,6 +107,11 @@ struct Float4x3 {
 }
 
 /// Writes 16 bytes.
+[[gnu::always_inline]] inline void StoreUnaligned(void* target, Float4 value) {
+    Backend::StoreUnaligned(target, value.m_Register);
+}
+
+/// Writes 16 bytes.
 [[gnu::always_inline]] inline void StoreAligned(void* target, Int4 value) {
     Backend::StoreAligned(target, value.m_Register);
 }
@@ -185,11 +190,17 @@ struct Float4x3 {
 
 // Movement of lanes.
 
+/// The lanes in another order: lane `k0` first, then lane `k1`, and so on.
+template <int k0, int k1, int k2, int k3>
+[[gnu::always_inline]] inline Float4 ShuffleLanes(Float4 value) {
+    static_assert(0 <= k0 && k0 < 4 && 0 <= k1 && k1 < 4 && 0 <= k2 && k2 < 4 && 0 <= k3 && k3 < 4);
+    return Float4(Backend::ShuffleLanes<k0, k1, k2, k3>(value.m_Register));
+}
+
 /// Lane `kLane` in all four lanes.
 template <int kLane>
 [[gnu::always_inline]] inline Float4 BroadcastLane(Float4 value) {
-    static_assert(0 <= kLane && kLane < 4);
-    return Float4(Backend::BroadcastLane<kLane>(value.m_Register));
+    return ShuffleLanes<kLane, kLane, kLane, kLane>(value);
 }
 
 template <int kLane>
@@ -219,6 +230,21 @@ template <int kLane>
 /// (a2, b2, a3, b3)
 [[gnu::always_inline]] inline Float4 InterleaveHigh(Float4 a, Float4 b) {
     return Float4(Backend::InterleaveHigh(a.m_Register, b.m_Register));
+}
+
+/// Four values of four lanes.
+struct Float4x4 {
+    Float4 m_Rows[4];
+};
+
+/// Rows become columns: lane n of row k is lane k of value n.
+[[gnu::always_inline]] inline Float4x4 Transpose(Float4 a, Float4 b, Float4 c, Float4 d) {
+    const Float4 ac01 = InterleaveLow(a, c);  // a0 c0 a1 c1
+    const Float4 bd01 = InterleaveLow(b, d);  // b0 d0 b1 d1
+    const Float4 ac23 = InterleaveHigh(a, c); // a2 c2 a3 c3
+    const Float4 bd23 = InterleaveHigh(b, d); // b2 d2 b3 d3
+    return {{InterleaveLow(ac01, bd01), InterleaveHigh(ac01, bd01), InterleaveLow(ac23, bd23),
+             InterleaveHigh(ac23, bd23)}};
 }
 
 /// (a0, a2, b0, b2)

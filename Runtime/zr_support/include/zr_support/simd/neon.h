@@ -52,6 +52,10 @@ struct FloatRegisterX3 {
     vst1q_f32(static_cast<float*>(target), value);
 }
 
+[[gnu::always_inline]] inline void StoreUnaligned(void* target, FloatRegister value) {
+    vst1q_u8(static_cast<uint8_t*>(target), vreinterpretq_u8_f32(value));
+}
+
 [[gnu::always_inline]] inline void StoreAligned(void* target, IntRegister value) {
     vst1q_s32(static_cast<int32_t*>(target), value);
 }
@@ -105,9 +109,10 @@ struct FloatRegisterX3 {
     return vreinterpretq_s32_f32(value);
 }
 
-template <int kLane>
-[[gnu::always_inline]] inline FloatRegister BroadcastLane(FloatRegister value) {
-    return vdupq_laneq_f32(value, kLane);
+// The compilers find the instructions for an order; a set of intrinsics for all of them there is not.
+template <int k0, int k1, int k2, int k3>
+[[gnu::always_inline]] inline FloatRegister ShuffleLanes(FloatRegister value) {
+    return __builtin_shufflevector(value, value, k0, k1, k2, k3);
 }
 
 template <int kLane>

@@ -59,8 +59,12 @@ struct FloatRegisterX3 {
     return {{{f[0], f[3], f[6], f[9]}}, {{f[1], f[4], f[7], f[10]}}, {{f[2], f[5], f[8], f[11]}}};
 }
 
-[[gnu::always_inline]] inline void StoreAligned(void* target, FloatRegister value) {
+[[gnu::always_inline]] inline void StoreUnaligned(void* target, FloatRegister value) {
     std::memcpy(target, &value, sizeof(value));
+}
+
+[[gnu::always_inline]] inline void StoreAligned(void* target, FloatRegister value) {
+    StoreUnaligned(target, value);
 }
 
 [[gnu::always_inline]] inline void StoreAligned(void* target, IntRegister value) {
@@ -143,10 +147,9 @@ struct FloatRegisterX3 {
     return result;
 }
 
-template <int kLane>
-[[gnu::always_inline]] inline FloatRegister BroadcastLane(FloatRegister value) {
-    const float lane = value.m_Lanes[kLane];
-    return {{lane, lane, lane, lane}};
+template <int k0, int k1, int k2, int k3>
+[[gnu::always_inline]] inline FloatRegister ShuffleLanes(FloatRegister value) {
+    return {{value.m_Lanes[k0], value.m_Lanes[k1], value.m_Lanes[k2], value.m_Lanes[k3]}};
 }
 
 template <int kLane>

@@ -60,6 +60,10 @@ struct FloatRegisterX3 {
     _mm_store_ps(static_cast<float*>(target), value);
 }
 
+[[gnu::always_inline]] inline void StoreUnaligned(void* target, FloatRegister value) {
+    _mm_storeu_ps(static_cast<float*>(target), value);
+}
+
 [[gnu::always_inline]] inline void StoreAligned(void* target, IntRegister value) {
     _mm_store_si128(static_cast<__m128i*>(target), value);
 }
@@ -117,9 +121,9 @@ struct FloatRegisterX3 {
     return _mm_castps_si128(value);
 }
 
-template <int kLane>
-[[gnu::always_inline]] inline FloatRegister BroadcastLane(FloatRegister value) {
-    return _mm_shuffle_ps(value, value, _MM_SHUFFLE(kLane, kLane, kLane, kLane));
+template <int k0, int k1, int k2, int k3>
+[[gnu::always_inline]] inline FloatRegister ShuffleLanes(FloatRegister value) {
+    return _mm_shuffle_ps(value, value, _MM_SHUFFLE(k3, k2, k1, k0));
 }
 
 template <int kLane>

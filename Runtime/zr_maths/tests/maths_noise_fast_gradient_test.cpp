@@ -1,0 +1,337 @@
+// The first-order derivatives, of one position and of a batch.
+
+#include "batch_samplers.h"
+#include "noise_test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <ostream>
+#include <random>
+#include <vector>
+
+namespace {
+
+using namespace Vestrel;
+using SIMD_Neon::Float4;
+
+using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;
+using CGradient = TVector<float, 4>;
+
+struct CGradientSampler {
+    const char* m_Name;
+    Reference::EQuality m_Quality;
+    Float4 (CFastNoise3::*m_SampleOne)(Float4) const noexcept;
+    void (CFastNoise3::*m_SampleBatch)(const TMemoryView<const CRecord>&,
+                                       const TMemoryView<CGradient>&) const noexcept;
+
+    friend std::ostream& operator<<(std::ostream& stream, const CGradientSampler& sampler) {
+        return stream << sampler.m_Name;
+    }
+};
+
+constexpr CGradientSampler kGradientSamplers[] = {
+    {"Sample1stOrderDerivativesLinear", Reference::EQuality::kLinear,
+     &CFastNoise3::Sample1stOrderDerivativesLinear, &CFastNoise3::Sample1stOrderDerivativesLinear},
+    {"Sample1stOrderDerivativesCubic", Reference::EQuality::kCubic,
+     &CFastNoise3::Sample1stOrderDerivativesCubic, &CFastNoise3::Sample1stOrderDerivativesCubic},
+    {"Sample1stOrderDerivativesQuintic", Reference::EQuality::kQuintic,
+     &CFastNoise3::Sample1stOrderDerivativesQuintic, &CFastNoise3::Sample1stOrderDerivativesQuintic},
+};
+
+CRecord SplitOf(float x, float y, float z) {
+    const Reference::CCell cellX = Reference::Split(x);
+    const Reference::CCell cellY = Reference::Split(y);
+    const Reference::CCell cellZ = Reference::Split(z);
+    return {{cellX.m_Fraction, cellY.m_Fraction, cellZ.m_Fraction, 0.0f},
+            {static_cast<int>(cellX.m_Coordinate), static_cast<int>(cellY.m_Coordinate),
+             static_cast<int>(cellZ.m_Coordinate), 0}};
+}
+
+std::string TextOf(const CRecord& record) {
+    std::ostringstream text;
+    text << std::hexfloat << "fractions " << record.first.x << ", " << record.first.y << ", "
+         << record.first.z << " in cell " << record.second.x << ", " << record.second.y << ", "
+         << record.second.z;
+    return text.str();
+}
+
+std::array<uint32_t, 3> BitsOf(float x, float y, float z) {
+    return {FoldedBits(x), FoldedBits(y), FoldedBits(z)};
+}
+
+template <typename TVector>
+std::array<uint32_t, 3> BitsOf(const TVector& gradient) {
+    return BitsOf(gradient.x, gradient.y, gradient.z);
+}
+
+/// The weight and the position of a double in its cell.
+double FadeInDouble(Reference::EQuality quality, double t) {
+    switch (quality) {
+    case Reference::EQuality::kCubic:
+        return t * t * (3.0 - 2.0 * t);
+    case Reference::EQuality::kQuintic:
+        return t * t * t * (t * (t * 6.0 - 15.0) + 10.0);
+    case Reference::EQuality::kLinear:
+        break;
+    }
+    return t;
+}
+
+class GradientSamplers : public testing::TestWithParam<CGradientSampler> {
+protected:
+    CGradient SampleOneAt(float x, float y, float z, float lane3 = 0.0f) const {
+        alignas(16) CGradient gradient;
+        SIMD_Neon::StoreAligned(&gradient, (m_Noise.*GetParam().m_SampleOne)(Float4(x, y, z, lane3)));
+        return gradient;
+    }
+
+    void SampleBatch(const CRecord* records, uint32_t count, CGradient* gradients) const {
+        // The count of the output is not read.
+        (m_Noise.*GetParam().m_SampleBatch)({records, count}, {gradients, 0xDEADBEEF});
+    }
+
+    CGradient SampleBatchOfOne(const CRecord& record) const {
+        CGradient gradient;
+        SampleBatch(&record, 1, &gradient);
+        return gradient;
+    }
+
+    TVector<float, 3> Expected(const CRecord& record, bool isBatch) const {
+        return Reference::Gradient(
+            m_Noise.Basis(), GetParam().m_Quality, isBatch, {record.first.x, record.first.y, record.first.z},
+            static_cast<uint32_t>(record.second.x), static_cast<uint32_t>(record.second.y),
+            static_cast<uint32_t>(record.second.z));
+    }
+
+    /// The field itself, free of the rounding of floats.
+    double FieldInDouble(const CRecord& record, double x, double y, double z) const {
+        const auto& c = Reference::CornersOf(m_Noise.Basis(), static_cast<uint32_t>(record.second.x),
+                                             static_cast<uint32_t>(record.second.y),
+                                             static_cast<uint32_t>(record.second.z))
+                            .c;
+        const Reference::EQuality quality = GetParam().m_Quality;
+        const double weights[3] = {FadeInDouble(quality, x), FadeInDouble(quality, y),
+                                   FadeInDouble(quality, z)};
+        double sum = 0.0;
+        for (int corner = 0; corner < 8; ++corner) {
+            const int side[3] = {corner >> 2, corner >> 1 & 1, corner & 1};
+            double weight = 1.0;
+            for (int axis = 0; axis < 3; ++axis) {
+                weight *= side[axis] != 0 ? weights[axis] : 1.0 - weights[axis];
+            }
+            sum += weight * static_cast<double>(c[side[0]][side[1]][side[2]]);
+        }
+        return sum;
+    }
+
+    bool IsLinear() const {
+        return GetParam().m_Quality == Reference::EQuality::kLinear;
+    }
+
+    COpenNoise m_Noise = IndexedNoise();
+};
+
+INSTANTIATE_TEST_SUITE_P(All, GradientSamplers, testing::ValuesIn(kGradientSamplers), CNameOfInstance());
+
+std::vector<CRecord> RandomRecords(size_t count, uint32_t seed) {
+    std::mt19937 random(seed);
+    CCoordinates coordinates(seed);
+    std::vector<CRecord> records(count);
+    for (CRecord& record : records) {
+        const auto cell = [&] { return static_cast<int>(random() % 256); };
+        // Most fractions as they should be, some as they should not.
+        const auto fraction = [&] {
+            return random() % 8 == 0 ? coordinates.Next() : static_cast<float>(random() >> 8) * 0x1p-24f;
+        };
+        record = {{fraction(), fraction(), fraction(), coordinates.Next()},
+                  {cell(), cell(), cell(), static_cast<int>(random())}};
+    }
+    return records;
+}
+
+TEST_P(GradientSamplers, SingleFormGivesTheBitsOfTheReferenceForEveryKindOfCoordinate) {
+    CCoordinates coordinates(1000);
+    for (int trial = 0; trial < 200000; ++trial) {
+        const float x = coordinates.Next();
+        const float y = coordinates.Next();
+        const float z = coordinates.Next();
+        ASSERT_EQ(BitsOf(SampleOneAt(x, y, z)), BitsOf(Expected(SplitOf(x, y, z), false)))
+            << std::hexfloat << x << ", " << y << ", " << z;
+    }
+}
+
+TEST_P(GradientSamplers, BatchFormGivesTheBitsOfTheReferenceAtEveryCount) {
+    const std::vector<CRecord> records = RandomRecords(1000, 1001);
+    for (const uint32_t count : {0u, 1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 1000u}) {
+        std::vector<CGradient> gradients(1002, {-7.0f, -7.0f, -7.0f, -7.0f});
+        SampleBatch(records.data(), count, gradients.data() + 1);
+        for (uint32_t k = 0; k < count; ++k) {
+            ASSERT_EQ(BitsOf(gradients[k + 1]), BitsOf(Expected(records[k], true)))
+                << "record " << k << " of " << count << ": " << TextOf(records[k]);
+            ASSERT_EQ(FoldedBits(gradients[k + 1].w), 0u);
+        }
+        EXPECT_EQ(gradients[0].x, -7.0f) << "wrote below the output";
+        EXPECT_EQ(gradients[count + 1].x, -7.0f) << "wrote beyond the output";
+    }
+}
+
+TEST_P(GradientSamplers, BatchFormTakesAnyAlignmentOfFloats) {
+    const std::vector<CRecord> records = RandomRecords(9, 1002);
+    for (size_t offset = 0; offset < 16; offset += 4) {
+        alignas(16) unsigned char source[9 * sizeof(CRecord) + 16];
+        alignas(16) unsigned char target[9 * sizeof(CGradient) + 16];
+        std::memcpy(source + offset, records.data(), 9 * sizeof(CRecord));
+        SampleBatch(reinterpret_cast<const CRecord*>(source + offset), 9,
+                    reinterpret_cast<CGradient*>(target + offset));
+        for (size_t k = 0; k < 9; ++k) {
+            CGradient gradient;
+            std::memcpy(&gradient, target + offset + k * sizeof(gradient), sizeof(gradient));
+            EXPECT_EQ(BitsOf(gradient), BitsOf(Expected(records[k], true)))
+                << "offset " << offset << ", " << k;
+        }
+    }
+}
+
+TEST_P(GradientSamplers, BatchFormMayWriteOverItsRecordsFromTheirStartOn) {
+    const std::vector<CRecord> records = RandomRecords(23, 1003);
+    alignas(16) unsigned char memory[23 * sizeof(CRecord)];
+    std::memcpy(memory, records.data(), sizeof(memory));
+    SampleBatch(reinterpret_cast<const CRecord*>(memory), 23, reinterpret_cast<CGradient*>(memory));
+    for (size_t k = 0; k < 23; ++k) {
+        CGradient gradient;
+        std::memcpy(&gradient, memory + k * sizeof(gradient), sizeof(gradient));
+        EXPECT_EQ(BitsOf(gradient), BitsOf(Expected(records[k], true))) << k;
+    }
+}
+
+TEST_P(GradientSamplers, NoCellsWriteNothingWhateverTheOutput) {
+    SampleBatch(nullptr, 0, nullptr);
+    SampleBatch(nullptr, 0, reinterpret_cast<CGradient*>(uintptr_t{4}));
+}
+
+TEST_P(GradientSamplers, FormsAgreeUpToRounding) {
+    std::mt19937 random(1004);
+    const auto coordinate = [&] { return static_cast<float>(random() >> 8) * 0x1p-24f * 512.0f - 256.0f; };
+    for (int trial = 0; trial < 50000; ++trial) {
+        const float x = coordinate();
+        const float y = coordinate();
+        const float z = coordinate();
+        const CGradient one = SampleOneAt(x, y, z);
+        const CGradient batch = SampleBatchOfOne(SplitOf(x, y, z));
+        ASSERT_NEAR(one.x, batch.x, 1e-5f) << std::hexfloat << x << ", " << y << ", " << z;
+        ASSERT_NEAR(one.y, batch.y, 1e-5f) << std::hexfloat << x << ", " << y << ", " << z;
+        ASSERT_NEAR(one.z, batch.z, 1e-5f) << std::hexfloat << x << ", " << y << ", " << z;
+    }
+}
+
+TEST_P(GradientSamplers, AreTheDifferencesOfTheFieldInDouble) {
+    // Central differences: their own error is the third derivative, at most 2 * 60 here, by h^2 / 6.
+    constexpr double kStep = 1e-4;
+    std::mt19937 random(1005);
+    const auto coordinate = [&] { return static_cast<float>(random() >> 8) * 0x1p-24f * 16.0f - 8.0f; };
+    for (int trial = 0; trial < 20000; ++trial) {
+        const float x = coordinate();
+        const float y = coordinate();
+        const float z = coordinate();
+        const CRecord record = SplitOf(x, y, z);
+        const double fx = static_cast<double>(record.first.x);
+        const double fy = static_cast<double>(record.first.y);
+        const double fz = static_cast<double>(record.first.z);
+        const auto difference = [&](double dx, double dy, double dz) {
+            return (FieldInDouble(record, fx + dx, fy + dy, fz + dz) -
+                    FieldInDouble(record, fx - dx, fy - dy, fz - dz)) /
+                   (2.0 * kStep);
+        };
+        const double expected[3] = {difference(kStep, 0, 0), difference(0, kStep, 0),
+                                    difference(0, 0, kStep)};
+        for (const CGradient& gradient : {SampleOneAt(x, y, z), SampleBatchOfOne(record)}) {
+            ASSERT_NEAR(gradient.x, expected[0], 1e-5) << TextOf(record);
+            ASSERT_NEAR(gradient.y, expected[1], 1e-5) << TextOf(record);
+            ASSERT_NEAR(gradient.z, expected[2], 1e-5) << TextOf(record);
+        }
+    }
+}
+
+TEST_P(GradientSamplers, LatticePointsGiveTheFirstDifferencesOrNothing) {
+    for (const int cell : {0, 3, 254, 255}) {
+        const float* const B = m_Noise.Basis();
+        const auto& c = Reference::CornersOf(B, static_cast<uint32_t>(cell), 8, 254).c;
+        const float position = static_cast<float>(cell);
+        for (const CGradient& gradient :
+             {SampleOneAt(position, 8.0f, -2.0f), SampleBatchOfOne({{0, 0, 0, 0}, {cell, 8, 254, 0}})}) {
+            if (IsLinear()) {
+                EXPECT_EQ(gradient.x, c[1][0][0] - c[0][0][0]);
+                EXPECT_EQ(gradient.y, c[0][1][0] - c[0][0][0]);
+                EXPECT_EQ(gradient.z, c[0][0][1] - c[0][0][0]);
+            } else {
+                EXPECT_EQ(gradient.x, 0.0f);
+                EXPECT_EQ(gradient.y, 0.0f);
+                EXPECT_EQ(gradient.z, 0.0f);
+            }
+        }
+    }
+}
+
+TEST_P(GradientSamplers, AFractionOfExactlyOneGivesNothingButInLinearQuality) {
+    // -1e-10 lies in cell 255, at a fraction that rounds to 1.
+    ASSERT_EQ(Reference::Split(-1e-10f).m_Fraction, 1.0f);
+    const CGradient one = SampleOneAt(-1e-10f, 0.5f, -1e-10f);
+    const CGradient batch = SampleBatchOfOne({{1.0f, 0.5f, 1.0f, 0.0f}, {255, 0, 255, 0}});
+    for (const CGradient& gradient : {one, batch}) {
+        EXPECT_EQ(gradient.x == 0.0f, !IsLinear());
+        EXPECT_NE(gradient.y, 0.0f);
+        EXPECT_EQ(gradient.z == 0.0f, !IsLinear());
+    }
+}
+
+TEST(LinearGradient, AlongXIsConstantInXAndJumpsAtTheFace) {
+    const COpenNoise noise = IndexedNoise();
+    const auto alongX = [&](float x) {
+        return SIMD_Neon::ExtractLane<0>(
+            noise.Sample1stOrderDerivativesLinear(Float4(x, 8.25f, -2.5f, 0.0f)));
+    };
+    for (const float x : {3.125f, 3.5f, 3.75f, 3.999f}) {
+        EXPECT_EQ(FoldedBits(alongX(x)), FoldedBits(alongX(3.0f))) << x;
+    }
+    EXPECT_NE(alongX(4.0f), alongX(3.0f));
+}
+
+TEST_P(GradientSamplers, LaneThreeNeverChangesTheGradientAndIsZero) {
+    CCoordinates coordinates(1006);
+    for (int trial = 0; trial < 20000; ++trial) {
+        const float x = coordinates.Next();
+        const float y = coordinates.Next();
+        const float z = coordinates.Next();
+        const float lane3 = coordinates.Next();
+        const CGradient gradient = SampleOneAt(x, y, z, lane3);
+        ASSERT_EQ(BitsOf(gradient), BitsOf(SampleOneAt(x, y, z))) << lane3;
+        ASSERT_EQ(FoldedBits(gradient.w), 0u) << lane3;
+    }
+    std::vector<CRecord> records = RandomRecords(7, 1007);
+    std::vector<CGradient> before(7);
+    std::vector<CGradient> after(7);
+    SampleBatch(records.data(), 7, before.data());
+    for (CRecord& record : records) {
+        record.first.w = std::numeric_limits<float>::quiet_NaN();
+        record.second.w = -1000000;
+    }
+    SampleBatch(records.data(), 7, after.data());
+    for (size_t k = 0; k < 7; ++k) {
+        EXPECT_EQ(BitsOf(before[k]), BitsOf(after[k])) << k;
+    }
+}
+
+TEST_P(GradientSamplers, RepeatEvery256Cells) {
+    const std::array<uint32_t, 3> expected = BitsOf(SampleOneAt(0.5f, 0.25f, 0.75f));
+    EXPECT_EQ(BitsOf(SampleOneAt(256.5f, 0.25f, 0.75f)), expected);
+    EXPECT_EQ(BitsOf(SampleOneAt(0.5f, -255.75f, 0.75f)), expected);
+    EXPECT_EQ(BitsOf(SampleOneAt(0.5f, 0.25f, 512.75f)), expected);
+}
+
+} // namespace
