@@ -15,7 +15,8 @@ function(vestrel_exact_arithmetic target)
       -fno-reciprocal-math -fno-approx-func -fsigned-zeros -fhonor-nans -fhonor-infinities
       -fdenormal-fp-math=ieee)
   endif()
-  target_compile_options(${target} PRIVATE -ffp-contract=off -fno-lto)
+  # A square root is one instruction, unless it has to set errno.
+  target_compile_options(${target} PRIVATE -ffp-contract=off -fno-math-errno -fno-lto)
   set_target_properties(${target} PROPERTIES INTERPROCEDURAL_OPTIMIZATION OFF)
 endfunction()
 

@@ -247,6 +247,24 @@ TEST(SimdFloat4, BitOperations) {
               BitsOf(1.0f, 2.0f, -0.0f, 0.0f));
 }
 
+TEST(SimdFloat4, ShiftMovesBitsAndFillsWithZeros) {
+    EXPECT_EQ(BitsOf(ShiftLeft<31>(Int4(1, 2, -1, kIntMin))), BitsOf(kIntMin, 0, kIntMin, 0));
+    EXPECT_EQ(BitsOf(ShiftLeft<1>(Int4(1, kIntMax, -1, kIntMin))), BitsOf(2, -2, -2, 0));
+}
+
+TEST(SimdFloat4, AllTrueTakesAllFour) {
+    for (int lanes = 0; lanes < 16; ++lanes) {
+        const Int4 mask(-(lanes & 1), -(lanes >> 1 & 1), -(lanes >> 2 & 1), -(lanes >> 3 & 1));
+        EXPECT_EQ(AllTrue(mask), lanes == 15) << lanes;
+    }
+}
+
+TEST(SimdFloat4, BitsOfFloatsAndIntegersAreTheSame) {
+    EXPECT_EQ(BitsOf(AsInts(AtRunTime(1.0f, -0.0f, kNan, kDenormal))), BitsOf(1.0f, -0.0f, kNan, kDenormal));
+    EXPECT_EQ(BitsOf(AsFloats(Int4(kIntMin, kIntMax, 0, 0x3F800000))),
+              BitsOf(kIntMin, kIntMax, 0, 0x3F800000));
+}
+
 TEST(SimdFloat4, LanesMoveUnchanged) {
     const Float4 a(1.0f, 2.0f, 3.0f, 4.0f);
     const Float4 b(5.0f, 6.0f, 7.0f, 8.0f);

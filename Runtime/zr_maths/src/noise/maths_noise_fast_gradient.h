@@ -159,7 +159,7 @@ template <ENoiseQuality kQuality>
 [[gnu::always_inline]] inline Float4 GradientAt(const float* basis, Float4 position) {
     const CSplitCoordinates split = SplitCoordinates(position);
     alignas(16) uint32_t cell[4];
-    SpillCells(cell, split.m_Cell);
+    SIMD_Neon::SpillAligned(cell, split.m_Cell);
     return GradientAtOne<kQuality, EGradientForm::kSingle>(CAdjacentEnds{basis}, split.m_Fraction, cell);
 }
 

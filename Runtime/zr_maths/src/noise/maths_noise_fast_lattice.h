@@ -42,13 +42,6 @@ struct CSplitCoordinates {
     return {(truncated + isAbove) & Int4(kPeriod - 1), (coordinates - rounded) + (one & isAbove)};
 }
 
-/// Stores lattice coordinates for reading them one by one. Left to themselves, compilers forget the store and
-/// take each lane out of the register, with instructions that need the ports of the arithmetic.
-[[gnu::always_inline]] inline void SpillCells(uint32_t (&lanes)[4], Int4 cells) {
-    SIMD_Neon::StoreAligned(lanes, cells);
-    asm("" : "+m"(lanes));
-}
-
 /// The weight of the upper side at the fraction `t`. The order of operations is part of the noise's
 /// definition.
 template <ENoiseQuality kQuality, typename TValue>
@@ -62,9 +55,15 @@ template <ENoiseQuality kQuality, typename TValue>
     }
 }
 
+/// The part `t` of the way from `a` to another value, for those that have the difference already.
+template <typename TValue>
+[[gnu::always_inline]] inline TValue LerpBy(TValue a, TValue difference, TValue t) {
+    return a + difference * t;
+}
+
 template <typename TValue>
 [[gnu::always_inline]] inline TValue Lerp(TValue a, TValue b, TValue t) {
-    return a + (b - a) * t;
+    return LerpBy(a, b - a, t);
 }
 
 /// The corners of a cell come in edges along the last axis. An edge's number has its offset along each of the

@@ -31,7 +31,7 @@ template <int kDimension, ENoiseQuality kQuality, typename TEnds>
     const Float4 weights = Fade<kQuality>(split.m_Fraction);
 
     alignas(16) uint32_t cell[4];
-    SpillCells(cell, split.m_Cell);
+    SIMD_Neon::SpillAligned(cell, split.m_Cell);
     const Float4 axisWeights[3] = {SIMD_Neon::BroadcastLane<0>(weights), SIMD_Neon::BroadcastLane<1>(weights),
                                    SIMD_Neon::BroadcastLane<2>(weights)};
     const Float4 edge = BlendEdges(_LoadEdges<kDimension>(ends, HashEdges<kDimension>(cell),
@@ -55,7 +55,7 @@ template <int kDimension, ENoiseQuality kQuality, typename TEnds>
 #pragma GCC unroll 4
     for (size_t axis = 0; axis < kDimension; ++axis) {
         const CSplitCoordinates split = SplitCoordinates(coordinates[axis]);
-        SpillCells(cells[axis], split.m_Cell);
+        SIMD_Neon::SpillAligned(cells[axis], split.m_Cell);
         weights[axis] = Fade<kQuality>(split.m_Fraction);
         weights01[axis] = SIMD_Neon::InterleaveLow(weights[axis], weights[axis]);
         weights23[axis] = SIMD_Neon::InterleaveHigh(weights[axis], weights[axis]);
@@ -84,24 +84,26 @@ template <int kDimension, ENoiseQuality kQuality, typename TEnds>
 template <ENoiseQuality kQuality>
 [[gnu::always_inline]] inline Float4 SampleCoherent(CAdjacentEnds ends, const Float4* positions) {
     const CSplitCoordinates split = SplitCoordinates(positions[0]);
+    alignas(16) uint32_t cell[4];
+    SIMD_Neon::SpillAligned(cell, split.m_Cell);
+    const auto hashes = HashEdges<3>(cell);
+    const Float4 lower = ends.LoadTwoEdges(hashes[0], hashes[1]); // corners 000 001 010 011
+    const Float4 upper = ends.LoadTwoEdges(hashes[2], hashes[3]); // corners 100 101 110 111
+
     const Float4 fraction0 = split.m_Fraction;
     const auto fractionOf = [&](Float4 position) { return (position - positions[0]) + fraction0; };
     const SIMD_Neon::Float4x4 fractions = SIMD_Neon::Transpose(
         fraction0, fractionOf(positions[1]), fractionOf(positions[2]), fractionOf(positions[3]));
     const Float4 weights[3] = {Fade<kQuality>(fractions.m_Rows[0]), Fade<kQuality>(fractions.m_Rows[1]),
                                Fade<kQuality>(fractions.m_Rows[2])};
-
-    alignas(16) uint32_t cell[4];
-    SpillCells(cell, split.m_Cell);
-    const auto hashes = HashEdges<3>(cell);
-    const Float4 lower = ends.LoadTwoEdges(hashes[0], hashes[1]); // corners 000 001 010 011
-    const Float4 upper = ends.LoadTwoEdges(hashes[2], hashes[3]); // corners 100 101 110 111
-    const std::array<Float4, 8> corners = {
-        SIMD_Neon::BroadcastLane<0>(lower), SIMD_Neon::BroadcastLane<1>(lower),
-        SIMD_Neon::BroadcastLane<2>(lower), SIMD_Neon::BroadcastLane<3>(lower),
-        SIMD_Neon::BroadcastLane<0>(upper), SIMD_Neon::BroadcastLane<1>(upper),
-        SIMD_Neon::BroadcastLane<2>(upper), SIMD_Neon::BroadcastLane<3>(upper)};
-    return BlendEdges(corners, weights);
+    // Along x the differences are those of the corners, the same for all four positions.
+    const Float4 difference = upper - lower;
+    const std::array<Float4, 4> edges = {
+        LerpBy(SIMD_Neon::BroadcastLane<0>(lower), SIMD_Neon::BroadcastLane<0>(difference), weights[0]),
+        LerpBy(SIMD_Neon::BroadcastLane<1>(lower), SIMD_Neon::BroadcastLane<1>(difference), weights[0]),
+        LerpBy(SIMD_Neon::BroadcastLane<2>(lower), SIMD_Neon::BroadcastLane<2>(difference), weights[0]),
+        LerpBy(SIMD_Neon::BroadcastLane<3>(lower), SIMD_Neon::BroadcastLane<3>(difference), weights[0])};
+    return BlendEdges(edges, weights + 1);
 }
 
 } // namespace Vestrel::Internal

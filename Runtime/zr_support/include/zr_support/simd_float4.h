@@ -116,6 +116,15 @@ struct Float4x3 {
     Backend::StoreAligned(target, value.m_Register);
 }
 
+/// Writes the bits of the lanes to `lanes`, aligned, for reading them one by one. Left to themselves,
+/// compilers forget the store and take each lane out of the register, with instructions that need the ports
+/// of the arithmetic.
+template <typename TLanes>
+[[gnu::always_inline]] inline void SpillAligned(uint32_t (&lanes)[4], TLanes value) {
+    StoreAligned(lanes, value);
+    asm("" : "+m"(lanes));
+}
+
 // Arithmetic. A product and a sum in one expression are two roundings: the library is compiled so that no
 // compiler fuses them.
 
@@ -175,6 +184,28 @@ struct Float4x3 {
 
 [[gnu::always_inline]] inline Int4 operator^(Int4 a, Int4 b) {
     return Int4(Backend::Xor(a.m_Register, b.m_Register));
+}
+
+/// The bits of the lanes, moved towards the highest bit, from the other end filled with zeros.
+template <int kBits>
+[[gnu::always_inline]] inline Int4 ShiftLeft(Int4 value) {
+    static_assert(0 < kBits && kBits < 32);
+    return Int4(Backend::ShiftLeft<kBits>(value.m_Register));
+}
+
+/// Whether every lane of a mask is -1. The lanes must be -1 or 0.
+[[gnu::always_inline]] inline bool AllTrue(Int4 mask) {
+    return Backend::AllTrue(mask.m_Register);
+}
+
+/// The bits of the floats as integers.
+[[gnu::always_inline]] inline Int4 AsInts(Float4 value) {
+    return Int4(Backend::AsInts(value.m_Register));
+}
+
+/// The floats with these bits.
+[[gnu::always_inline]] inline Float4 AsFloats(Int4 value) {
+    return Float4(Backend::AsFloats(value.m_Register));
 }
 
 /// The bits of each float, ANDed: with a mask, the lane or +0.

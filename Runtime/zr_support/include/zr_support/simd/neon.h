@@ -101,6 +101,15 @@ struct FloatRegisterX3 {
     return veorq_s32(a, b);
 }
 
+template <int kBits>
+[[gnu::always_inline]] inline IntRegister ShiftLeft(IntRegister value) {
+    return vshlq_n_s32(value, kBits);
+}
+
+[[gnu::always_inline]] inline bool AllTrue(IntRegister mask) {
+    return vminvq_u32(vreinterpretq_u32_s32(mask)) != 0;
+}
+
 [[gnu::always_inline]] inline FloatRegister AsFloats(IntRegister value) {
     return vreinterpretq_f32_s32(value);
 }

@@ -135,6 +135,21 @@ struct FloatRegisterX3 {
              a.m_Lanes[3] ^ b.m_Lanes[3]}};
 }
 
+template <int kBits>
+[[gnu::always_inline]] inline int32_t ShiftLeft(int32_t value) {
+    return static_cast<int32_t>(static_cast<uint32_t>(value) << kBits);
+}
+
+template <int kBits>
+[[gnu::always_inline]] inline IntRegister ShiftLeft(IntRegister value) {
+    return {{ShiftLeft<kBits>(value.m_Lanes[0]), ShiftLeft<kBits>(value.m_Lanes[1]),
+             ShiftLeft<kBits>(value.m_Lanes[2]), ShiftLeft<kBits>(value.m_Lanes[3])}};
+}
+
+[[gnu::always_inline]] inline bool AllTrue(IntRegister mask) {
+    return (mask.m_Lanes[0] & mask.m_Lanes[1] & mask.m_Lanes[2] & mask.m_Lanes[3]) == -1;
+}
+
 [[gnu::always_inline]] inline FloatRegister AsFloats(IntRegister value) {
     FloatRegister result;
     std::memcpy(&result, &value, sizeof(result));

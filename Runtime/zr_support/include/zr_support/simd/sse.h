@@ -113,6 +113,15 @@ struct FloatRegisterX3 {
     return _mm_xor_si128(a, b);
 }
 
+template <int kBits>
+[[gnu::always_inline]] inline IntRegister ShiftLeft(IntRegister value) {
+    return _mm_slli_epi32(value, kBits);
+}
+
+[[gnu::always_inline]] inline bool AllTrue(IntRegister mask) {
+    return _mm_movemask_ps(_mm_castsi128_ps(mask)) == 0xF;
+}
+
 [[gnu::always_inline]] inline FloatRegister AsFloats(IntRegister value) {
     return _mm_castsi128_ps(value);
 }

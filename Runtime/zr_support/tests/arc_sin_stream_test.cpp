@@ -1,0 +1,103 @@
+// The arcsine in full precision. That it is correctly rounded for every float there is, is shown by
+// stream_exhaustive_test.cpp.
+
+#include "stream_test_support.h"
+
+#include <zr_support/simd_streams.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+using namespace Vestrel;
+using SIMD_Neon::FullPrecision::ArcSin;
+using SIMD_Neon::FullPrecision::ArcSinStream_Aligned16;
+
+TEST(ArcSinStream, LanesGiveTheBitsOfOneFloat) {
+    VisitFloats(ArcSinStream_Aligned16, [](const CStreamBlock& block) {
+        for (size_t k = 0; k < kBlock; ++k) {
+            ASSERT_EQ(FoldedBits(block.m_Out[k]), FoldedBits(ArcSin(block.m_In[k])))
+                << std::hexfloat << block.m_In[k];
+        }
+    });
+}
+
+TEST(ArcSinStream, IsTheArcsineInDoubleRounded) {
+    VisitFloats(ArcSinStream_Aligned16, [](const CStreamBlock& block) {
+        for (size_t k = 0; k < kBlock; ++k) {
+            // Where double cannot tell, which is not the case for these, both neighbours would do.
+            const double exact = std::asin(static_cast<double>(block.m_In[k]));
+            ASSERT_EQ(FoldedBits(block.m_Out[k]), FoldedBits(static_cast<float>(exact)))
+                << std::hexfloat << block.m_In[k];
+        }
+    });
+}
+
+TEST(ArcSinStream, EndsAreHalfPi) {
+    EXPECT_EQ(ArcSin(1.0f), 1.57079637f);
+    EXPECT_EQ(ArcSin(-1.0f), -1.57079637f);
+    EXPECT_EQ(FoldedBits(ArcSin(0.5f)), FoldedBits(0.523598790f)); // pi/6
+    EXPECT_EQ(FoldedBits(ArcSin(0.0f)), FoldedBits(0.0f));
+    EXPECT_EQ(FoldedBits(ArcSin(-0.0f)), FoldedBits(-0.0f));
+}
+
+TEST(ArcSinStream, IsOddToTheBit) {
+    VisitFloats(ArcSinStream_Aligned16, [](const CStreamBlock& block) {
+        for (size_t k = 0; k < kBlock; ++k) {
+            ASSERT_EQ(FoldedBits(ArcSin(-block.m_In[k])), FoldedBits(-block.m_Out[k]))
+                << std::hexfloat << block.m_In[k];
+        }
+    });
+}
+
+TEST(ArcSinStream, SmallFloatsAreLeftAlone) {
+    for (const float small : {0x1p-149f, 0x1.fffffcp-127f, 0x1p-126f, 1e-20f, 0x1.fffffep-13f}) {
+        EXPECT_EQ(FoldedBits(ArcSin(small)), FoldedBits(small)) << std::hexfloat << small;
+        EXPECT_EQ(FoldedBits(ArcSin(-small)), FoldedBits(-small)) << std::hexfloat << -small;
+    }
+}
+
+TEST(ArcSinStream, OutsideIsNotANumberInItsLaneAlone) {
+    const float infinity = std::numeric_limits<float>::infinity();
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    for (const float outside : {0x1.000002p0f, 2.0f, 1e38f, infinity, nan}) {
+        for (const float sign : {1.0f, -1.0f}) {
+            for (size_t lane = 0; lane < 4; ++lane) {
+                alignas(16) float in[4] = {0.25f, -0.75f, 1e-30f, 1.0f};
+                alignas(16) float out[4];
+                in[lane] = outside * sign;
+                ArcSinStream_Aligned16(in, out, 4);
+                for (size_t k = 0; k < 4; ++k) {
+                    EXPECT_EQ(std::isnan(out[k]), k == lane) << outside * sign << " in lane " << lane;
+                }
+            }
+        }
+    }
+}
+
+TEST(ArcSinStream, TakesAnyMultipleOfFourAndWritesNothingElse) {
+    for (uint32_t count = 0; count <= 32; count += 4) {
+        alignas(16) float in[40];
+        alignas(16) float out[40];
+        for (size_t k = 0; k < 40; ++k) {
+            in[k] = (static_cast<float>(k) - 18.0f) / 18.0f;
+            out[k] = -7.0f;
+        }
+        ArcSinStream_Aligned16(in, out + 4, count);
+        for (uint32_t k = 0; k < 36; ++k) {
+            EXPECT_EQ(out[k + 4], k < count ? ArcSin(in[k]) : -7.0f) << "element " << k << " of " << count;
+        }
+        EXPECT_EQ(out[3], -7.0f) << "wrote below the output";
+    }
+}
+
+// The same bits everywhere: all configurations and platforms have to come to this.
+TEST(ArcSinStream, GivesTheSameBitsOnEveryPlatform) {
+    EXPECT_EQ(HashOfStream(ArcSinStream_Aligned16), 0x2e17edbade06402du)
+        << std::hex << HashOfStream(ArcSinStream_Aligned16);
+}
+
+} // namespace

@@ -1,0 +1,121 @@
+// The sine in reduced precision. That it keeps its promises for every float there is, is shown by
+// stream_exhaustive_test.cpp.
+
+#include "stream_test_support.h"
+
+#include <zr_support/simd_streams.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace {
+
+using namespace Vestrel;
+using SIMD_Neon::LowPrecision::Sin;
+using SIMD_Neon::LowPrecision::SinStream_Aligned16;
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+
+TEST(SinStream, LanesGiveTheBitsOfOneFloat) {
+    VisitFloats(SinStream_Aligned16, [](const CStreamBlock& block) {
+        for (size_t k = 0; k < kBlock; ++k) {
+            ASSERT_EQ(FoldedBits(block.m_Out[k]), FoldedBits(Sin(block.m_In[k])))
+                << std::hexfloat << block.m_In[k];
+        }
+    });
+}
+
+TEST(SinStream, IsWithinAMillionthOfTheSine) {
+    VisitFloats(SinStream_Aligned16, [](const CStreamBlock& block) {
+        for (size_t k = 0; k < kBlock; ++k) {
+            if (std::isfinite(block.m_In[k])) {
+                ASSERT_NEAR(block.m_Out[k], std::sin(static_cast<double>(block.m_In[k])), 1e-6)
+                    << std::hexfloat << block.m_In[k];
+                ASSERT_LE(std::fabs(block.m_Out[k]), 1.0f) << std::hexfloat << block.m_In[k];
+            } else {
+                ASSERT_TRUE(std::isnan(block.m_Out[k])) << std::hexfloat << block.m_In[k];
+            }
+        }
+    });
+}
+
+TEST(SinStream, IsOddToTheBit) {
+    VisitFloats(SinStream_Aligned16, [](const CStreamBlock& block) {
+        for (size_t k = 0; k < kBlock; ++k) {
+            ASSERT_EQ(FoldedBits(Sin(-block.m_In[k])), FoldedBits(-block.m_Out[k]))
+                << std::hexfloat << block.m_In[k];
+        }
+    });
+}
+
+TEST(SinStream, ZerosKeepTheirSign) {
+    EXPECT_EQ(FoldedBits(Sin(0.0f)), FoldedBits(0.0f));
+    EXPECT_EQ(FoldedBits(Sin(-0.0f)), FoldedBits(-0.0f));
+}
+
+TEST(SinStream, InfinitiesAndNotANumberGiveNotANumberInTheirLaneAlone) {
+    for (const float bad : {kInfinity, -kInfinity, kNan, -kNan}) {
+        for (size_t lane = 0; lane < 4; ++lane) {
+            alignas(16) float in[4] = {1.0f, 1e30f, -2.0f, -1e5f};
+            alignas(16) float out[4];
+            in[lane] = bad;
+            SinStream_Aligned16(in, out, 4);
+            for (size_t k = 0; k < 4; ++k) {
+                EXPECT_EQ(std::isnan(out[k]), k == lane) << bad << " in lane " << lane << ", lane " << k;
+                EXPECT_EQ(FoldedBits(out[k]), FoldedBits(Sin(in[k])));
+            }
+        }
+    }
+}
+
+// Where angles begin to be reduced in another way, and where half turns are counted up.
+TEST(SinStream, HoldsWhereTheWayOfReductionChanges) {
+    for (const float centre :
+         {0x1p14f, 1.5707964f, 3.1415927f, 4.712389f, 6.2831855f, 5213.5f * 3.1415927f}) {
+        float from = centre;
+        for (int k = 0; k < 2000; ++k) {
+            from = std::nextafter(from, 0.0f);
+        }
+        for (int k = 0; k < 4000; ++k) {
+            EXPECT_NEAR(Sin(from), std::sin(static_cast<double>(from)), 4e-7) << std::hexfloat << from;
+            EXPECT_LE(std::fabs(Sin(from)), 1.0f) << std::hexfloat << from;
+            from = std::nextafter(from, kInfinity);
+        }
+    }
+}
+
+// Of all floats 16367173 * 2^72 lies closest to a multiple of pi/2, some 2^-29 away (J.-M. Muller,
+// "Elementary Functions", on range reduction).
+TEST(SinStream, HoldsForTheHardestAngles) {
+    for (const float angle : {16367173.0f * 0x1p72f, 0x1.fffffep127f, 0x1p127f, 0x1p120f}) {
+        EXPECT_NEAR(Sin(angle), std::sin(static_cast<double>(angle)), 4e-7) << std::hexfloat << angle;
+    }
+}
+
+TEST(SinStream, TakesAnyMultipleOfFourAndWritesNothingElse) {
+    for (uint32_t count = 0; count <= 32; count += 4) {
+        alignas(16) float in[40];
+        alignas(16) float out[40];
+        for (size_t k = 0; k < 40; ++k) {
+            in[k] = static_cast<float>(k) * (k % 3 == 0 ? 0.7f : 3e6f);
+            out[k] = -7.0f;
+        }
+        SinStream_Aligned16(in, out + 4, count);
+        for (uint32_t k = 0; k < 36; ++k) {
+            EXPECT_EQ(out[k + 4], k < count ? Sin(in[k]) : -7.0f) << "element " << k << " of " << count;
+        }
+        EXPECT_EQ(out[3], -7.0f) << "wrote below the output";
+    }
+}
+
+// The same bits everywhere: all configurations and platforms have to come to this.
+TEST(SinStream, GivesTheSameBitsOnEveryPlatform) {
+    EXPECT_EQ(HashOfStream(SinStream_Aligned16), 0xb72197ddf678ce0au)
+        << std::hex << HashOfStream(SinStream_Aligned16);
+}
+
+} // namespace

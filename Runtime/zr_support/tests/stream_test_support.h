@@ -1,0 +1,59 @@
+#pragma once
+
+// What the tests of the streams share.
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+
+namespace Vestrel {
+
+using CStream = void (*)(const float* in, float* out, uint32_t count) noexcept;
+
+constexpr uint32_t kBlock = 4096;
+
+/// A block of floats that lie next to each other, with what a stream makes of them.
+struct CStreamBlock {
+    alignas(16) std::array<float, kBlock> m_In;
+    alignas(16) std::array<float, kBlock> m_Out;
+
+    /// The floats with the bits `first`, `first` + `step` and so on.
+    void Run(CStream stream, uint32_t first, uint32_t step) {
+        for (uint32_t k = 0; k < kBlock; ++k) {
+            m_In[k] = std::bit_cast<float>(first + k * step);
+        }
+        stream(m_In.data(), m_Out.data(), kBlock);
+    }
+};
+
+/// Calls `visit(block)` with every 1021st float of all bit patterns, some four million.
+template <typename TVisit>
+void VisitFloats(CStream stream, const TVisit& visit) {
+    constexpr uint32_t kStep = 1021;
+    static CStreamBlock block;
+    for (uint64_t first = 0; first < uint64_t{1} << 32; first += uint64_t{kStep} * kBlock) {
+        block.Run(stream, static_cast<uint32_t>(first), kStep);
+        visit(block);
+    }
+}
+
+/// The bits of a float, all not-a-numbers being one.
+inline uint32_t FoldedBits(float value) {
+    return std::isnan(value) ? 0x7FC00000u : std::bit_cast<uint32_t>(value);
+}
+
+/// A hash of what a stream makes of the floats of VisitFloats: FNV-1a, by words.
+inline uint64_t HashOfStream(CStream stream) {
+    uint64_t hash = 14695981039346656037u;
+    VisitFloats(stream, [&](const CStreamBlock& block) {
+        for (const float value : block.m_Out) {
+            hash = (hash ^ FoldedBits(value)) * 1099511628211u;
+        }
+    });
+    return hash;
+}
+
+} // namespace Vestrel

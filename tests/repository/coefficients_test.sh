@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# The constants of the streams are those that their script prints.
+# coefficients_test.sh SOURCE
+set -euo pipefail
+cd "$1/Runtime/zr_support/src"
+printed=$(sollya stream_coefficients.sollya)
+count=0
+while read -r constant; do
+  case $constant in
+    0x1p0) constant=1.0 ;;
+    *x*) ;;
+    *) constant=$(printf '0x%Xu' "$constant") ;; # words of digits
+  esac
+  grep -qF -- "$constant" sin_stream.cpp arc_sin_stream.cpp || { echo "$constant stands in neither source"; exit 1; }
+  count=$((count + 1))
+done <<<"$printed"
+[ $count -eq 25 ] || { echo "the script printed $count constants, not 25"; exit 1; }
