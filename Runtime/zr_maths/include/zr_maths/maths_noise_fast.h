@@ -166,4 +166,76 @@ protected:
     float* m_Basis = nullptr;
 };
 
+/// A field that moves. Every one of its 256 random values is the sine of a phase, and turns at a speed of its
+/// own, around one turn per unit of time; RotateBasis puts them where they are at a given time. All samplers
+/// then see the field of that time. Its values stay within [-1, 1] at any time.
+///
+/// Half of the values start upward and half downward. How far the speeds differ is the spin variation v: they
+/// are spread over (2 - v) / 2 to (2 + v) / 2 turns per unit of time. Without any, all turn at the same
+/// speed, so that the field repeats after one unit of time.
+///
+/// What CFastNoise3 says of bits and threads holds here: RotateBasis and SetSpinVariation, too, must not
+/// overlap any other call on the same object. A rotation allocates nothing and costs about as much as 80
+/// samples in 3D; one to the time that the field is at costs nothing.
+class CRotatableFastNoise3 : public CFastNoise3 {
+public:
+    /// Draws the field and then the speeds from `generator`, which is borrowed for the call, with a spin
+    /// variation of 0.2. The field is at time 0: exactly as drawn. With a null generator the field is
+    /// unspecified, as that of CFastNoise3, and all speeds are one turn per unit of time.
+    explicit CRotatableFastNoise3(CAbstractRandomGenerator* generator);
+
+    /// The same field with the same speeds, in tables of its own. The field stays as it was last rotated, but
+    /// the copy takes its time to be 0: a rotation to time 0 does nothing before one to another time.
+    CRotatableFastNoise3(const CRotatableFastNoise3& other);
+
+    /// Takes over the other's field and speeds, but not its time: a rotation to the time that this object was
+    /// last rotated to does nothing before one to another time. Assignment of an object to itself changes
+    /// nothing. Assignment through a reference to the base class takes over the values of the field alone;
+    /// the next rotation brings back this object's own.
+    CRotatableFastNoise3& operator=(const CRotatableFastNoise3& other);
+
+    ~CRotatableFastNoise3() override;
+
+    /// Draws the field and then the speeds anew from `generator`, which is borrowed for the call. With a null
+    /// generator the values of the field stay as they are, become those of time 0, and turn at one speed. The
+    /// spin variation stays, and so does the time: the field is exactly as drawn until it is rotated to
+    /// another time than the last.
+    void ResetSampler(CAbstractRandomGenerator* generator) override;
+
+    /// Spreads the speeds over another interval, each keeping its place within; nothing is drawn. Below 1e-5,
+    /// all entries turn at exactly one turn per unit of time, until a greater variation brings back the
+    /// spread of speeds. The caller guarantees a number; above 2 some entries turn backwards. The field
+    /// changes at the next rotation to another time.
+    void SetSpinVariation(float variation) noexcept;
+
+    /// Brings the field to `time`, counted from 0 and in units of about one turn. It depends on the time
+    /// alone, not on the rotations before. Times are trusted: far from 0, angles are as coarse as floats are
+    /// there, and a time that is not a number makes all values so until the next rotation.
+    void RotateBasis(float time) noexcept;
+
+protected:
+    /// The phases: 769 floats, 32-byte aligned, owned. Entries 0 to 255 are the angles of the basis at time 0
+    /// in radians, 256 to 511 are the speeds; the others are spare. Never null.
+    float* m_Phases = nullptr;
+
+    /// Entry 256 of the phases: speeds in radians per unit of time.
+    float* m_SpinSpeeds = nullptr;
+
+    /// Whether all entries turn at the same speed, whatever theirs are.
+    bool m_NoSpinVariation = false;
+
+    /// Half the width of the speeds' interval, in units of pi.
+    float m_SpinVariation = 0.2f;
+
+    /// The time of the last rotation that did anything.
+    float m_LastTime = 0.0f;
+
+private:
+    /// Draws the speeds.
+    void _ResetSampler(CAbstractRandomGenerator* generator);
+
+    /// Finds the phases that the basis has at time 0.
+    void _RefreshFromBasis();
+};
+
 } // namespace Vestrel

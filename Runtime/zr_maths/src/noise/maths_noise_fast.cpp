@@ -4,8 +4,7 @@
 
 #include "maths_noise_fast_batch.h"
 #include "maths_noise_fast_gradient.h"
-
-#include <zr_support/mem_alloc.h>
+#include "maths_noise_fast_tables.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -15,7 +14,9 @@ namespace Vestrel {
 
 namespace {
 
+using Internal::AllocateTable;
 using Internal::ENoiseQuality;
+using Internal::FreeTable;
 using Internal::GradientAt;
 using Internal::GradientBatch;
 using Internal::kPeriod;
@@ -26,22 +27,16 @@ using Internal::TEdgeEnds;
 
 constexpr size_t kDrawnBytes = kPeriod * sizeof(float);
 constexpr size_t kBasisBytes = (2 * kPeriod + 1) * sizeof(float);
-constexpr uint32_t kBasisAlignment = 32;
-
-float* AllocateBasis() {
-    return static_cast<float*>(
-        Mem::_RawAlloc(kBasisBytes, kBasisAlignment, Mem::EAllocType::kGeneral, Mem::EOrigin::kUnspecified));
-}
 
 } // namespace
 
 static_assert(sizeof(void*) != 8 || sizeof(CFastNoise3) == 16);
 
-CFastNoise3::CFastNoise3(CAbstractRandomGenerator* generator) : m_Basis(AllocateBasis()) {
+CFastNoise3::CFastNoise3(CAbstractRandomGenerator* generator) : m_Basis(AllocateTable(kBasisBytes)) {
     _ResetSampler(generator);
 }
 
-CFastNoise3::CFastNoise3(const CFastNoise3& other) : m_Basis(AllocateBasis()) {
+CFastNoise3::CFastNoise3(const CFastNoise3& other) : m_Basis(AllocateTable(kBasisBytes)) {
     std::memcpy(m_Basis, other.m_Basis, kBasisBytes);
 }
 
@@ -52,7 +47,7 @@ CFastNoise3& CFastNoise3::operator=(const CFastNoise3& other) {
 }
 
 CFastNoise3::~CFastNoise3() {
-    Mem::_RawFree(m_Basis, Mem::EAllocType::kGeneral, Mem::EOrigin::kUnspecified);
+    FreeTable(m_Basis);
 }
 
 void CFastNoise3::ResetSampler(CAbstractRandomGenerator* generator) {

@@ -138,9 +138,9 @@ _BlendOneAxis(const std::array<TValue, 2 * sizeof...(kEdges)>& edges, TValue wei
     return {Lerp(edges[kEdges], edges[kEdges + sizeof...(kEdges)], weight)...};
 }
 
-/// Blends the edges of a cell into one, along x first, then y and z: `weights` has one weight for each axis
-/// but the last. An edge's first digit tells its side on the first axis, so that the sides are the two
-/// halves.
+/// Blends values into one, along the axis of their numbers' first digit first: the edges of a cell along x,
+/// then y and z. `weights` has one weight for each digit. An edge's first digit tells its side on the first
+/// axis, so that the sides are the two halves.
 template <typename TValue, size_t kCount>
 [[gnu::always_inline]] inline TValue BlendEdges(const std::array<TValue, kCount>& edges,
                                                 const TValue* weights) {
