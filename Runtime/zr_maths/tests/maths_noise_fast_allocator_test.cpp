@@ -1,16 +1,21 @@
 // A program that defines both functions of the allocator gets its own: blocks here are counted, and filled
-// with a pattern that an undrawn field can be told by.
+// with a pattern that an undrawn field can be told by. What comes from the language's own allocation is
+// counted as well.
 
 #include <zr_maths/maths_noise_fast.h>
 #include <zr_support/mem_alloc.h>
 
+#include "batch_samplers.h"
 #include "noise_test_support.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -27,18 +32,39 @@ struct CRequest {
 std::vector<CRequest> s_Requests;
 std::map<void*, int> s_FreeCounts;
 
+size_t s_NewCount = 0;
+
 constexpr unsigned char kPattern = 0x3E; // floats of 0x3E3E3E3E, about 0.186
 
 } // namespace
 
+void* operator new(size_t size) {
+    ++s_NewCount;
+    void* const block = std::malloc(size);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+void operator delete(void* block) noexcept {
+    std::free(block);
+}
+
+void operator delete(void* block, size_t) noexcept {
+    std::free(block);
+}
+
 namespace Vestrel::Mem {
 
 void* _RawAlloc(uint64_t size, uint32_t alignment, EAllocType type, EOrigin origin) {
+    const size_t newCount = s_NewCount;
     s_Requests.push_back({size, alignment, static_cast<uint32_t>(type), static_cast<uint32_t>(origin)});
     void* block =
         std::aligned_alloc(alignment, (static_cast<size_t>(size) + alignment - 1) / alignment * alignment);
     std::memset(block, kPattern, static_cast<size_t>(size));
     s_FreeCounts[block] = 0;
+    s_NewCount = newCount; // what the counting itself takes does not count
     return block;
 }
 
@@ -70,6 +96,7 @@ protected:
     }
 
     static constexpr CRequest kBasisRequest = {2052, 32, 0, 0};
+    static constexpr CRequest kPhasesRequest = {3076, 32, 0, 0};
 };
 
 TEST_F(FastNoiseAllocator, EveryConstructorAllocatesOneBasis) {
@@ -82,20 +109,89 @@ TEST_F(FastNoiseAllocator, EveryConstructorAllocatesOneBasis) {
     EXPECT_EQ(s_Requests, (std::vector<CRequest>{kBasisRequest, kBasisRequest, kBasisRequest}));
 }
 
-TEST_F(FastNoiseAllocator, AssignmentResetAndSamplingAllocateNothing) {
+TEST_F(FastNoiseAllocator, EveryConstructorOfARotatableFieldAllocatesABasisAndPhases) {
+    using CRequests = std::vector<CRequest>;
+    CStdRandomGenerator generator(1);
+    const CRotatableFastNoise3 drawn(&generator);
+    EXPECT_EQ(s_Requests, (CRequests{kBasisRequest, kPhasesRequest}));
+    const CRotatableFastNoise3 undrawn(nullptr);
+    EXPECT_EQ(s_Requests, (CRequests{kBasisRequest, kPhasesRequest, kBasisRequest, kPhasesRequest}));
+    const CRotatableFastNoise3 copy(drawn);
+    EXPECT_EQ(s_Requests, (CRequests{kBasisRequest, kPhasesRequest, kBasisRequest, kPhasesRequest,
+                                     kBasisRequest, kPhasesRequest}));
+}
+
+/// Counts what `call` allocates.
+template <typename TCall>
+size_t AllocationsOf(const TCall& call) {
+    const size_t before = s_Requests.size() + s_NewCount;
+    call();
+    return s_Requests.size() + s_NewCount - before;
+}
+
+TEST_F(FastNoiseAllocator, AllocationsOfBothKindsAreCounted) {
+    EXPECT_EQ(AllocationsOf([] { delete new CFastNoise3(nullptr); }), 2u);
+}
+
+TEST_F(FastNoiseAllocator, AssignmentAndResetAllocateNothing) {
     CStdRandomGenerator generator(1);
     CFastNoise3 noise(&generator);
-    CFastNoise3 other(&generator);
-    s_Requests.clear();
-    noise = other;
-    noise.ResetSampler(&generator);
-    noise.ResetSampler(nullptr);
-    std::vector<float> positions(3 * 5000 + 1, 0.5f);
-    std::vector<float> samples(5000);
-    noise.SampleQuintic1D({samples.data(), 5000, 4}, {positions.data(), 5000, 4});
-    const auto* vectors = reinterpret_cast<const TVector<float, 3>*>(positions.data());
-    noise.SampleQuintic3D({samples.data(), 5000, 4}, {vectors, 5000, 12});
-    EXPECT_TRUE(s_Requests.empty());
+    const CFastNoise3 other(&generator);
+    CRotatableFastNoise3 rotatable(&generator);
+    const CRotatableFastNoise3 otherRotatable(&generator);
+    EXPECT_EQ(AllocationsOf([&] {
+                  noise = other;
+                  noise.ResetSampler(&generator);
+                  noise.ResetSampler(nullptr);
+                  rotatable = otherRotatable;
+                  rotatable.ResetSampler(&generator);
+                  rotatable.ResetSampler(nullptr);
+              }),
+              0u);
+}
+
+TEST_F(FastNoiseAllocator, SamplingAllocatesNothing) {
+    CStdRandomGenerator generator(1);
+    const CFastNoise3 noise(&generator);
+    constexpr uint32_t kCount = 5000;
+    const std::vector<float> positions(4 * kCount + 1, 0.5f);
+    std::vector<float> samples(kCount);
+    for (const CBatchSampler& sampler : kBatchSamplers) {
+        EXPECT_EQ(AllocationsOf([&] {
+                      sampler.m_Sample(noise, {samples.data(), kCount, 4}, positions.data(), kCount,
+                                       sampler.PositionSize());
+                      sampler.m_Sample(noise, {samples.data() + 1, kCount - 1, 4}, positions.data() + 1,
+                                       kCount - 1, sampler.PositionSize());
+                  }),
+                  0u)
+            << sampler.m_Name;
+    }
+    const SIMD_Neon::Float4 position(0.5f);
+    const SIMD_Neon::Float4 four[4] = {position, position, position, position};
+    const std::vector<TPair<TVector<float, 4>, TVector<int, 4>>> cells(9);
+    std::vector<TVector<float, 4>> gradients(9);
+    float sum = 0.0f;
+    EXPECT_EQ(AllocationsOf([&] {
+                  sum += noise.SampleQuintic(position);
+                  sum += SIMD_Neon::ExtractLane<0>(noise.CoherentSampleQuintic(four));
+                  sum += SIMD_Neon::ExtractLane<0>(noise.Sample1stOrderDerivativesQuintic(position));
+                  noise.Sample1stOrderDerivativesQuintic({cells.data(), 9}, {gradients.data(), 9});
+              }),
+              0u);
+    EXPECT_TRUE(std::isfinite(sum));
+}
+
+TEST_F(FastNoiseAllocator, RotatingAllocatesNothing) {
+    CStdRandomGenerator generator(1);
+    CRotatableFastNoise3 noise(&generator);
+    EXPECT_EQ(AllocationsOf([&] {
+                  noise.RotateBasis(0.5f);
+                  noise.SetSpinVariation(0.0f);
+                  noise.RotateBasis(1e30f);
+                  noise.SetSpinVariation(1.0f);
+                  noise.RotateBasis(-2.0f);
+              }),
+              0u);
 }
 
 TEST_F(FastNoiseAllocator, AnUndrawnObjectKeepsWhatTheAllocationHeld) {
@@ -115,11 +211,16 @@ TEST_F(FastNoiseAllocator, AnUndrawnObjectIsDrawnByResetOrAssignment) {
     EXPECT_EQ(assigned.Basis()[512], -1.0f);
 }
 
-TEST_F(FastNoiseAllocator, DeletionThroughTheBaseFreesTheTable) {
+TEST_F(FastNoiseAllocator, DeletionThroughTheBaseFreesTheTables) {
     CFastNoise3* const noise = new COpenNoise(nullptr);
     delete noise;
     ASSERT_EQ(s_FreeCounts.size(), 1u);
-    EXPECT_EQ(s_FreeCounts.begin()->second, 1);
+    CFastNoise3* const rotatable = new CRotatableFastNoise3(nullptr);
+    delete rotatable;
+    ASSERT_EQ(s_FreeCounts.size(), 3u);
+    for (const auto& [block, count] : s_FreeCounts) {
+        EXPECT_EQ(count, 1);
+    }
 }
 
 } // namespace
