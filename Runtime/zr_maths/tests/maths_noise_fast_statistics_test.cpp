@@ -1,0 +1,113 @@
+// What the field is like as a whole, over ten million positions.
+
+#include "batch_samplers.h"
+#include "noise_test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <random>
+#include <vector>
+
+namespace {
+
+using namespace Vestrel;
+
+constexpr uint32_t kCount = 10000000;
+constexpr uint32_t kChunk = 8192;
+
+/// Values from -1 to 1, evenly spread, so that their mean is 0, in the order of multiples of 91.
+std::array<float, 256> EvenValues() {
+    std::array<float, 256> values;
+    for (size_t k = 0; k < values.size(); ++k) {
+        values[k] = (2.0f * static_cast<float>(k * 91 % 256) - 255.0f) / 255.0f;
+    }
+    return values;
+}
+
+class FieldStatistics : public testing::TestWithParam<CBatchSampler> {
+protected:
+    FieldStatistics() {
+        CListGenerator generator(EvenValues());
+        m_Noise.ResetSampler(&generator);
+    }
+
+    /// Calls `visit(positions, samples, count)` with chunks of positions of two periods in each direction,
+    /// all multiples of 2^-12, so that a period can be added to them exactly.
+    template <typename TVisit>
+    void VisitChunks(const TVisit& visit) {
+        std::mt19937 random(1300);
+        const uint32_t floats = static_cast<uint32_t>(GetParam().m_Dimension);
+        std::vector<float> positions(kChunk * floats + 4);
+        std::vector<float> samples(kChunk);
+        for (uint32_t done = 0; done < kCount; done += kChunk) {
+            const uint32_t count = std::min(kChunk, kCount - done);
+            for (float& coordinate : positions) {
+                coordinate = static_cast<float>(random() >> 11) * 0x1p-12f - 256.0f;
+            }
+            Sample(samples, positions, count);
+            visit(positions, samples, count);
+        }
+    }
+
+    void Sample(std::vector<float>& samples, const std::vector<float>& positions, uint32_t count) const {
+        GetParam().m_Sample(m_Noise, {samples.data(), count, 4}, positions.data(), count,
+                            GetParam().PositionSize());
+    }
+
+    COpenNoise m_Noise{nullptr};
+};
+
+INSTANTIATE_TEST_SUITE_P(All, FieldStatistics, testing::ValuesIn(kBatchSamplers), CNameOfInstance());
+
+TEST_P(FieldStatistics, MeanIsNearZeroAndNoValueIsOutside) {
+    double sum = 0.0;
+    double squares = 0.0;
+    float lowest = 0.0f;
+    float highest = 0.0f;
+    VisitChunks([&](const std::vector<float>&, const std::vector<float>& samples, uint32_t count) {
+        for (uint32_t k = 0; k < count; ++k) {
+            sum += static_cast<double>(samples[k]);
+            squares += static_cast<double>(samples[k]) * static_cast<double>(samples[k]);
+            lowest = std::min(lowest, samples[k]);
+            highest = std::max(highest, samples[k]);
+        }
+    });
+    // Ten million values that are spread by less than 0.6 have a mean that is off by less than 0.0002, most
+    // of the time; five times as much would take a wonder.
+    EXPECT_NEAR(sum / kCount, 0.0, 1e-3);
+    EXPECT_GE(lowest, -1.000001f);
+    EXPECT_LE(highest, 1.000001f);
+    // It is not for want of variation. The blend of 2, 4, 8, 16 values is ever flatter.
+    const double spread = std::sqrt(squares / kCount);
+    const double thinnest[] = {0.40, 0.30, 0.22, 0.16};
+    EXPECT_GT(spread, thinnest[GetParam().m_Dimension - 1]);
+    EXPECT_LT(spread, 0.58);
+    EXPECT_LT(lowest, -0.7f);
+    EXPECT_GT(highest, 0.7f);
+}
+
+TEST_P(FieldStatistics, EveryAxisRepeatsAfter256Cells) {
+    std::vector<float> moved;
+    std::vector<float> samplesOfMoved(kChunk);
+    uint32_t chunk = 0;
+    VisitChunks([&](const std::vector<float>& positions, const std::vector<float>& samples, uint32_t count) {
+        // One axis a chunk, in turns, up and down.
+        const size_t dimension = static_cast<size_t>(GetParam().m_Dimension);
+        const float period = chunk / dimension % 2 == 0 ? 256.0f : -256.0f;
+        moved = positions;
+        for (size_t k = chunk % dimension; k < kChunk * dimension; k += dimension) {
+            moved[k] += period;
+        }
+        Sample(samplesOfMoved, moved, count);
+        ASSERT_EQ(std::memcmp(samplesOfMoved.data(), samples.data(), count * sizeof(float)), 0)
+            << "axis " << chunk % dimension << " by " << period << ", chunk " << chunk;
+        ++chunk;
+    });
+}
+
+} // namespace
