@@ -7,6 +7,7 @@ source "$root/scripts/setup.sh"
 
 need_build_tools
 need libbenchmark-dev has_header benchmark/benchmark.h
+need libsleef-dev has_header sleef.h
 install_missing
 build bench zr_maths_benchmarks
 say 'measuring, for about half a minute'

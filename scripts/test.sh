@@ -20,6 +20,7 @@ need sollya has_program sollya
 need libcli11-dev has_header CLI/CLI.hpp
 need libpng-dev has_header png.h
 need libbenchmark-dev has_header benchmark/benchmark.h
+need libsleef-dev has_header sleef.h
 need binutils has_program objdump
 need clang-format-14 has_program clang-format-14
 if [ ${#configurations[@]} -gt 1 ]; then

@@ -82,13 +82,13 @@ template <EGradientForm kForm, typename TValue>
 template <ENoiseQuality kQuality, EGradientForm kForm>
 [[gnu::always_inline]] inline Float4 GradientAtOne(CAdjacentEnds ends, Float4 fractions,
                                                    const uint32_t* cell) {
-    std::array<float, 8> corners;
     const auto hashes = HashEdges<3>(cell);
-    for (size_t edge = 0; edge < hashes.size(); ++edge) {
-        corners[2 * edge] = ends.m_Values[hashes[edge]];
-        corners[2 * edge + 1] = ends.m_Values[hashes[edge] + 1];
-    }
-    const auto [first, second, negatedThird] = DifferencesOfCorners<kForm>(corners);
+    alignas(16) float lower[4]; // corners 000 001 010 011
+    alignas(16) float upper[4]; // corners 100 101 110 111
+    SIMD_Neon::SpillAligned(lower, ends.LoadTwoEdges(hashes[0], hashes[1]));
+    SIMD_Neon::SpillAligned(upper, ends.LoadTwoEdges(hashes[2], hashes[3]));
+    const auto [first, second, negatedThird] = DifferencesOfCorners<kForm>(
+        std::array<float, 8>{lower[0], lower[1], lower[2], lower[3], upper[0], upper[1], upper[2], upper[3]});
 
     const Float4 weights = Fade<kQuality>(fractions);
     const Float4 second1(second[0], second[1], second[2], 0.0f);

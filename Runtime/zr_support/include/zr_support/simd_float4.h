@@ -116,11 +116,11 @@ struct Float4x3 {
     Backend::StoreAligned(target, value.m_Register);
 }
 
-/// Writes the bits of the lanes to `lanes`, aligned, for reading them one by one. Left to themselves,
-/// compilers forget the store and take each lane out of the register, with instructions that need the ports
-/// of the arithmetic.
-template <typename TLanes>
-[[gnu::always_inline]] inline void SpillAligned(uint32_t (&lanes)[4], TLanes value) {
+/// Writes the lanes to `lanes`, aligned, for reading them one by one. Left to themselves, compilers forget
+/// the store and take each lane out of the register, with instructions that need the ports of the arithmetic.
+template <typename TLane, typename TLanes>
+[[gnu::always_inline]] inline void SpillAligned(TLane (&lanes)[4], TLanes value) {
+    static_assert(sizeof(lanes) == sizeof(value));
     StoreAligned(lanes, value);
     asm("" : "+m"(lanes));
 }

@@ -2,22 +2,21 @@
 // the same work written as a plain scalar loop.
 
 #include "batch_samplers.h"
+#include "benchmark_sections.h"
 #include "noise_test_support.h"
+#include "plain_split.h"
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <map>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
-namespace {
+namespace Vestrel::Benchmarks {
 
-using namespace Vestrel;
+namespace {
 
 constexpr uint32_t kCounts[] = {1, 7, 64, 4096, 4194304};
 constexpr uint32_t kMaxCount = 4194304;
@@ -56,17 +55,6 @@ CData& Data() {
     static CData data;
     return data;
 }
-
-/// The split of a coordinate as one would write it for positions that are known to be in range, without a
-/// branch.
-struct CPlainSplit {
-    Reference::CCell operator()(float x) const {
-        const int n = static_cast<int>(x);
-        const float r = static_cast<float>(n);
-        const int isAbove = r > x ? 1 : 0;
-        return {static_cast<uint32_t>(n - isAbove) & 255u, (x - r) + static_cast<float>(isAbove)};
-    }
-};
 
 template <Reference::EQuality kQuality, typename TPosition>
 [[gnu::noinline]] void PlainLoop(const float* basis, float* samples, const void* positions, uint32_t count) {
@@ -127,73 +115,18 @@ std::string NameOf(const CBatchSampler& sampler, EPath path, uint32_t count) {
     return std::string(sampler.m_Name) + "/" + NameOf(path) + "/" + std::to_string(count);
 }
 
-/// Keeps the time of every run and prints the medians as one table.
-class CTableReporter final : public benchmark::BenchmarkReporter {
-public:
-    bool ReportContext(const Context&) override {
-        return true;
+template <typename TValue>
+void PrintRow(const CBatchSampler& sampler, const std::string& name, const TValue& valueOf) {
+    std::printf("%-16s %-27s", sampler.m_Name, name.c_str());
+    for (const uint32_t count : kCounts) {
+        PrintNumber(valueOf(count));
     }
-
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
-                m_Nanoseconds[run.run_name.function_name].push_back(1e9 /
-                                                                    run.counters.at("items_per_second"));
-            }
-        }
-        if (isatty(STDERR_FILENO) != 0) {
-            std::fprintf(stderr, "\r%zu benchmarks done ", m_Nanoseconds.size());
-        }
-    }
-
-    void Finalize() override {
-        std::fprintf(stderr, "\n");
-        std::printf("%-44s", "nanoseconds per position, medians");
-        for (const uint32_t count : kCounts) {
-            std::printf("%9u", count);
-        }
-        std::printf("  positions\n");
-        for (const CBatchSampler& sampler : kBatchSamplers) {
-            for (const EPath path : kPaths) {
-                PrintRow(sampler, NameOf(path),
-                         [&](uint32_t count) { return Median(NameOf(sampler, path, count)); });
-            }
-            for (const EPath path : {EPath::kFourAtATime, EPath::kOneAtATime}) {
-                PrintRow(sampler, std::string("plain loop : ") + NameOf(path), [&](uint32_t count) {
-                    return Median(NameOf(sampler, EPath::kPlain, count)) /
-                           Median(NameOf(sampler, path, count));
-                });
-            }
-        }
-    }
-
-private:
-    template <typename TValue>
-    static void PrintRow(const CBatchSampler& sampler, const std::string& name, const TValue& valueOf) {
-        std::printf("%-16s %-27s", sampler.m_Name, name.c_str());
-        for (const uint32_t count : kCounts) {
-            const double value = valueOf(count);
-            std::isfinite(value) && value > 0.0 ? std::printf("%9.2f", value) : std::printf("%9s", "-");
-        }
-        std::printf("\n");
-    }
-
-    /// Of the runs of one benchmark; 0, shown as -, where a filter has left it out.
-    double Median(const std::string& name) {
-        std::vector<double>& times = m_Nanoseconds[name];
-        if (times.empty()) {
-            return 0.0;
-        }
-        std::sort(times.begin(), times.end());
-        return times[times.size() / 2];
-    }
-
-    std::map<std::string, std::vector<double>> m_Nanoseconds;
-};
+    std::printf("\n");
+}
 
 } // namespace
 
-int main(int argumentCount, char** arguments) {
+void RegisterBatchBenchmarks() {
     for (const CBatchSampler& sampler : kBatchSamplers) {
         for (const EPath path : kPaths) {
             for (const uint32_t count : kCounts) {
@@ -203,10 +136,26 @@ int main(int argumentCount, char** arguments) {
             }
         }
     }
-    benchmark::Initialize(&argumentCount, arguments);
-    if (benchmark::ReportUnrecognizedArguments(argumentCount, arguments)) {
-        return 2;
-    }
-    CTableReporter reporter;
-    return benchmark::RunSpecifiedBenchmarks(&reporter) > 0 ? 0 : 1;
 }
+
+void PrintBatchBenchmarks(const CMedians& medians) {
+    std::printf("%-44s", "nanoseconds per position, medians");
+    for (const uint32_t count : kCounts) {
+        std::printf("%9u", count);
+    }
+    std::printf("  positions\n");
+    for (const CBatchSampler& sampler : kBatchSamplers) {
+        const auto median = [&](EPath path, uint32_t count) {
+            return medians.Nanoseconds(NameOf(sampler, path, count));
+        };
+        for (const EPath path : kPaths) {
+            PrintRow(sampler, NameOf(path), [&](uint32_t count) { return median(path, count); });
+        }
+        for (const EPath path : {EPath::kFourAtATime, EPath::kOneAtATime}) {
+            PrintRow(sampler, std::string("plain loop : ") + NameOf(path),
+                     [&](uint32_t count) { return median(EPath::kPlain, count) / median(path, count); });
+        }
+    }
+}
+
+} // namespace Vestrel::Benchmarks

@@ -1,0 +1,36 @@
+#pragma once
+
+// The benchmark program is made of sections, each with benchmarks and a table of what they came to.
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace Vestrel::Benchmarks {
+
+/// The times of all runs, by the names of the benchmarks.
+class CMedians {
+public:
+    void Add(const std::string& name, double nanoseconds);
+
+    /// The median time of an item; not a number where a filter has left the benchmark out.
+    double Nanoseconds(const std::string& name) const;
+
+    size_t BenchmarkCount() const {
+        return m_Nanoseconds.size();
+    }
+
+private:
+    std::map<std::string, std::vector<double>> m_Nanoseconds;
+};
+
+/// Nine columns: a number, or - where there is none.
+void PrintNumber(double number);
+
+void RegisterBatchBenchmarks();
+void PrintBatchBenchmarks(const CMedians& medians);
+
+void RegisterOperationBenchmarks();
+void PrintOperationBenchmarks(const CMedians& medians);
+
+} // namespace Vestrel::Benchmarks

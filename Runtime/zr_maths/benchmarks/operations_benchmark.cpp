@@ -1,0 +1,300 @@
+// Every operation but the batch samplers beside something that one would use in its place.
+
+#include "benchmark_sections.h"
+#include "noise_reference.h"
+#include "noise_test_support.h"
+#include "plain_split.h"
+
+#include <zr_support/simd_streams.h>
+
+#include <benchmark/benchmark.h>
+#include <sleef.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace Vestrel::Benchmarks {
+
+namespace {
+
+using Reference::EQuality;
+using SIMD_Neon::Float4;
+
+using CPosition = TVector<float, 3>;
+using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;
+using CGradient = TVector<float, 4>;
+
+constexpr uint32_t kCount = 4096;
+constexpr uint32_t kEntries = 256;
+
+/// The greatest angle that the sines are measured at.
+constexpr float kGreatestAngle = 1e4f;
+
+/// A rotating field that shows what a rotation is made of.
+class COpenRotatable : public CRotatableFastNoise3 {
+public:
+    using CRotatableFastNoise3::CRotatableFastNoise3;
+    using CRotatableFastNoise3::m_Basis;
+    using CRotatableFastNoise3::m_Phases;
+    using CRotatableFastNoise3::m_SpinSpeeds;
+
+    /// What RotateBasis does, with the C library's sine.
+    [[gnu::noinline]] void RotateBySinf(float time) {
+        for (uint32_t k = 0; k < kEntries; ++k) {
+            m_Basis[k] = sinf(m_Phases[k] + time * m_SpinSpeeds[k]);
+        }
+        _RefreshBasis();
+    }
+};
+
+/// What the operations work on, and where they write.
+struct CData {
+    CStdRandomGenerator m_Generator{2};
+    COpenNoise m_Noise{&m_Generator};
+    COpenRotatable m_Rotatable{&m_Generator};
+    std::vector<CPosition> m_Positions = std::vector<CPosition>(kCount);
+    std::vector<Float4> m_FourLanes = std::vector<Float4>(kCount);
+    std::vector<CRecord> m_Records = std::vector<CRecord>(kCount);
+    std::vector<float> m_Samples = std::vector<float>(kCount);
+    std::vector<CGradient> m_Gradients = std::vector<CGradient>(kCount);
+    alignas(16) float m_Angles[kEntries];
+    alignas(16) float m_Sines[kEntries];
+    alignas(16) float m_Ratios[kEntries];
+    float m_Time = 0.0f;
+
+    CData() {
+        m_Generator.FillRandomFloats({&m_Positions[0].x, 3 * kCount}, -128.0f, 128.0f);
+        m_Generator.FillRandomFloats({m_Angles, kEntries}, 0.0f, kGreatestAngle);
+        m_Generator.FillRandomFloats({m_Ratios, kEntries}, -1.0f, 1.0f);
+        for (uint32_t k = 0; k < kCount; ++k) {
+            const CPosition& position = m_Positions[k];
+            m_FourLanes[k] = Float4(position.x, position.y, position.z, 0.0f);
+            const Reference::CCell x = Reference::Split(position.x);
+            const Reference::CCell y = Reference::Split(position.y);
+            const Reference::CCell z = Reference::Split(position.z);
+            m_Records[k] = {{x.m_Fraction, y.m_Fraction, z.m_Fraction, 0.0f},
+                            {static_cast<int>(x.m_Coordinate), static_cast<int>(y.m_Coordinate),
+                             static_cast<int>(z.m_Coordinate), 0}};
+        }
+    }
+};
+
+CData& Data() {
+    static CData data;
+    return data;
+}
+
+template <auto kSample>
+void Samples(CData& data) {
+    for (uint32_t k = 0; k < kCount; ++k) {
+        data.m_Samples[k] = (data.m_Noise.*kSample)(data.m_FourLanes[k]);
+    }
+}
+
+template <EQuality kQuality>
+[[gnu::noinline]] float PlainSample(const float* basis, const CPosition& position) {
+    return Reference::Sample(basis, kQuality, position, CPlainSplit());
+}
+
+template <EQuality kQuality>
+void PlainSamples(CData& data) {
+    for (uint32_t k = 0; k < kCount; ++k) {
+        data.m_Samples[k] = PlainSample<kQuality>(data.m_Noise.Basis(), data.m_Positions[k]);
+    }
+}
+
+/// Every call takes the next four positions, which the caller would have found to share a cell; what it costs
+/// does not depend on it.
+template <auto kSample>
+void CoherentSamples(CData& data) {
+    for (uint32_t k = 0; k < kCount; ++k) {
+        SIMD_Neon::StoreUnaligned(&data.m_Gradients[k],
+                                  (data.m_Noise.*kSample)(&data.m_FourLanes[k / 4 * 4]));
+    }
+}
+
+template <auto kSample>
+void Gradients(CData& data) {
+    for (uint32_t k = 0; k < kCount; ++k) {
+        SIMD_Neon::StoreUnaligned(&data.m_Gradients[k], (data.m_Noise.*kSample)(data.m_FourLanes[k]));
+    }
+}
+
+template <EQuality kQuality>
+[[gnu::noinline]] CGradient PlainGradient(const float* basis, const CPosition& position) {
+    const Reference::CCell x = CPlainSplit()(position.x);
+    const Reference::CCell y = CPlainSplit()(position.y);
+    const Reference::CCell z = CPlainSplit()(position.z);
+    const TVector<float, 3> gradient =
+        Reference::Gradient(basis, kQuality, false, {x.m_Fraction, y.m_Fraction, z.m_Fraction},
+                            x.m_Coordinate, y.m_Coordinate, z.m_Coordinate);
+    return {gradient.x, gradient.y, gradient.z, 0.0f};
+}
+
+template <EQuality kQuality>
+void PlainGradients(CData& data) {
+    for (uint32_t k = 0; k < kCount; ++k) {
+        data.m_Gradients[k] = PlainGradient<kQuality>(data.m_Noise.Basis(), data.m_Positions[k]);
+    }
+}
+
+using CBatchGradient = void (CFastNoise3::*)(const TMemoryView<const CRecord>&,
+                                             const TMemoryView<CGradient>&) const noexcept;
+using CSingleGradient = Float4 (CFastNoise3::*)(Float4) const noexcept;
+
+template <CBatchGradient kSample>
+void GradientBatch(CData& data) {
+    (data.m_Noise.*kSample)({data.m_Records.data(), kCount}, {data.m_Gradients.data(), kCount});
+}
+
+template <EQuality kQuality>
+[[gnu::noinline]] void PlainGradientBatch(CData& data) {
+    const float* const basis = data.m_Noise.Basis();
+    const CRecord* const records = data.m_Records.data();
+    CGradient* const gradients = data.m_Gradients.data();
+    for (uint32_t k = 0; k < kCount; ++k) {
+        const auto& [fractions, cell] = records[k];
+        const TVector<float, 3> gradient = Reference::Gradient(
+            basis, kQuality, true, {fractions.x, fractions.y, fractions.z}, static_cast<uint32_t>(cell.x),
+            static_cast<uint32_t>(cell.y), static_cast<uint32_t>(cell.z));
+        gradients[k] = {gradient.x, gradient.y, gradient.z, 0.0f};
+    }
+}
+
+/// Times go on, for a rotation to the same time does nothing.
+float NextTime(CData& data) {
+    data.m_Time = data.m_Time < 1000.0f ? data.m_Time + 0.125f : 0.125f;
+    return data.m_Time;
+}
+
+void Rotation(CData& data) {
+    data.m_Rotatable.RotateBasis(NextTime(data));
+}
+
+void RotationBySinf(CData& data) {
+    data.m_Rotatable.RotateBySinf(NextTime(data));
+}
+
+void Sines(CData& data) {
+    SIMD_Neon::LowPrecision::SinStream_Aligned16(data.m_Angles, data.m_Sines, kEntries);
+}
+
+/// Applies a function of SLEEF, whatever its four-lane type is called. (What it returns is const.)
+template <typename TResult, typename TFour>
+void ApplyFourAtATime(TResult (*function)(TFour), const float* in, float* out) {
+    for (uint32_t k = 0; k < kEntries; k += 4) {
+        TFour four;
+        std::memcpy(&four, in + k, sizeof(four));
+        four = function(four);
+        std::memcpy(out + k, &four, sizeof(four));
+    }
+}
+
+void SinesBySleef(CData& data) {
+    ApplyFourAtATime(Sleef_sinf4_u35, data.m_Angles, data.m_Sines);
+}
+
+void SinesBySinf(CData& data) {
+    std::transform(data.m_Angles, data.m_Angles + kEntries, data.m_Sines,
+                   [](float angle) { return sinf(angle); });
+}
+
+void ArcSines(CData& data) {
+    SIMD_Neon::FullPrecision::ArcSinStream_Aligned16(data.m_Ratios, data.m_Sines, kEntries);
+}
+
+void ArcSinesByAsinf(CData& data) {
+    std::transform(data.m_Ratios, data.m_Ratios + kEntries, data.m_Sines,
+                   [](float ratio) { return asinf(ratio); });
+}
+
+/// An operation and what it is measured against: each is `m_Items` items.
+struct COperation {
+    const char* m_Name;
+    const char* m_OtherName;
+    uint32_t m_Items;
+    void (*m_Run)(CData& data);
+    void (*m_RunOther)(CData& data);
+};
+
+constexpr COperation kOperations[] = {
+    {"SampleLinear", "in plain code", kCount, Samples<&CFastNoise3::SampleLinear>,
+     PlainSamples<EQuality::kLinear>},
+    {"SampleCubic", "in plain code", kCount, Samples<&CFastNoise3::SampleCubic>,
+     PlainSamples<EQuality::kCubic>},
+    {"SampleQuintic", "in plain code", kCount, Samples<&CFastNoise3::SampleQuintic>,
+     PlainSamples<EQuality::kQuintic>},
+    {"CoherentSampleLinear", "SampleLinear", kCount, CoherentSamples<&CFastNoise3::CoherentSampleLinear>,
+     Samples<&CFastNoise3::SampleLinear>},
+    {"CoherentSampleCubic", "SampleCubic", kCount, CoherentSamples<&CFastNoise3::CoherentSampleCubic>,
+     Samples<&CFastNoise3::SampleCubic>},
+    {"CoherentSampleQuintic", "SampleQuintic", kCount, CoherentSamples<&CFastNoise3::CoherentSampleQuintic>,
+     Samples<&CFastNoise3::SampleQuintic>},
+    {"Derivatives, linear", "in plain code", kCount,
+     Gradients<CSingleGradient{&CFastNoise3::Sample1stOrderDerivativesLinear}>,
+     PlainGradients<EQuality::kLinear>},
+    {"Derivatives, cubic", "in plain code", kCount,
+     Gradients<CSingleGradient{&CFastNoise3::Sample1stOrderDerivativesCubic}>,
+     PlainGradients<EQuality::kCubic>},
+    {"Derivatives, quintic", "in plain code", kCount,
+     Gradients<CSingleGradient{&CFastNoise3::Sample1stOrderDerivativesQuintic}>,
+     PlainGradients<EQuality::kQuintic>},
+    {"Derivatives in a batch, linear", "plain loop", kCount,
+     GradientBatch<&CFastNoise3::Sample1stOrderDerivativesLinear>, PlainGradientBatch<EQuality::kLinear>},
+    {"Derivatives in a batch, cubic", "plain loop", kCount,
+     GradientBatch<&CFastNoise3::Sample1stOrderDerivativesCubic>, PlainGradientBatch<EQuality::kCubic>},
+    {"Derivatives in a batch, quintic", "plain loop", kCount,
+     GradientBatch<&CFastNoise3::Sample1stOrderDerivativesQuintic>, PlainGradientBatch<EQuality::kQuintic>},
+    {"RotateBasis, all 256 entries", "with sinf", 1, Rotation, RotationBySinf},
+    {"SinStream_Aligned16", "SLEEF, 3.5 ULP", kEntries, Sines, SinesBySleef},
+    {"SinStream_Aligned16", "sinf", kEntries, Sines, SinesBySinf},
+    {"ArcSinStream_Aligned16", "asinf", kEntries, ArcSines, ArcSinesByAsinf},
+};
+
+std::string NameOf(const COperation& operation, bool isOther) {
+    return std::string(operation.m_Name) + (isOther ? "/other: " : "/beside: ") + operation.m_OtherName;
+}
+
+void Run(benchmark::State& state, void (*run)(CData& data), uint32_t items) {
+    CData& data = Data();
+    for (auto _ : state) {
+        run(data);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * items);
+}
+
+} // namespace
+
+void RegisterOperationBenchmarks() {
+    for (const COperation& operation : kOperations) {
+        for (const bool isOther : {false, true}) {
+            benchmark::RegisterBenchmark(
+                NameOf(operation, isOther).c_str(), [&operation, isOther](auto& state) {
+                    Run(state, isOther ? operation.m_RunOther : operation.m_Run, operation.m_Items);
+                });
+        }
+    }
+}
+
+void PrintOperationBenchmarks(const CMedians& medians) {
+    std::printf("%-34s%9s   %-16s%9s%9s\n", "nanoseconds, medians", "", "beside", "", "ratio");
+    for (const COperation& operation : kOperations) {
+        const double own = medians.Nanoseconds(NameOf(operation, false));
+        const double other = medians.Nanoseconds(NameOf(operation, true));
+        std::printf("%-34s", operation.m_Name);
+        PrintNumber(own);
+        std::printf("   %-16s", operation.m_OtherName);
+        PrintNumber(other);
+        PrintNumber(other / own);
+        std::printf("\n");
+    }
+}
+
+} // namespace Vestrel::Benchmarks
