@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Measures the samplers and prints a table: nanoseconds per position, medians of nine runs in random order. Arguments
-# go through to the benchmark program; --benchmark_filter=3D, for one, measures less.
+# Measures every operation and prints two tables, of the batch samplers and of all others: nanoseconds, medians of nine
+# runs in random order. Arguments go through to the benchmark program; --benchmark_filter=3D, for one, measures less.
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"

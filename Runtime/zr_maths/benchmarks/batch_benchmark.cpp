@@ -9,8 +9,10 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -117,6 +119,10 @@ std::string NameOf(const CBatchSampler& sampler, EPath path, uint32_t count) {
 
 template <typename TValue>
 void PrintRow(const CBatchSampler& sampler, const std::string& name, const TValue& valueOf) {
+    const auto isMeasured = [&](uint32_t count) { return !std::isnan(valueOf(count)); };
+    if (std::none_of(std::begin(kCounts), std::end(kCounts), isMeasured)) {
+        return; // left out by a filter
+    }
     std::printf("%-16s %-27s", sampler.m_Name, name.c_str());
     for (const uint32_t count : kCounts) {
         PrintNumber(valueOf(count));

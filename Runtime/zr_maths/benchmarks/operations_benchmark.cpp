@@ -288,6 +288,9 @@ void PrintOperationBenchmarks(const CMedians& medians) {
     for (const COperation& operation : kOperations) {
         const double own = medians.Nanoseconds(NameOf(operation, false));
         const double other = medians.Nanoseconds(NameOf(operation, true));
+        if (std::isnan(own) && std::isnan(other)) {
+            continue; // left out by a filter
+        }
         std::printf("%-34s", operation.m_Name);
         PrintNumber(own);
         std::printf("   %-16s", operation.m_OtherName);
