@@ -38,7 +38,8 @@ constexpr unsigned char kPattern = 0x3E; // floats of 0x3E3E3E3E, about 0.186
 
 } // namespace
 
-void* operator new(size_t size) {
+// Inlined, they would look like a mistake to the compiler: something new that is freed.
+[[gnu::noinline]] void* operator new(size_t size) {
     ++s_NewCount;
     void* const block = std::malloc(size);
     if (block == nullptr) {
@@ -47,11 +48,11 @@ void* operator new(size_t size) {
     return block;
 }
 
-void operator delete(void* block) noexcept {
+[[gnu::noinline]] void operator delete(void* block) noexcept {
     std::free(block);
 }
 
-void operator delete(void* block, size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* block, size_t) noexcept {
     std::free(block);
 }
 
