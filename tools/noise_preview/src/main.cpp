@@ -42,9 +42,9 @@ void OpenStandardStreams() {
 
 void Run(const COptions& options) {
     CheckMemory(options);
-    CPngFile file(options.m_Output);
+    COutputFile file(options.m_Output);
     const CFieldPicture field = DrawField(options);
-    file.Write(field.m_Picture);
+    WritePng(file, field.m_Picture);
     const double count = static_cast<double>(field.m_PositionCount);
     std::printf("%s: %llu positions, %.2f ns per position\n", options.m_Output.c_str(),
                 static_cast<unsigned long long>(field.m_PositionCount),

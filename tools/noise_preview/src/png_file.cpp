@@ -5,48 +5,12 @@
 #include <png.h>
 
 #include <cerrno>
-#include <climits>
 #include <csetjmp>
-#include <csignal>
-#include <cstdlib>
 #include <cstring>
-#include <stdexcept>
-#include <string>
-#include <sys/stat.h>
-#include <unistd.h>
-#include <utility>
 
 namespace NoisePreview {
 
 namespace {
-
-/// The file to remove when a signal ends the program; empty when there is none.
-char s_PartialPath[PATH_MAX] = "";
-
-extern "C" void RemovePartialFile(int signal) {
-    unlink(s_PartialPath);
-    std::signal(signal, SIG_DFL);
-    std::raise(signal);
-}
-
-/// Leaves alone what the program was started to ignore, as nohup does.
-void RemovePartialFileOnSignals() {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-        if (std::signal(signal, RemovePartialFile) == SIG_IGN) {
-            std::signal(signal, SIG_IGN);
-        }
-    }
-}
-
-/// The path behind symbolic links, so that they stay, even those to a file that is not there yet.
-std::filesystem::path WhereLinksLead(std::filesystem::path path) {
-    constexpr int kMaxLinks = 40; // as many as the system follows
-    std::error_code error;
-    for (int links = 0; links < kMaxLinks && std::filesystem::is_symlink(path, error); ++links) {
-        path = path.parent_path() / std::filesystem::read_symlink(path, error);
-    }
-    return path;
-}
 
 /// What libpng says when it gives up; kept outside the function that it jumps back into.
 struct CPngError {
@@ -87,54 +51,14 @@ bool WriteRows(std::FILE* file, const CPicture& picture, CProgress& progress, CP
 
 } // namespace
 
-CPngFile::CPngFile(const std::filesystem::path& path) : m_Path(WhereLinksLead(path)) {
-    struct stat existing = {};
-    const bool exists = stat(m_Path.c_str(), &existing) == 0;
-    if (exists && !S_ISREG(existing.st_mode)) {
-        _Fail("it is not a file");
-    }
-    if (exists && access(m_Path.c_str(), W_OK) != 0) {
-        _Fail(std::strerror(errno));
-    }
-    m_PartialPath = (m_Path.parent_path() / ".noise_preview.XXXXXX").string();
-    const int descriptor = mkstemp(m_PartialPath.data());
-    if (descriptor < 0) {
-        _Fail(std::strerror(errno));
-    }
-    m_PartialPath.copy(s_PartialPath, sizeof(s_PartialPath) - 1);
-    RemovePartialFileOnSignals();
-    const mode_t mask = umask(0);
-    umask(mask);
-    fchmod(descriptor, exists ? existing.st_mode & 07777 : 0666 & ~mask);
-    m_File = fdopen(descriptor, "wb");
-}
-
-CPngFile::~CPngFile() {
-    if (m_File != nullptr) {
-        std::fclose(m_File);
-    }
-    if (!m_PartialPath.empty()) {
-        unlink(m_PartialPath.c_str());
-    }
-    s_PartialPath[0] = '\0';
-}
-
-void CPngFile::Write(const CPicture& picture) {
+void WritePng(COutputFile& file, const CPicture& picture) {
     CProgress progress("writing ", picture.m_Height);
     CPngError error;
     errno = 0;
-    if (m_File == nullptr || !WriteRows(m_File, picture, progress, error)) {
-        _Fail(errno != 0 ? std::strerror(errno) : error.m_Message);
+    if (!WriteRows(file.Stream(), picture, progress, error)) {
+        file.Fail(errno != 0 ? std::strerror(errno) : error.m_Message);
     }
-    const bool isFlushed = std::fclose(std::exchange(m_File, nullptr)) == 0;
-    if (!isFlushed || std::rename(m_PartialPath.c_str(), m_Path.c_str()) != 0) {
-        _Fail(std::strerror(errno));
-    }
-    m_PartialPath.clear();
-}
-
-void CPngFile::_Fail(const std::string& reason) const {
-    throw std::runtime_error("'" + m_Path.string() + "' cannot be written: " + reason);
+    file.Finish();
 }
 
 } // namespace NoisePreview
