@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <string_view>
 
 namespace NoisePreview {
@@ -22,19 +21,29 @@ constexpr double kMaxCoordinate = 0x1p23;
     throw CLI::ValidationError(option, "'" + text + "' is " + reason);
 }
 
-/// The whole number that is all of `text`, if it lies between `min` and `max`.
-std::optional<uint32_t> ParseWhole(std::string_view text, uint32_t min, uint32_t max) {
-    uint32_t number = 0;
+/// The number that is all of `text`, if it lies between `min` and `max`.
+template <typename TNumber>
+std::optional<TNumber> ParseNumber(std::string_view text, TNumber min, TNumber max) {
+    TNumber number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     const bool isWhole = error == std::errc() && end == text.data() + text.size();
     return isWhole && min <= number && number <= max ? std::optional(number) : std::nullopt;
 }
 
+std::optional<uint32_t> ParseWhole(std::string_view text, uint32_t min, uint32_t max) {
+    return ParseNumber(text, min, max);
+}
+
+std::optional<double> ParseDecimal(std::string_view text, double min, double max) {
+    return ParseNumber(text, min, max);
+}
+
 void ParseDimension(const std::string& text, COptions& options) {
-    if (text != "1" && text != "3") {
-        Refuse("--dimension", text, "neither 1 nor 3");
+    const std::optional<uint32_t> dimension = ParseWhole(text, 1, 4);
+    if (!dimension) {
+        Refuse("--dimension", text, "none of 1, 2, 3 and 4");
     }
-    options.m_Dimension = text == "1" ? 1 : 3;
+    options.m_Dimension = *dimension;
 }
 
 void ParseQuality(const std::string& text, COptions& options) {
@@ -72,14 +81,21 @@ void ParseCells(const std::string& text, COptions& options) {
     options.m_Cells = *cells;
 }
 
-void ParseSlice(const std::string& text, COptions& options) {
-    double slice = 0.0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), slice);
-    const bool isWhole = error == std::errc() && end == text.data() + text.size();
-    if (!isWhole || !(std::fabs(slice) <= kMaxCoordinate)) {
-        Refuse("--slice", text, "not a number from -8388608 to 8388608");
+/// The coordinate that `option` gives a slice.
+float ParseCoordinate(const char* option, const std::string& text) {
+    const std::optional<double> coordinate = ParseDecimal(text, -kMaxCoordinate, kMaxCoordinate);
+    if (!coordinate) {
+        Refuse(option, text, "not a number from -8388608 to 8388608");
     }
-    options.m_Slice = static_cast<float>(slice);
+    return static_cast<float>(*coordinate);
+}
+
+void ParseSlice(const std::string& text, COptions& options) {
+    options.m_Slice = ParseCoordinate("--slice", text);
+}
+
+void ParseSliceW(const std::string& text, COptions& options) {
+    options.m_SliceW = ParseCoordinate("--slice-w", text);
 }
 
 void ParseSeed(const std::string& text, COptions& options) {
@@ -106,16 +122,18 @@ struct COption {
 };
 
 constexpr COption kOptions[] = {
-    {"--dimension", "1|3",
-     "Dimension of the field: 1 draws its curve, 3 a slice through it, from black at -1 to white at 1 "
-     "(default: 3).",
+    {"--dimension", "1|2|3|4",
+     "Dimension of the field: 1 draws its curve, 2 its plane, 3 and 4 a slice through it, from black at -1 "
+     "to white at 1 (default: 3).",
      ParseDimension},
     {"--quality", "linear|cubic|quintic",
      "How samples are blended between lattice points (default: quintic).", ParseQuality},
     {"--size", "WxH", "Width and height of the picture in pixels (default: 1024x1024).", ParseSize},
     {"--cells", "N", "How many lattice cells the picture is wide, 1 to 1000000 (default: 16).", ParseCells},
-    {"--slice", "Z", "Where a 3D field is cut: the z coordinate of all positions (default: 0.5).",
+    {"--slice", "Z", "Where a 3D or 4D field is cut: the z coordinate of all positions (default: 0.5).",
      ParseSlice},
+    {"--slice-w", "W", "Where a 4D field is cut as well: the w coordinate of all positions (default: 0.5).",
+     ParseSliceW},
     {"--seed", "S", "Seed of the field's random values, 0 to 4294967295 (default: 1).", ParseSeed},
     {"--output", "FILE.png",
      "The PNG file to write; a file that is there already is replaced (default: noise.png).", ParseOutput},
@@ -123,7 +141,7 @@ constexpr COption kOptions[] = {
 
 void CheckExtent(const COptions& options) {
     const double tall = static_cast<double>(options.m_Height) / options.m_Width;
-    if (options.m_Dimension == 3 && options.m_Cells * tall > kMaxCoordinate) {
+    if (options.m_Dimension > 1 && options.m_Cells * tall > kMaxCoordinate) {
         Refuse("--cells", std::to_string(options.m_Cells),
                "so many that the picture would be more than 8388608 cells high");
     }

@@ -10,12 +10,13 @@ enum class EQuality { kLinear, kCubic, kQuintic };
 
 /// What to draw and where to.
 struct COptions {
-    int m_Dimension = 3;
+    uint32_t m_Dimension = 3;
     EQuality m_Quality = EQuality::kQuintic;
     uint32_t m_Width = 1024;
     uint32_t m_Height = 1024;
     uint32_t m_Cells = 16;
     float m_Slice = 0.5f;
+    float m_SliceW = 0.5f;
     uint32_t m_Seed = 1;
     std::string m_Output = "noise.png";
 };

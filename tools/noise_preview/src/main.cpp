@@ -1,6 +1,10 @@
 #include "command_line.h"
-#include "field_picture.h"
+#include "field_painter.h"
+#include "output_file.h"
 #include "png_file.h"
+#include "progress.h"
+
+#include <zr_maths/maths_noise_fast.h>
 
 #include <csignal>
 #include <cstdio>
@@ -40,15 +44,28 @@ void OpenStandardStreams() {
     }
 }
 
+CSamplingCost DrawStill(const COptions& options, const Vestrel::CFastNoise3& noise, COutputFile& file) {
+    CPicture picture(options.m_Width, options.m_Height);
+    CSamplingCost cost;
+    {
+        CProgress progress("sampling", SampleCount(options));
+        CFieldPainter painter(noise, options, progress);
+        painter.Draw(picture);
+        cost = painter.Cost();
+    }
+    WritePng(file, picture);
+    return cost;
+}
+
 void Run(const COptions& options) {
     CheckMemory(options);
     COutputFile file(options.m_Output);
-    const CFieldPicture field = DrawField(options);
-    WritePng(file, field.m_Picture);
-    const double count = static_cast<double>(field.m_PositionCount);
+    Vestrel::CStdRandomGenerator generator(options.m_Seed);
+    const Vestrel::CFastNoise3 noise(&generator);
+    const CSamplingCost cost = DrawStill(options, noise, file);
     std::printf("%s: %llu positions, %.2f ns per position\n", options.m_Output.c_str(),
-                static_cast<unsigned long long>(field.m_PositionCount),
-                field.m_SamplingSeconds * 1e9 / count);
+                static_cast<unsigned long long>(cost.m_PositionCount),
+                cost.m_Seconds * 1e9 / static_cast<double>(cost.m_PositionCount));
     if (std::fflush(stdout) != 0) {
         throw std::runtime_error("the last line cannot be written to standard output");
     }

@@ -12,9 +12,9 @@ struct CPicture {
     uint32_t m_Height;
     std::vector<uint8_t> m_Pixels;
 
-    /// White all over. May throw std::bad_alloc.
+    /// May throw std::bad_alloc.
     CPicture(uint32_t width, uint32_t height)
-        : m_Width(width), m_Height(height), m_Pixels(static_cast<size_t>(width) * height, uint8_t{255}) {}
+        : m_Width(width), m_Height(height), m_Pixels(static_cast<size_t>(width) * height) {}
 
     uint8_t* Row(uint32_t y) {
         return m_Pixels.data() + static_cast<size_t>(y) * m_Width;

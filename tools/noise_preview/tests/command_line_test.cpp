@@ -1,0 +1,75 @@
+#include "noise_preview_run.h"
+
+#include <string>
+
+namespace {
+
+TEST_F(NoisePreview, Defaults) {
+    ASSERT_EQ(Run("").m_ExitCode, 0);
+    const CGreyPng picture = ReadPng(m_Folder / "noise.png");
+    EXPECT_EQ(picture.m_Width, 1024u);
+    EXPECT_EQ(picture.m_Height, 1024u);
+    ASSERT_EQ(
+        Run("--dimension 3 --quality quintic --size 1024x1024 --cells 16 --slice 0.5 --seed 1 --output b.png")
+            .m_ExitCode,
+        0);
+    EXPECT_EQ(ReadFile(m_Folder / "noise.png"), ReadFile(m_Folder / "b.png"));
+    ASSERT_EQ(Run("--dimension 4 --size 60x40 --output c.png").m_ExitCode, 0);
+    ASSERT_EQ(Run("--dimension 4 --size 60x40 --slice 0.5 --slice-w 0.5 --output d.png").m_ExitCode, 0);
+    EXPECT_EQ(ReadFile(m_Folder / "c.png"), ReadFile(m_Folder / "d.png"));
+}
+
+TEST_F(NoisePreview, LastOfRepeatedOptionsCounts) {
+    ASSERT_EQ(Run("--size 9x9 --size 20x10 --output a.png --output b.png").m_ExitCode, 0);
+    EXPECT_FALSE(fs::exists(m_Folder / "a.png"));
+    EXPECT_EQ(ReadPng(m_Folder / "b.png").m_Width, 20u);
+}
+
+TEST_F(NoisePreview, HelpExplainsEveryOptionWithItsDefault) {
+    const CResult result = Run("--help");
+    EXPECT_EQ(result.m_ExitCode, 0);
+    EXPECT_EQ(result.m_Errors, "");
+    for (const std::string text :
+         {"--dimension 1|2|3|4 ", "--quality linear|cubic|quintic", "--size WxH ", "--cells N ", "--slice Z ",
+          "--slice-w W ", "--seed S ", "--output FILE.png ", "(default: 3).", "(default: quintic).",
+          "(default: 1024x1024).", "(default: 16).", "(default: 0.5).", "(default: 1).",
+          "(default: noise.png)."}) {
+        EXPECT_NE(result.m_Output.find(text), std::string::npos) << text << " in:\n" << result.m_Output;
+    }
+}
+
+TEST_F(NoisePreview, BadOptionsGetOneLineThatNamesThem) {
+    for (const std::string value : {"5", "0", "-1", "x", "3.0", "''"}) {
+        ExpectFailure("--dimension " + value, "--dimension");
+    }
+    for (const std::string value : {"best", "Linear", "3", "''"}) {
+        ExpectFailure("--quality " + value, "--quality");
+    }
+    for (const std::string value : {"0x10", "10x0", "10", "x", "10x", "x10", "-4x4", "4x-4", "4x4x4", "4.5x4",
+                                    "1e2x4", "' 4x4'", "2147483648x1", "99999999999x1"}) {
+        ExpectFailure("--size " + value, "--size");
+    }
+    for (const std::string value : {"0", "-1", "1.5", "1000001", "many", "''"}) {
+        ExpectFailure("--cells " + value, "--cells");
+    }
+    for (const std::string value : {"nan", "inf", "1e30", "z", "-9000000", "''"}) {
+        ExpectFailure("--slice " + value, "--slice:");
+        ExpectFailure("--dimension 4 --slice-w " + value, "--slice-w:");
+    }
+    for (const std::string value : {"-1", "4294967296", "1.5", "seed", "''"}) {
+        ExpectFailure("--seed " + value, "--seed");
+    }
+    ExpectFailure("--output", "--output");
+    ExpectFailure("--colour", "--colour");
+    ExpectFailure("field.png", "field.png");
+    ExpectFailure("--cells 1000000 --size 1x1000", "--cells");
+    ExpectFailure("'--two\nlines'", "--two lines");
+}
+
+TEST_F(NoisePreview, OnlyTheHeightOfASliceIsLimited) {
+    EXPECT_EQ(Run("--dimension 1 --cells 1000000 --size 1x1000 --output a.png").m_ExitCode, 0);
+    ExpectFailure("--dimension 2 --cells 1000000 --size 1x1000", "--cells");
+    EXPECT_EQ(Run("--slice 1e-50 --size 4x4 --output a.png").m_ExitCode, 0);
+}
+
+} // namespace

@@ -1,0 +1,41 @@
+#include "noise_preview_run.h"
+
+#include <cstdio>
+
+namespace {
+
+TEST_F(NoisePreview, ShowsProgressAndEndsWithOneLine) {
+    const CResult result = Run("--size 300x200 --output a.png");
+    EXPECT_EQ(result.m_ExitCode, 0);
+    char rest[8] = "";
+    double nanoseconds = 0.0;
+    EXPECT_EQ(std::sscanf(result.m_Output.c_str(), "a.png: 60000 positions, %lf ns per position%7c",
+                          &nanoseconds, rest),
+              2)
+        << result.m_Output;
+    EXPECT_STREQ(rest, "\n");
+    EXPECT_GT(nanoseconds, 0.0);
+    EXPECT_NE(result.m_Errors.find("sampling 100 %"), std::string::npos) << result.m_Errors;
+    EXPECT_NE(result.m_Errors.find("writing  100 %"), std::string::npos) << result.m_Errors;
+}
+
+TEST_F(NoisePreview, TooLargeForMemoryIsSaid) {
+    ExpectFailure("--size 2000000000x2000000000", "2000000000 x 2000000000 pixels does not fit into memory");
+    ExpectFailure("--size 2147483647x2147483647", "does not fit into memory");
+}
+
+TEST_F(NoisePreview, ExhaustedMemoryIsSaid) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "sanitizers need more address space than is left here";
+#endif
+    ExpectFailure("--size 30000x20000", "30000 x 20000 pixels does not fit into memory",
+                  "ulimit -v 200000 && exec");
+}
+
+TEST_F(NoisePreview, ClosedStandardStreamsDoNoHarm) {
+    const CResult result = Run("--size 50x50 --output a.png 0<&- 1>&- 2>&-");
+    EXPECT_EQ(ReadPng(m_Folder / "a.png").m_Width, 50u);
+    EXPECT_EQ(result.m_ExitCode, 0);
+}
+
+} // namespace
