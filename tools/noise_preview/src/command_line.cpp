@@ -158,6 +158,9 @@ std::optional<COptions> ParseCommandLine(int argumentCount, char** arguments, in
             ->type_name(option.m_Form)
             ->take_last();
     }
+    app.add_flag("--stats", options.m_HasStatistics,
+                 "Print minimum, maximum, mean and a histogram of the samples as well.")
+        ->disable_flag_override();
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
         std::string line = std::string("noise_preview: ") + error.what() + " (--help explains the options)";
         std::replace(line.begin(), line.end(), '\n', ' '); // one that came with an argument

@@ -18,6 +18,7 @@ struct COptions {
     float m_Slice = 0.5f;
     float m_SliceW = 0.5f;
     uint32_t m_Seed = 1;
+    bool m_HasStatistics = false;
     std::string m_Output = "noise.png";
 };
 

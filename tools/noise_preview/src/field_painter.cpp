@@ -63,6 +63,9 @@ void CFieldPainter::_DrawSlice(CPicture& picture) {
 
 void CFieldPainter::_Sample(uint64_t first, TMemoryView<float> values) {
     SampleValues(m_Noise, m_Options, first, values, m_Cost);
+    if (m_Options.m_HasStatistics) {
+        m_Statistics.Add(values);
+    }
     m_Progress.Show(m_Cost.m_PositionCount);
 }
 

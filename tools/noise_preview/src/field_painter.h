@@ -4,6 +4,7 @@
 #include "field_sampler.h"
 #include "picture.h"
 #include "progress.h"
+#include "statistics.h"
 
 #include <zr_maths/maths_noise_fast.h>
 
@@ -14,7 +15,7 @@ namespace NoisePreview {
 /// How many samples a picture shows: one a pixel, or in 1D one a column.
 uint64_t SampleCount(const COptions& options);
 
-/// Draws a field, and keeps count of what its samples cost.
+/// Draws a field, and keeps count of its samples.
 class CFieldPainter {
 public:
     /// What is given here is borrowed. `progress` is told how many samples were taken.
@@ -27,6 +28,11 @@ public:
         return m_Cost;
     }
 
+    /// Of all samples so far, if the options ask for it.
+    const CStatistics& Statistics() const {
+        return m_Statistics;
+    }
+
 private:
     void _DrawCurve(CPicture& picture);
     void _DrawSlice(CPicture& picture);
@@ -36,6 +42,7 @@ private:
     const COptions& m_Options;
     CProgress& m_Progress;
     CSamplingCost m_Cost;
+    CStatistics m_Statistics;
 };
 
 } // namespace NoisePreview

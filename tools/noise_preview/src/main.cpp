@@ -44,17 +44,28 @@ void OpenStandardStreams() {
     }
 }
 
-CSamplingCost DrawStill(const COptions& options, const Vestrel::CFastNoise3& noise, COutputFile& file) {
+/// What there is to say about a picture.
+std::string ReportOf(const COptions& options, const CFieldPainter& painter) {
+    const CSamplingCost& cost = painter.Cost();
+    char line[64];
+    std::snprintf(line, sizeof(line), ": %llu positions, %.2f ns per position\n",
+                  static_cast<unsigned long long>(cost.m_PositionCount),
+                  cost.m_Seconds * 1e9 / static_cast<double>(cost.m_PositionCount));
+    return options.m_Output + line + (options.m_HasStatistics ? painter.Statistics().Text() : "");
+}
+
+/// Draws a picture, puts it into the file, and returns what there is to say about it.
+std::string DrawStill(const COptions& options, const Vestrel::CFastNoise3& noise, COutputFile& file) {
     CPicture picture(options.m_Width, options.m_Height);
-    CSamplingCost cost;
+    std::string report;
     {
         CProgress progress("sampling", SampleCount(options));
         CFieldPainter painter(noise, options, progress);
         painter.Draw(picture);
-        cost = painter.Cost();
+        report = ReportOf(options, painter);
     }
     WritePng(file, picture);
-    return cost;
+    return report;
 }
 
 void Run(const COptions& options) {
@@ -62,12 +73,9 @@ void Run(const COptions& options) {
     COutputFile file(options.m_Output);
     Vestrel::CStdRandomGenerator generator(options.m_Seed);
     const Vestrel::CFastNoise3 noise(&generator);
-    const CSamplingCost cost = DrawStill(options, noise, file);
-    std::printf("%s: %llu positions, %.2f ns per position\n", options.m_Output.c_str(),
-                static_cast<unsigned long long>(cost.m_PositionCount),
-                cost.m_Seconds * 1e9 / static_cast<double>(cost.m_PositionCount));
-    if (std::fflush(stdout) != 0) {
-        throw std::runtime_error("the last line cannot be written to standard output");
+    const std::string report = DrawStill(options, noise, file);
+    if (std::fputs(report.c_str(), stdout) < 0 || std::fflush(stdout) != 0) {
+        throw std::runtime_error("the report cannot be written to standard output");
     }
 }
 

@@ -31,9 +31,9 @@ TEST_F(NoisePreview, HelpExplainsEveryOptionWithItsDefault) {
     EXPECT_EQ(result.m_Errors, "");
     for (const std::string text :
          {"--dimension 1|2|3|4 ", "--quality linear|cubic|quintic", "--size WxH ", "--cells N ", "--slice Z ",
-          "--slice-w W ", "--seed S ", "--output FILE.png ", "(default: 3).", "(default: quintic).",
-          "(default: 1024x1024).", "(default: 16).", "(default: 0.5).", "(default: 1).",
-          "(default: noise.png)."}) {
+          "--slice-w W ", "--stats ", "--seed S ", "--output FILE.png ", "(default: 3).",
+          "(default: quintic).", "(default: 1024x1024).", "(default: 16).", "(default: 0.5).",
+          "(default: 1).", "(default: noise.png)."}) {
         EXPECT_NE(result.m_Output.find(text), std::string::npos) << text << " in:\n" << result.m_Output;
     }
 }
@@ -58,6 +58,9 @@ TEST_F(NoisePreview, BadOptionsGetOneLineThatNamesThem) {
     }
     for (const std::string value : {"-1", "4294967296", "1.5", "seed", "''"}) {
         ExpectFailure("--seed " + value, "--seed");
+    }
+    for (const std::string value : {"=0", "=x", "=5", " 1"}) {
+        ExpectFailure("--stats" + value, value == " 1" ? "1" : "stats was given");
     }
     ExpectFailure("--output", "--output");
     ExpectFailure("--colour", "--colour");

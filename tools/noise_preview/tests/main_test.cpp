@@ -38,4 +38,12 @@ TEST_F(NoisePreview, ClosedStandardStreamsDoNoHarm) {
     EXPECT_EQ(result.m_ExitCode, 0);
 }
 
+TEST_F(NoisePreview, AReportThatCannotBeWrittenIsSaid) {
+    const CResult result = Run("--size 5x5 --output a.png --stats >/dev/full");
+    EXPECT_EQ(result.m_ExitCode, 1);
+    EXPECT_EQ(WithoutProgress(result.m_Errors),
+              "noise_preview: the report cannot be written to standard output\n");
+    EXPECT_EQ(ReadPng(m_Folder / "a.png").m_Width, 5u);
+}
+
 } // namespace
