@@ -58,6 +58,16 @@ void ParseQuality(const std::string& text, COptions& options) {
     }
 }
 
+void ParseShade(const std::string& text, COptions& options) {
+    if (text == "value") {
+        options.m_Shade = EShade::kValue;
+    } else if (text == "gradient") {
+        options.m_Shade = EShade::kGradient;
+    } else {
+        Refuse("--shade", text, "neither value nor gradient");
+    }
+}
+
 void ParseSize(const std::string& text, COptions& options) {
     const size_t cross = text.find('x');
     if (cross == std::string::npos) {
@@ -128,6 +138,11 @@ constexpr COption kOptions[] = {
      ParseDimension},
     {"--quality", "linear|cubic|quintic",
      "How samples are blended between lattice points (default: quintic).", ParseQuality},
+    {"--shade", "value|gradient",
+     "What the greys are made of: the values, or, in 3D alone, the derivatives dx and dy per cell. The slice "
+     "is then a surface lit from the upper left: grey = 255 max(0, 1 + a + b) / sqrt(3 (1 + a^2 + b^2)), "
+     "where a = 0.3 dx and b = 0.3 dy (default: value).",
+     ParseShade},
     {"--size", "WxH", "Width and height of the picture in pixels (default: 1024x1024).", ParseSize},
     {"--cells", "N", "How many lattice cells the picture is wide, 1 to 1000000 (default: 16).", ParseCells},
     {"--slice", "Z", "Where a 3D or 4D field is cut: the z coordinate of all positions (default: 0.5).",
@@ -138,6 +153,12 @@ constexpr COption kOptions[] = {
     {"--output", "FILE.png",
      "The PNG file to write; a file that is there already is replaced (default: noise.png).", ParseOutput},
 };
+
+void CheckShade(const COptions& options) {
+    if (options.m_Shade == EShade::kGradient && options.m_Dimension != 3) {
+        Refuse("--shade", "gradient", "for --dimension 3 alone");
+    }
+}
 
 void CheckExtent(const COptions& options) {
     const double tall = static_cast<double>(options.m_Height) / options.m_Width;
@@ -158,8 +179,10 @@ std::optional<COptions> ParseCommandLine(int argumentCount, char** arguments, in
             ->type_name(option.m_Form)
             ->take_last();
     }
-    app.add_flag("--stats", options.m_HasStatistics,
-                 "Print minimum, maximum, mean and a histogram of the samples as well.")
+    app.add_flag(
+           "--stats", options.m_HasStatistics,
+           "Print minimum, maximum, mean and a histogram of the drawn field's values as well, whatever the "
+           "shade.")
         ->disable_flag_override();
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
         std::string line = std::string("noise_preview: ") + error.what() + " (--help explains the options)";
@@ -169,6 +192,7 @@ std::optional<COptions> ParseCommandLine(int argumentCount, char** arguments, in
 
     try {
         app.parse(argumentCount, arguments);
+        CheckShade(options);
         CheckExtent(options);
     } catch (const CLI::ParseError& error) {
         exitCode = app.exit(error) == 0 ? 0 : 2;

@@ -7,11 +7,13 @@
 namespace NoisePreview {
 
 enum class EQuality { kLinear, kCubic, kQuintic };
+enum class EShade { kValue, kGradient };
 
 /// What to draw and where to.
 struct COptions {
     uint32_t m_Dimension = 3;
     EQuality m_Quality = EQuality::kQuintic;
+    EShade m_Shade = EShade::kValue;
     uint32_t m_Width = 1024;
     uint32_t m_Height = 1024;
     uint32_t m_Cells = 16;

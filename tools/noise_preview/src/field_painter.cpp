@@ -26,10 +26,22 @@ void ForEachChunk(const COptions& options, const TUse& use) {
     }
 }
 
+uint8_t Rounded(float grey) {
+    return static_cast<uint8_t>(std::clamp(std::round(grey), 0.0f, 255.0f));
+}
+
 /// -1 to 1 becomes black to white.
 uint8_t GreyOf(float value) {
-    const float scaled = std::round((value + 1.0f) * 127.5f);
-    return static_cast<uint8_t>(std::clamp(scaled, 0.0f, 255.0f));
+    return Rounded((value + 1.0f) * 127.5f);
+}
+
+/// How bright the field is as a surface over x and y, in the manner of Lambert: the cosine of the angle
+/// between its normal (-a, -b, 1) and the direction (-1, -1, 1) of the light, where y goes down.
+uint8_t LightOf(const TVector<float, 4>& gradient) {
+    constexpr float kRelief = 0.3f; // the height of a value of 1 in cells; with more, many slopes are black
+    const float a = kRelief * gradient.x;
+    const float b = kRelief * gradient.y;
+    return Rounded(255.0f * (1.0f + a + b) / std::sqrt(3.0f * (1.0f + a * a + b * b)));
 }
 
 } // namespace
@@ -42,7 +54,13 @@ CFieldPainter::CFieldPainter(const CFastNoise3& noise, const COptions& options, 
     : m_Noise(noise), m_Options(options), m_Progress(progress) {}
 
 void CFieldPainter::Draw(CPicture& picture) {
-    m_Options.m_Dimension == 1 ? _DrawCurve(picture) : _DrawSlice(picture);
+    if (m_Options.m_Dimension == 1) {
+        _DrawCurve(picture);
+    } else if (m_Options.m_Shade == EShade::kGradient) {
+        _DrawGradients(picture);
+    } else {
+        _DrawValues(picture);
+    }
 }
 
 void CFieldPainter::_DrawCurve(CPicture& picture) {
@@ -53,11 +71,27 @@ void CFieldPainter::_DrawCurve(CPicture& picture) {
     NoisePreview::DrawCurve(picture, m_Options.m_Cells, std::move(values));
 }
 
-void CFieldPainter::_DrawSlice(CPicture& picture) {
+void CFieldPainter::_DrawValues(CPicture& picture) {
     std::vector<float> values(kChunk);
     ForEachChunk(m_Options, [&](uint64_t first, uint32_t count) {
         _Sample(first, {values.data(), count});
         std::transform(values.begin(), values.begin() + count, picture.m_Pixels.data() + first, GreyOf);
+    });
+}
+
+void CFieldPainter::_DrawGradients(CPicture& picture) {
+    std::vector<TVector<float, 4>> gradients(kChunk);
+    std::vector<float> values(kChunk);
+    ForEachChunk(m_Options, [&](uint64_t first, uint32_t count) {
+        SampleGradients(m_Noise, m_Options, first, {gradients.data(), count}, m_Cost);
+        std::transform(gradients.begin(), gradients.begin() + count, picture.m_Pixels.data() + first,
+                       LightOf);
+        if (m_Options.m_HasStatistics) {
+            CSamplingCost notDrawn;
+            SampleValues(m_Noise, m_Options, first, {values.data(), count}, notDrawn);
+            m_Statistics.Add({values.data(), count});
+        }
+        m_Progress.Show(m_Cost.m_PositionCount);
     });
 }
 

@@ -35,7 +35,8 @@ public:
 
 private:
     void _DrawCurve(CPicture& picture);
-    void _DrawSlice(CPicture& picture);
+    void _DrawValues(CPicture& picture);
+    void _DrawGradients(CPicture& picture);
     void _Sample(uint64_t first, Vestrel::TMemoryView<float> values);
 
     const Vestrel::CFastNoise3& m_Noise;

@@ -1,6 +1,7 @@
 #include "field_sampler.h"
 
 #include <chrono>
+#include <cmath>
 #include <type_traits>
 #include <vector>
 
@@ -29,6 +30,17 @@ constexpr TSampler<TVector<float, 3>> kSamplers<TVector<float, 3>>[] = {
 template <>
 constexpr TSampler<TVector<float, 4>> kSamplers<TVector<float, 4>>[] = {
     &CFastNoise3::SampleLinear4D, &CFastNoise3::SampleCubic4D, &CFastNoise3::SampleQuintic4D};
+
+/// The fractions of a position's coordinates, and the lattice cell.
+using CSplitPosition = TPair<TVector<float, 4>, TVector<int, 4>>;
+
+using TGradientSampler = void (CFastNoise3::*)(const TMemoryView<const CSplitPosition>&,
+                                               const TMemoryView<TVector<float, 4>>&) const noexcept;
+
+/// In the order of EQuality.
+constexpr TGradientSampler kGradientSamplers[] = {&CFastNoise3::Sample1stOrderDerivativesLinear,
+                                                  &CFastNoise3::Sample1stOrderDerivativesCubic,
+                                                  &CFastNoise3::Sample1stOrderDerivativesQuintic};
 
 /// Runs `call` and adds what it costs.
 template <typename TCall>
@@ -74,6 +86,19 @@ void SampleAt(const CFastNoise3& noise, const COptions& options, uint64_t first,
     });
 }
 
+/// The field repeats every 256 cells.
+int CellOf(float floor) {
+    return static_cast<int>(floor) & 255;
+}
+
+CSplitPosition SplitPositionOf(uint64_t pixel, const COptions& options) {
+    const auto position = PositionOf<TVector<float, 3>>(pixel, options);
+    const float x = std::floor(position.x);
+    const float y = std::floor(position.y);
+    const float z = std::floor(position.z);
+    return {{position.x - x, position.y - y, position.z - z, 0.0f}, {CellOf(x), CellOf(y), CellOf(z), 0}};
+}
+
 } // namespace
 
 void SampleValues(const CFastNoise3& noise, const COptions& options, uint64_t first,
@@ -82,6 +107,18 @@ void SampleValues(const CFastNoise3& noise, const COptions& options, uint64_t fi
                                                            SampleAt<TVector<float, 3>>,
                                                            SampleAt<TVector<float, 4>>};
     kByDimension[options.m_Dimension - 1](noise, options, first, values, cost);
+}
+
+void SampleGradients(const CFastNoise3& noise, const COptions& options, uint64_t first,
+                     TMemoryView<TVector<float, 4>> gradients, CSamplingCost& cost) {
+    std::vector<CSplitPosition> positions(gradients.m_Count);
+    for (uint32_t k = 0; k < gradients.m_Count; ++k) {
+        positions[k] = SplitPositionOf(first + k, options);
+    }
+    const auto sampler = kGradientSamplers[static_cast<size_t>(options.m_Quality)];
+    Timed(cost, gradients.m_Count, [&] {
+        (noise.*sampler)({positions.data(), gradients.m_Count}, gradients);
+    });
 }
 
 } // namespace NoisePreview

@@ -19,4 +19,8 @@ struct CSamplingCost {
 void SampleValues(const Vestrel::CFastNoise3& noise, const COptions& options, uint64_t first,
                   Vestrel::TMemoryView<float> values, CSamplingCost& cost);
 
+/// Likewise the gradient of a 3D field: its derivatives along x, y and z per cell.
+void SampleGradients(const Vestrel::CFastNoise3& noise, const COptions& options, uint64_t first,
+                     Vestrel::TMemoryView<Vestrel::TVector<float, 4>> gradients, CSamplingCost& cost);
+
 } // namespace NoisePreview

@@ -30,10 +30,10 @@ TEST_F(NoisePreview, HelpExplainsEveryOptionWithItsDefault) {
     EXPECT_EQ(result.m_ExitCode, 0);
     EXPECT_EQ(result.m_Errors, "");
     for (const std::string text :
-         {"--dimension 1|2|3|4 ", "--quality linear|cubic|quintic", "--size WxH ", "--cells N ", "--slice Z ",
-          "--slice-w W ", "--stats ", "--seed S ", "--output FILE.png ", "(default: 3).",
-          "(default: quintic).", "(default: 1024x1024).", "(default: 16).", "(default: 0.5).",
-          "(default: 1).", "(default: noise.png)."}) {
+         {"--dimension 1|2|3|4 ", "--quality linear|cubic|quintic", "--shade value|gradient ", "--size WxH ",
+          "--cells N ", "--slice Z ", "--slice-w W ", "--stats ", "--seed S ", "--output FILE.png ",
+          "(default: 3).", "(default: quintic).", "(default: value).", "(default: 1024x1024).",
+          "(default: 16).", "(default: 0.5).", "(default: 1).", "(default: noise.png)."}) {
         EXPECT_NE(result.m_Output.find(text), std::string::npos) << text << " in:\n" << result.m_Output;
     }
 }
@@ -41,6 +41,13 @@ TEST_F(NoisePreview, HelpExplainsEveryOptionWithItsDefault) {
 TEST_F(NoisePreview, BadOptionsGetOneLineThatNamesThem) {
     for (const std::string value : {"5", "0", "-1", "x", "3.0", "''"}) {
         ExpectFailure("--dimension " + value, "--dimension");
+    }
+    for (const std::string value : {"light", "Gradient", "1", "''"}) {
+        ExpectFailure("--shade " + value, "--shade");
+    }
+    for (const std::string dimension : {"1", "2", "4"}) {
+        ExpectFailure("--shade gradient --dimension " + dimension,
+                      "--shade: 'gradient' is for --dimension 3 alone");
     }
     for (const std::string value : {"best", "Linear", "3", "''"}) {
         ExpectFailure("--quality " + value, "--quality");

@@ -2,8 +2,10 @@
 
 #include <zr_maths/maths_noise_fast.h>
 
+#include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -81,6 +83,59 @@ TEST_F(NoisePreviewPictures, EveryQualityOfA4DSlicePixelByPixel) {
     ExpectPicture(options + "linear", &CFastNoise3::SampleLinear4D, positions);
     ExpectPicture(options + "cubic", &CFastNoise3::SampleCubic4D, positions);
     ExpectPicture(options + "quintic", &CFastNoise3::SampleQuintic4D, positions);
+}
+
+using CSplitPosition = TPair<TVector<float, 4>, TVector<int, 4>>;
+using TGradientSampler = void (CFastNoise3::*)(const TMemoryView<const CSplitPosition>&,
+                                               const TMemoryView<TVector<float, 4>>&) const noexcept;
+
+/// The formula of --help.
+double LightOf(const TVector<float, 4>& gradient) {
+    const double a = 0.3 * static_cast<double>(gradient.x);
+    const double b = 0.3 * static_cast<double>(gradient.y);
+    return 255.0 * std::max(0.0, 1.0 + a + b) / std::sqrt(3.0 * (1.0 + a * a + b * b));
+}
+
+TEST_F(NoisePreviewPictures, EveryQualityOfAGradientPixelByPixel) {
+    CStdRandomGenerator generator(7);
+    const CFastNoise3 noise(&generator);
+    // The floor of -1.75 is -2, which is the same lattice plane as 254.
+    const auto positions = PositionsOf([](float x, float y) {
+        const int i = static_cast<int>(x);
+        const int j = static_cast<int>(y);
+        return CSplitPosition{{x - static_cast<float>(i), y - static_cast<float>(j), 0.25f, 0.0f},
+                              {i, j, 254, 0}};
+    });
+    const std::pair<std::string, TGradientSampler> samplers[] = {
+        {"linear", &CFastNoise3::Sample1stOrderDerivativesLinear},
+        {"cubic", &CFastNoise3::Sample1stOrderDerivativesCubic},
+        {"quintic", &CFastNoise3::Sample1stOrderDerivativesQuintic}};
+    for (const auto& [quality, sampler] : samplers) {
+        std::vector<TVector<float, 4>> gradients(kPixelCount);
+        (noise.*sampler)({positions.data(), kPixelCount}, {gradients.data(), kPixelCount});
+        ASSERT_EQ(Run(kSlice + "--shade gradient --slice -1.75 --quality " + quality).m_ExitCode, 0);
+        const CGreyPng picture = ReadPng(m_Folder / "field.png");
+        ASSERT_EQ(picture.m_Pixels.size(), kPixelCount);
+        for (uint32_t k = 0; k < kPixelCount; ++k) {
+            // Rounded to the nearest grey, but for the floats that the program has calculated with.
+            ASSERT_NEAR(picture.m_Pixels[k], LightOf(gradients[k]), 0.501)
+                << quality << ", pixel " << k % kWidth << ", " << k / kWidth;
+        }
+    }
+}
+
+TEST_F(NoisePreviewPictures, AGradientRepeatsWithTheField) {
+    // Wider than the 256 cells of the field, so that its cells are reduced along x and y.
+    const std::string options = "--shade gradient --size 1536x1536 --cells 768 --output a.png";
+    ASSERT_EQ(Run(options).m_ExitCode, 0);
+    const CGreyPng picture = ReadPng(m_Folder / "a.png");
+    for (size_t y = 0; y < 512; ++y) {
+        for (size_t x = 0; x < 512; ++x) {
+            const uint8_t grey = picture.m_Pixels[y * 1536 + x];
+            ASSERT_EQ(picture.m_Pixels[(y + 512) * 1536 + x], grey) << x << ", " << y;
+            ASSERT_EQ(picture.m_Pixels[y * 1536 + x + 1024], grey) << x << ", " << y;
+        }
+    }
 }
 
 TEST_F(NoisePreviewPictures, TheCurveOfA1DField) {

@@ -98,6 +98,15 @@ TEST_F(NoisePreview, StatisticsOfASlice) {
     ExpectStatistics(ParseStatistics(result.m_Output), samples);
 }
 
+TEST_F(NoisePreview, StatisticsOfAGradientPictureAreOfTheValues) {
+    const CResult values = Run("--size 200x150 --stats");
+    const CResult gradient = Run("--size 200x150 --stats --shade gradient");
+    ASSERT_EQ(gradient.m_ExitCode, 0) << gradient.m_Errors;
+    EXPECT_EQ(gradient.m_Output.substr(gradient.m_Output.find('\n')),
+              values.m_Output.substr(values.m_Output.find('\n')));
+    EXPECT_EQ(gradient.m_Output.find("noise.png: 30000 positions, "), 0u) << gradient.m_Output;
+}
+
 TEST_F(NoisePreview, StatisticsOfACurveAreOfItsColumns) {
     constexpr uint32_t kWidth = 500;
     std::vector<float> positions(kWidth);
