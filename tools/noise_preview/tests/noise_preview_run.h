@@ -80,7 +80,7 @@ protected:
     CResult Run(const std::string& arguments, const std::string& before = "exec") const {
         const std::string errors = m_Folder.string() + ".errors";
         const std::string output = m_Folder.string() + ".output";
-        const std::string command = "cd '" + m_Folder.string() + "' && " + before +
+        const std::string command = "cd '" + m_Folder.string() + "' || exit; " + before +
                                     " '" NOISE_PREVIEW "' >'" + output + "' 2>'" + errors + "' </dev/null " +
                                     arguments;
         const int status = std::system(command.c_str());
