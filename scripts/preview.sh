@@ -10,4 +10,4 @@ need libcli11-dev has_header CLI/CLI.hpp
 need libpng-dev has_header png.h
 install_missing
 build preview noise_preview
-exec "$root/build/preview/tools/noise_preview/noise_preview" --output "$root/build/noise.png" "$@"
+exec "$root/build/preview/tools/noise_preview/noise_preview" --output "$root/build/" "$@"

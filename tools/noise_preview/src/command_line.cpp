@@ -150,8 +150,10 @@ constexpr COption kOptions[] = {
     {"--slice-w", "W", "Where a 4D field is cut as well: the w coordinate of all positions (default: 0.5).",
      ParseSliceW},
     {"--seed", "S", "Seed of the field's random values, 0 to 4294967295 (default: 1).", ParseSeed},
-    {"--output", "FILE.png",
-     "The PNG file to write; a file that is there already is replaced (default: noise.png).", ParseOutput},
+    {"--output", "FILE|FOLDER/",
+     "The PNG file to write; a file that is there already is replaced. A name that ends in / is the folder "
+     "for the default (default: noise.png).",
+     ParseOutput},
 };
 
 void CheckShade(const COptions& options) {
@@ -165,6 +167,13 @@ void CheckExtent(const COptions& options) {
     if (options.m_Dimension > 1 && options.m_Cells * tall > kMaxCoordinate) {
         Refuse("--cells", std::to_string(options.m_Cells),
                "so many that the picture would be more than 8388608 cells high");
+    }
+}
+
+/// Where only a folder is given, or nothing, the file has a name of the program's own.
+void CompleteOutput(COptions& options) {
+    if (options.m_Output.empty() || options.m_Output.back() == '/') {
+        options.m_Output += "noise.png";
     }
 }
 
@@ -194,6 +203,7 @@ std::optional<COptions> ParseCommandLine(int argumentCount, char** arguments, in
         app.parse(argumentCount, arguments);
         CheckShade(options);
         CheckExtent(options);
+        CompleteOutput(options);
     } catch (const CLI::ParseError& error) {
         exitCode = app.exit(error) == 0 ? 0 : 2;
         return std::nullopt;

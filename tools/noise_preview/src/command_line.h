@@ -21,7 +21,7 @@ struct COptions {
     float m_SliceW = 0.5f;
     uint32_t m_Seed = 1;
     bool m_HasStatistics = false;
-    std::string m_Output = "noise.png";
+    std::string m_Output;
 };
 
 /// The options of a command line. Without a value where the program has nothing more to do: `exitCode` is

@@ -19,6 +19,15 @@ TEST_F(NoisePreview, Defaults) {
     EXPECT_EQ(ReadFile(m_Folder / "c.png"), ReadFile(m_Folder / "d.png"));
 }
 
+TEST_F(NoisePreview, AFolderGetsAFileOfTheDefaultName) {
+    fs::create_directory(m_Folder / "folder");
+    const CResult result = Run("--size 10x10 --output folder/");
+    EXPECT_EQ(result.m_Output.find("folder/noise.png: "), 0u) << result.m_Output;
+    EXPECT_EQ(ReadPng(m_Folder / "folder/noise.png").m_Width, 10u);
+    EXPECT_EQ(Files().size(), 1u);
+    ExpectFailure("--output nowhere/", "'nowhere/noise.png' cannot be written: No such file or directory");
+}
+
 TEST_F(NoisePreview, LastOfRepeatedOptionsCounts) {
     ASSERT_EQ(Run("--size 9x9 --size 20x10 --output a.png --output b.png").m_ExitCode, 0);
     EXPECT_FALSE(fs::exists(m_Folder / "a.png"));
@@ -31,7 +40,7 @@ TEST_F(NoisePreview, HelpExplainsEveryOptionWithItsDefault) {
     EXPECT_EQ(result.m_Errors, "");
     for (const std::string text :
          {"--dimension 1|2|3|4 ", "--quality linear|cubic|quintic", "--shade value|gradient ", "--size WxH ",
-          "--cells N ", "--slice Z ", "--slice-w W ", "--stats ", "--seed S ", "--output FILE.png ",
+          "--cells N ", "--slice Z ", "--slice-w W ", "--stats ", "--seed S ", "--output FILE|FOLDER/ ",
           "(default: 3).", "(default: quintic).", "(default: value).", "(default: 1024x1024).",
           "(default: 16).", "(default: 0.5).", "(default: 1).", "(default: noise.png)."}) {
         EXPECT_NE(result.m_Output.find(text), std::string::npos) << text << " in:\n" << result.m_Output;
