@@ -8,6 +8,7 @@ source "$root/scripts/setup.sh"
 need_build_tools
 need libcli11-dev has_header CLI/CLI.hpp
 need libpng-dev has_header png.h
+need libwebp-dev has_header webp/mux.h
 install_missing
 build preview noise_preview
 exec "$root/build/preview/tools/noise_preview/noise_preview" --output "$root/build/" "$@"

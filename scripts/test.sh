@@ -19,6 +19,7 @@ need libmpfr-dev has_header mpfr.h
 need sollya has_program sollya
 need libcli11-dev has_header CLI/CLI.hpp
 need libpng-dev has_header png.h
+need libwebp-dev has_header webp/mux.h
 need libbenchmark-dev has_header benchmark/benchmark.h
 need libsleef-dev has_header sleef.h
 need binutils has_program objdump

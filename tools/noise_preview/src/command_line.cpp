@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
 #include <string_view>
 
 namespace NoisePreview {
@@ -12,6 +13,9 @@ namespace {
 
 /// The largest side that a PNG file can have.
 constexpr uint32_t kMaxSide = 0x7FFFFFFF;
+
+/// The largest side that a WebP file can have.
+constexpr uint32_t kMaxAnimationSide = 16383;
 
 /// From here on floats have no fractions, and the field no shape.
 constexpr double kMaxCoordinate = 0x1p23;
@@ -116,6 +120,38 @@ void ParseSeed(const std::string& text, COptions& options) {
     options.m_Seed = *seed;
 }
 
+void ParseAnimate(const std::string& text, COptions& options) {
+    const auto seconds = ParseDecimal(text, std::numeric_limits<double>::min(), 60.0);
+    if (!seconds) {
+        Refuse("--animate", text, "not a number of seconds above 0, up to 60");
+    }
+    options.m_Seconds = *seconds;
+}
+
+void ParseFps(const std::string& text, COptions& options) {
+    const std::optional<uint32_t> fps = ParseWhole(text, 1, 100);
+    if (!fps) {
+        Refuse("--fps", text, "not a whole number from 1 to 100");
+    }
+    options.m_FramesPerSecond = *fps;
+}
+
+void ParseTurnSeconds(const std::string& text, COptions& options) {
+    const std::optional<double> seconds = ParseDecimal(text, 0.1, 3600.0);
+    if (!seconds) {
+        Refuse("--turn-seconds", text, "not a number from 0.1 to 3600");
+    }
+    options.m_TurnSeconds = *seconds;
+}
+
+void ParseSpinVariation(const std::string& text, COptions& options) {
+    const std::optional<double> variation = ParseDecimal(text, 0.0, 2.0);
+    if (!variation) {
+        Refuse("--spin-variation", text, "not a number from 0 to 2");
+    }
+    options.m_SpinVariation = static_cast<float>(*variation);
+}
+
 void ParseOutput(const std::string& text, COptions& options) {
     if (text.empty()) {
         Refuse("--output", text, "not the name of a file");
@@ -129,6 +165,7 @@ struct COption {
     const char* m_Form;
     const char* m_Description;
     void (*m_Parse)(const std::string& text, COptions& options);
+    const char* m_Needed = nullptr; // an option without which this one makes no sense
 };
 
 constexpr COption kOptions[] = {
@@ -150,9 +187,22 @@ constexpr COption kOptions[] = {
     {"--slice-w", "W", "Where a 4D field is cut as well: the w coordinate of all positions (default: 0.5).",
      ParseSliceW},
     {"--seed", "S", "Seed of the field's random values, 0 to 4294967295 (default: 1).", ParseSeed},
+    {"--animate", "SECONDS",
+     "Write an animation that loops for ever, up to 60 seconds long: the random values of the field swing "
+     "between -1 and 1, and begin as in the still picture. It is a WebP file, with a loss that hardly shows "
+     "where all is smooth and makes it a quarter of the size.",
+     ParseAnimate},
+    {"--fps", "N", "Frames per second of an animation, 1 to 100 (default: 25).", ParseFps, "--animate"},
+    {"--turn-seconds", "T",
+     "How long a turn takes, in which a value swings to and fro once, 0.1 to 3600 (default: 1).",
+     ParseTurnSeconds, "--animate"},
+    {"--spin-variation", "V",
+     "How far the speeds of the values differ, 0 to 2: they are spread over 1 - V/2 to 1 + V/2 turns in the "
+     "time of one. With 0, an animation of whole turns loops without a seam (default: 0).",
+     ParseSpinVariation, "--animate"},
     {"--output", "FILE|FOLDER/",
-     "The PNG file to write; a file that is there already is replaced. A name that ends in / is the folder "
-     "for the default (default: noise.png).",
+     "The PNG or WebP file to write; a file that is there already is replaced. A name that ends in / is the "
+     "folder for the default (default: noise.png, or noise.webp with --animate).",
      ParseOutput},
 };
 
@@ -170,10 +220,30 @@ void CheckExtent(const COptions& options) {
     }
 }
 
+void CheckAnimation(const COptions& options) {
+    if (!options.IsAnimation()) {
+        return;
+    }
+    if (options.m_Width > kMaxAnimationSide || options.m_Height > kMaxAnimationSide) {
+        Refuse("--size", std::to_string(options.m_Width) + "x" + std::to_string(options.m_Height),
+               "too large for an animation, which has at most 16383x16383 pixels");
+    }
+    if (options.FrameCount() == 0) {
+        Refuse("--fps", std::to_string(options.m_FramesPerSecond),
+               "so few that there is no frame in all of the animation");
+    }
+}
+
 /// Where only a folder is given, or nothing, the file has a name of the program's own.
 void CompleteOutput(COptions& options) {
+    const bool isAnimation = options.IsAnimation();
     if (options.m_Output.empty() || options.m_Output.back() == '/') {
-        options.m_Output += "noise.png";
+        options.m_Output += isAnimation ? "noise.webp" : "noise.png";
+    }
+    if (options.m_Output.ends_with(isAnimation ? ".png" : ".webp")) {
+        Refuse("--output", options.m_Output,
+               isAnimation ? "the name of a PNG file, but animations are WebP files"
+                           : "the name of a WebP file, but still pictures are PNG files");
     }
 }
 
@@ -181,17 +251,22 @@ void CompleteOutput(COptions& options) {
 
 std::optional<COptions> ParseCommandLine(int argumentCount, char** arguments, int& exitCode) {
     COptions options;
-    CLI::App app("Draws a picture of a noise field and says how long its sampling took.", "noise_preview");
+    CLI::App app("Draws a picture or an animation of a noise field and says how long its sampling took.",
+                 "noise_preview");
     for (const COption& option : kOptions) {
         const auto parse = [&](const std::string& text) { option.m_Parse(text, options); };
-        app.add_option_function<std::string>(option.m_Name, parse, option.m_Description)
-            ->type_name(option.m_Form)
-            ->take_last();
+        CLI::Option* const added =
+            app.add_option_function<std::string>(option.m_Name, parse, option.m_Description)
+                ->type_name(option.m_Form)
+                ->take_last();
+        if (option.m_Needed != nullptr) {
+            added->needs(app.get_option(option.m_Needed));
+        }
     }
     app.add_flag(
            "--stats", options.m_HasStatistics,
            "Print minimum, maximum, mean and a histogram of the drawn field's values as well, whatever the "
-           "shade.")
+           "shade; over all frames of an animation.")
         ->disable_flag_override();
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
         std::string line = std::string("noise_preview: ") + error.what() + " (--help explains the options)";
@@ -203,6 +278,7 @@ std::optional<COptions> ParseCommandLine(int argumentCount, char** arguments, in
         app.parse(argumentCount, arguments);
         CheckShade(options);
         CheckExtent(options);
+        CheckAnimation(options);
         CompleteOutput(options);
     } catch (const CLI::ParseError& error) {
         exitCode = app.exit(error) == 0 ? 0 : 2;

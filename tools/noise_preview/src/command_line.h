@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,8 +21,19 @@ struct COptions {
     float m_Slice = 0.5f;
     float m_SliceW = 0.5f;
     uint32_t m_Seed = 1;
+    double m_Seconds = 0.0; // of an animation; 0 is a still picture
+    uint32_t m_FramesPerSecond = 25;
+    double m_TurnSeconds = 1.0;
+    float m_SpinVariation = 0.0f;
     bool m_HasStatistics = false;
     std::string m_Output;
+
+    bool IsAnimation() const {
+        return m_Seconds > 0.0;
+    }
+    uint32_t FrameCount() const {
+        return static_cast<uint32_t>(std::lround(m_Seconds * m_FramesPerSecond));
+    }
 };
 
 /// The options of a command line. Without a value where the program has nothing more to do: `exitCode` is

@@ -52,7 +52,7 @@ bool WriteRows(std::FILE* file, const CPicture& picture, CProgress& progress, CP
 } // namespace
 
 void WritePng(COutputFile& file, const CPicture& picture) {
-    CProgress progress("writing ", picture.m_Height);
+    CProgress progress(EProgress::kPercent, "writing ", picture.m_Height);
     CPngError error;
     errno = 0;
     if (!WriteRows(file.Stream(), picture, progress, error)) {

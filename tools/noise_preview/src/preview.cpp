@@ -4,6 +4,7 @@
 #include "output_file.h"
 #include "png_file.h"
 #include "progress.h"
+#include "webp_animation.h"
 
 #include <zr_maths/maths_noise_fast.h>
 
@@ -22,7 +23,8 @@ using namespace Vestrel;
 void CheckMemory(const COptions& options) {
     const double curve =
         options.m_Dimension == 1 ? sizeof(float) * static_cast<double>(options.m_Width) : 0.0;
-    const double bytes = static_cast<double>(options.m_Width) * options.m_Height + curve;
+    const double frame = options.IsAnimation() ? CWebpAnimation::kBytesPerPixel : 0.0;
+    const double bytes = (1.0 + frame) * options.m_Width * options.m_Height + curve;
     const double memory =
         static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
     if (bytes > memory) {
@@ -45,7 +47,7 @@ std::string DrawStill(const COptions& options, const CFastNoise3& noise, COutput
     CPicture picture(options.m_Width, options.m_Height);
     std::string report;
     {
-        CProgress progress("sampling", SampleCount(options));
+        CProgress progress(EProgress::kPercent, "sampling", SampleCount(options));
         CFieldPainter painter(noise, options, progress);
         painter.Draw(picture);
         report = ReportOf(options, painter);
@@ -54,12 +56,33 @@ std::string DrawStill(const COptions& options, const CFastNoise3& noise, COutput
     return report;
 }
 
+/// Likewise an animation. No frame but the current one is kept as a picture.
+std::string DrawAnimation(const COptions& options, CRotatableFastNoise3& noise, COutputFile& file) {
+    CPicture picture(options.m_Width, options.m_Height);
+    CWebpAnimation animation(file, options.m_Width, options.m_Height);
+    CProgress progress(EProgress::kBar, "drawing", SampleCount(options) * options.FrameCount());
+    CFieldPainter painter(noise, options, progress);
+    for (uint32_t frame = 0; frame < options.FrameCount(); ++frame) {
+        const double seconds = static_cast<double>(frame) / options.m_FramesPerSecond;
+        noise.RotateBasis(static_cast<float>(seconds / options.m_TurnSeconds));
+        painter.Draw(picture);
+        animation.Add(picture, static_cast<double>(frame + 1) / options.m_FramesPerSecond);
+    }
+    animation.Finish();
+    return ReportOf(options, painter);
+}
+
 } // namespace
 
 std::string DrawPreview(const COptions& options) {
     CheckMemory(options);
     COutputFile file(options.m_Output);
     CStdRandomGenerator generator(options.m_Seed);
+    if (options.IsAnimation()) {
+        CRotatableFastNoise3 noise(&generator);
+        noise.SetSpinVariation(options.m_SpinVariation);
+        return DrawAnimation(options, noise, file);
+    }
     return DrawStill(options, CFastNoise3(&generator), file);
 }
 

@@ -6,11 +6,13 @@
 
 namespace NoisePreview {
 
-/// Tells on standard error how far a piece of work has got: in place on a terminal, elsewhere a line a
-/// quarter.
+/// Percentages, in place on a terminal and elsewhere a line a quarter; or a bar, on a terminal alone.
+enum class EProgress { kPercent, kBar };
+
+/// Tells on standard error how far a piece of work has got.
 class CProgress {
 public:
-    CProgress(std::string label, uint64_t total);
+    CProgress(EProgress kind, std::string label, uint64_t total);
 
     /// Ends the line on a terminal, so that what is said next stands on one of its own.
     ~CProgress();
@@ -22,6 +24,10 @@ public:
     void Show(uint64_t done);
 
 private:
+    void _ShowInPlace(int percent) const;
+    void _ShowQuarter(int percent);
+
+    EProgress m_Kind;
     std::string m_Label;
     uint64_t m_Total;
     bool m_IsTerminal;

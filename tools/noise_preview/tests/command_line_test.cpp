@@ -38,11 +38,30 @@ TEST_F(NoisePreview, HelpExplainsEveryOptionWithItsDefault) {
     const CResult result = Run("--help");
     EXPECT_EQ(result.m_ExitCode, 0);
     EXPECT_EQ(result.m_Errors, "");
-    for (const std::string text :
-         {"--dimension 1|2|3|4 ", "--quality linear|cubic|quintic", "--shade value|gradient ", "--size WxH ",
-          "--cells N ", "--slice Z ", "--slice-w W ", "--stats ", "--seed S ", "--output FILE|FOLDER/ ",
-          "(default: 3).", "(default: quintic).", "(default: value).", "(default: 1024x1024).",
-          "(default: 16).", "(default: 0.5).", "(default: 1).", "(default: noise.png)."}) {
+    for (const std::string text : {"--dimension 1|2|3|4 ",
+                                   "--quality linear|cubic|quintic",
+                                   "--shade value|gradient ",
+                                   "--size WxH ",
+                                   "--cells N ",
+                                   "--slice Z ",
+                                   "--slice-w W ",
+                                   "--stats ",
+                                   "--seed S ",
+                                   "--output FILE|FOLDER/ ",
+                                   "--animate SECONDS ",
+                                   "--fps N ",
+                                   "--turn-seconds T ",
+                                   "--spin-variation V ",
+                                   "(default: 3).",
+                                   "(default: quintic).",
+                                   "(default: value).",
+                                   "(default: 1024x1024).",
+                                   "(default: 16).",
+                                   "(default: 0.5).",
+                                   "(default: 1).",
+                                   "(default: 25).",
+                                   "(default: 0).",
+                                   "(default: noise.png, or noise.webp with --animate)."}) {
         EXPECT_NE(result.m_Output.find(text), std::string::npos) << text << " in:\n" << result.m_Output;
     }
 }

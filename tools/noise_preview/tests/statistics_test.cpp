@@ -121,6 +121,29 @@ TEST_F(NoisePreview, StatisticsOfACurveAreOfItsColumns) {
     ExpectStatistics(ParseStatistics(result.m_Output), samples);
 }
 
+TEST_F(NoisePreview, StatisticsOfAnAnimationAreOfAllFrames) {
+    constexpr uint32_t kColumns = 300;
+    constexpr uint32_t kFrames = 7;
+    std::vector<float> positions(kColumns);
+    for (uint32_t k = 0; k < kColumns; ++k) {
+        positions[k] = static_cast<float>((k + 0.5) * 16.0 / 300.0);
+    }
+    std::vector<float> samples(kColumns * kFrames);
+    CStdRandomGenerator generator(1);
+    CRotatableFastNoise3 noise(&generator);
+    noise.SetSpinVariation(0.25f);
+    for (uint32_t frame = 0; frame < kFrames; ++frame) {
+        noise.RotateBasis(static_cast<float>(frame / 10.0));
+        noise.SampleQuintic1D({samples.data() + frame * kColumns, kColumns, 4},
+                              {positions.data(), kColumns, 4});
+    }
+    const CResult result =
+        Run("--dimension 1 --size 300x20 --animate 0.7 --fps 10 --spin-variation 0.25 --stats");
+    ASSERT_EQ(result.m_ExitCode, 0) << result.m_Errors;
+    EXPECT_EQ(result.m_Output.find("noise.webp: 2100 positions, "), 0u) << result.m_Output;
+    ExpectStatistics(ParseStatistics(result.m_Output), samples);
+}
+
 TEST_F(NoisePreview, StatisticsOfASingleSample) {
     const CResult result = Run("--size 1x1 --cells 1 --stats");
     ASSERT_EQ(result.m_ExitCode, 0) << result.m_Errors;

@@ -1,0 +1,103 @@
+#include "webp_animation.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <new>
+#include <utility>
+
+namespace NoisePreview {
+
+namespace {
+
+constexpr float kQuality = 90.0f; // of 100
+
+/// The brightness of a grey in the format's range of 16 to 235.
+uint8_t BrightnessOf(uint8_t grey) {
+    return static_cast<uint8_t>(16 + (grey * 219 + 127) / 255);
+}
+
+} // namespace
+
+CWebpAnimation::CWebpAnimation(COutputFile& file, uint32_t width, uint32_t height)
+    : m_File(file), m_Mux(WebPMuxNew(), WebPMuxDelete) {
+    WebPConfigInit(&m_Config);
+    m_Config.quality = kQuality;
+    WebPPictureInit(&m_Frame);
+    m_Frame.width = static_cast<int>(width);
+    m_Frame.height = static_cast<int>(height);
+    if (m_Mux == nullptr || WebPPictureAlloc(&m_Frame) == 0) {
+        throw std::bad_alloc();
+    }
+    // Without colour.
+    const size_t colourSize = static_cast<size_t>(m_Frame.uv_stride) * ((height + 1) / 2);
+    std::fill_n(m_Frame.u, colourSize, uint8_t{128});
+    std::fill_n(m_Frame.v, colourSize, uint8_t{128});
+}
+
+CWebpAnimation::~CWebpAnimation() {
+    WebPPictureFree(&m_Frame);
+}
+
+void CWebpAnimation::Add(const CPicture& picture, double end) {
+    _SetBrightness(picture);
+    WebPMemoryWriter encoded;
+    WebPMemoryWriterInit(&encoded);
+    const std::unique_ptr<WebPMemoryWriter, decltype(&WebPMemoryWriterClear)> guard(&encoded,
+                                                                                    WebPMemoryWriterClear);
+    _Encode(encoded);
+    // Whole milliseconds, rounded so that their sum stays right.
+    const int milliseconds = static_cast<int>(std::lround(end * 1000.0));
+    WebPMuxFrameInfo frame = {};
+    frame.bitstream = {encoded.mem, encoded.size};
+    frame.duration = milliseconds - std::exchange(m_End, milliseconds);
+    frame.id = WEBP_CHUNK_ANMF;
+    frame.dispose_method = WEBP_MUX_DISPOSE_NONE;
+    frame.blend_method = WEBP_MUX_NO_BLEND;
+    _Check(WebPMuxPushFrame(m_Mux.get(), &frame, 1));
+}
+
+void CWebpAnimation::Finish() {
+    WebPMuxAnimParams forever = {};
+    forever.bgcolor = 0xFFFFFFFF;
+    _Check(WebPMuxSetAnimationParams(m_Mux.get(), &forever));
+    WebPData content = {};
+    _Check(WebPMuxAssemble(m_Mux.get(), &content));
+    const std::unique_ptr<WebPData, decltype(&WebPDataClear)> guard(&content, WebPDataClear);
+    if (std::fwrite(content.bytes, 1, content.size, m_File.Stream()) != content.size) {
+        m_File.Fail(std::strerror(errno));
+    }
+    m_File.Finish();
+}
+
+void CWebpAnimation::_SetBrightness(const CPicture& picture) {
+    for (uint32_t y = 0; y < picture.m_Height; ++y) {
+        std::transform(picture.Row(y), picture.Row(y) + picture.m_Width,
+                       m_Frame.y + static_cast<std::ptrdiff_t>(y) * m_Frame.y_stride, BrightnessOf);
+    }
+}
+
+void CWebpAnimation::_Encode(WebPMemoryWriter& encoded) {
+    m_Frame.writer = WebPMemoryWrite;
+    m_Frame.custom_ptr = &encoded;
+    if (WebPEncode(&m_Config, &m_Frame) != 0) {
+        return;
+    }
+    const WebPEncodingError error = m_Frame.error_code;
+    if (error == VP8_ENC_ERROR_OUT_OF_MEMORY || error == VP8_ENC_ERROR_BITSTREAM_OUT_OF_MEMORY) {
+        throw std::bad_alloc();
+    }
+    m_File.Fail("its frames cannot be encoded, libwebp's error " + std::to_string(error));
+}
+
+void CWebpAnimation::_Check(WebPMuxError error) const {
+    if (error == WEBP_MUX_MEMORY_ERROR) {
+        throw std::bad_alloc();
+    }
+    if (error != WEBP_MUX_OK) {
+        m_File.Fail("its frames cannot be joined, libwebpmux's error " + std::to_string(error));
+    }
+}
+
+} // namespace NoisePreview
