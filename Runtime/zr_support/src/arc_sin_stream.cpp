@@ -3,7 +3,6 @@
 #include <zr_support/simd_float4.h>
 #include <zr_support/simd_streams.h>
 
-#include <bit>
 #include <cassert>
 #include <cmath>
 #include <cstddef>

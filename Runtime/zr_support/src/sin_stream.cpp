@@ -11,9 +11,8 @@
 #include <cstdint>
 
 // An angle is first brought to between -1/4 and 1/4 turn, where its sine is a polynomial of it. Angles below
-// 2^14 go there in floats. Beyond, where floats have no digits to spare, it takes an integer product; such
-// angles are rare, and done one by one. Which way an angle goes depends on it alone, so that one angle has
-// one sine.
+// 2^14 go there in floats. Beyond, where floats have no digits to spare, it takes an integer product for
+// each. Which way an angle goes depends on it alone, so that one angle has one sine.
 
 namespace Vestrel::SIMD_Neon::LowPrecision {
 
@@ -33,12 +32,11 @@ constexpr float kFar = 0x1p14f;
     return value ^ AsFloats(ShiftLeft<31>(AsInts(number)));
 }
 
-/// An angle between -1/4 and 1/4 turn with the same sine, for angles below kFar and for those that are none,
-/// of which it makes not-a-number.
+/// An angle between -1/4 and 1/4 turn with the same sine, for angles below kFar.
 ///
-/// Half turns are counted by a sum whose last bit is 1, so that the number is rounded, and odd if that bit is
-/// set. Of the two parts of pi the first has 11 bits, so that its product with the count, of up to 13 bits,
-/// is exact, and so is the difference from the angle.
+/// Half turns are counted by a sum whose last bit is worth 1, so that the number is rounded, and odd if that
+/// bit is set. Of the two parts of pi the first has 11 bits, so that its product with the count, of up to 13
+/// bits, is exact, and so is the difference from the angle.
 template <typename TValue>
 [[gnu::always_inline]] inline TValue ReduceNear(TValue radians) {
     const TValue lastBitIsOne(0x1.8p23f);
@@ -74,20 +72,41 @@ constexpr std::array<uint64_t, 256> TurnsPerUnit() {
 
 constexpr std::array<uint64_t, 256> kTurnsPerUnit = TurnsPerUnit();
 
-/// As ReduceNear, for angles from kFar on, of any magnitude.
+constexpr int32_t kQuarterTurn = 1 << 30;
+
+/// The angle with these bits, from kFar on and with its sign left out, without whole turns: in units of 2^-32
+/// turns from the top of the wave, which is at 1/4 turn.
 ///
 /// The significand is a whole number, so that the turns of its unit may go without the whole ones, and the
-/// product may wrap; the digits that are cut off make less than 2^-32 turns.
-float ReduceFar(float radians) {
-    const uint32_t bits = std::bit_cast<uint32_t>(radians);
+/// product may wrap; the digits that are cut off make less than one of the units.
+[[gnu::always_inline]] inline int32_t UnitsFromTop(uint32_t bits) {
     const uint64_t significand = (bits & 0x007FFFFFu) | 0x00800000u;
     const uint32_t turns = static_cast<uint32_t>(significand * kTurnsPerUnit[bits >> 23 & 0xFFu] >> 32);
-    // From the top of the wave, at 1/4 turn, it falls alike on both sides.
-    constexpr uint32_t kQuarterTurn = 1u << 30;
-    const float fromTop = std::fabs(static_cast<float>(static_cast<int32_t>(turns - kQuarterTurn)));
-    const float reduced = (float{kQuarterTurn} - fromTop) * (0x1.921fb6p0f * 0x1p-30f);
-    // An infinity minus itself is not a number; any other angle minus itself is 0.
-    return std::copysign(1.0f, radians) * (reduced + (radians - radians));
+    return static_cast<int32_t>(turns - uint32_t{kQuarterTurn});
+}
+
+/// The wave falls alike on both sides of its top: so far from it, whichever way, the sine is that of this
+/// angle.
+template <typename TValue>
+[[gnu::always_inline]] inline TValue AngleOf(TValue unitsFromTop) {
+    return (TValue(0x1p30f) - unitsFromTop) * TValue(0x1.921fb6p0f * 0x1p-30f);
+}
+
+/// As ReduceNear, for angles from kFar on, of any magnitude, and for those that are none. (What is infinite
+/// or not a number minus itself is not a number; any other angle minus itself is 0.)
+float ReduceFar(float radians) {
+    const uint32_t bits = std::bit_cast<uint32_t>(radians);
+    const float angle = AngleOf(std::fabs(static_cast<float>(UnitsFromTop(bits)))) + (radians - radians);
+    return std::bit_cast<float>(std::bit_cast<uint32_t>(angle) ^ (bits & 0x80000000u));
+}
+
+Float4 ReduceFar(Float4 radians) {
+    alignas(16) uint32_t bits[4];
+    SpillAligned(bits, radians);
+    const Float4 fromTop = ToFloat(
+        Int4(UnitsFromTop(bits[0]), UnitsFromTop(bits[1]), UnitsFromTop(bits[2]), UnitsFromTop(bits[3])));
+    const Float4 angle = AngleOf(fromTop & Int4(INT32_MAX)) + (radians - radians);
+    return angle ^ (radians & Int4(INT32_MIN));
 }
 
 /// The sine of an angle between -1/4 and 1/4 turn; nowhere above 1, for which the polynomial, fitted to a
@@ -100,29 +119,21 @@ template <typename TValue>
     return x * (TValue(0x1.fffffcp-1f) + square * (TValue(-0x1.55553p-3f) + square * inner));
 }
 
-bool IsNear(float radians) {
-    return std::fabs(radians) < kFar;
-}
-
 } // namespace
 
 float Sin(float radians) noexcept {
-    return SinOfReduced(IsNear(radians) ? ReduceNear(radians) : ReduceFar(radians));
+    return SinOfReduced(std::fabs(radians) < kFar ? ReduceNear(radians) : ReduceFar(radians));
 }
 
 void SinStream_Aligned16(const float* in, float* out, uint32_t count) noexcept {
     assert(count % 4 == 0 && "a stream takes four at a time");
-    const Int4 magnitudeMask(INT32_MAX);
     for (uint32_t k = 0; k < count; k += 4) {
         const Float4 radians = LoadAligned(in + k);
+        const Int4 isNear = GreaterThan(Float4(kFar), radians & Int4(INT32_MAX));
         Float4 reduced = ReduceNear(radians);
-        if (!AllTrue(GreaterThan(Float4(kFar), radians & magnitudeMask))) [[unlikely]] {
-            alignas(16) float lanes[4];
-            StoreAligned(lanes, reduced);
-            for (uint32_t lane = 0; lane < 4; ++lane) {
-                lanes[lane] = IsNear(in[k + lane]) ? lanes[lane] : ReduceFar(in[k + lane]);
-            }
-            reduced = LoadAligned(lanes);
+        if (!AllTrue(isNear)) [[unlikely]] {
+            const Float4 far = ReduceFar(radians);
+            reduced = far ^ ((far ^ reduced) & isNear);
         }
         StoreAligned(out + k, SinOfReduced(reduced));
     }

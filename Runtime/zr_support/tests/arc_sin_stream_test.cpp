@@ -44,6 +44,12 @@ TEST(ArcSinStream, EndsAreHalfPi) {
     EXPECT_EQ(FoldedBits(ArcSin(-0.0f)), FoldedBits(-0.0f));
 }
 
+// Of all arcsines of floats this one is closest to the middle between two floats, 7e-10 units of the last
+// place away from it. A double cannot tell on which side; MPFR can.
+TEST(ArcSinStream, HoldsWhereRoundingIsHardest) {
+    EXPECT_EQ(ArcSin(0x1.107434p-1f), 0x1.1f4b64p-1f);
+}
+
 TEST(ArcSinStream, IsOddToTheBit) {
     VisitFloats(ArcSinStream_Aligned16, [](const CStreamBlock& block) {
         for (size_t k = 0; k < kBlock; ++k) {

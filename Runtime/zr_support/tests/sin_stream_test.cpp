@@ -72,20 +72,44 @@ TEST(SinStream, InfinitiesAndNotANumberGiveNotANumberInTheirLaneAlone) {
     }
 }
 
+/// The sine of an angle by the stream, in `lane` beside near and far ones; not a number if that changes
+/// theirs.
+float SinInLane(float angle, uint32_t lane) {
+    alignas(16) float in[4] = {1.0f, 1e6f, -2.0f, -1e30f};
+    alignas(16) float out[4];
+    in[lane] = angle;
+    SinStream_Aligned16(in, out, 4);
+    for (uint32_t k = 0; k < 4; ++k) {
+        if (k != lane && out[k] != Sin(in[k])) {
+            return kNan;
+        }
+    }
+    return out[lane];
+}
+
 // Where angles begin to be reduced in another way, and where half turns are counted up.
 TEST(SinStream, HoldsWhereTheWayOfReductionChanges) {
     for (const float centre :
          {0x1p14f, 1.5707964f, 3.1415927f, 4.712389f, 6.2831855f, 5213.5f * 3.1415927f}) {
-        float from = centre;
+        float angle = centre;
         for (int k = 0; k < 2000; ++k) {
-            from = std::nextafter(from, 0.0f);
+            angle = std::nextafter(angle, 0.0f);
         }
-        for (int k = 0; k < 4000; ++k) {
-            EXPECT_NEAR(Sin(from), std::sin(static_cast<double>(from)), 4e-7) << std::hexfloat << from;
-            EXPECT_LE(std::fabs(Sin(from)), 1.0f) << std::hexfloat << from;
-            from = std::nextafter(from, kInfinity);
+        for (uint32_t k = 0; k < 4000; ++k) {
+            ASSERT_NEAR(Sin(angle), std::sin(static_cast<double>(angle)), 4e-7) << std::hexfloat << angle;
+            ASSERT_LE(std::fabs(Sin(angle)), 1.0f) << std::hexfloat << angle;
+            ASSERT_EQ(FoldedBits(SinInLane(angle, k % 4)), FoldedBits(Sin(angle))) << std::hexfloat << angle;
+            ASSERT_EQ(FoldedBits(SinInLane(-angle, k % 4)), FoldedBits(Sin(-angle)))
+                << std::hexfloat << -angle;
+            angle = std::nextafter(angle, kInfinity);
         }
     }
+}
+
+// There the two ways differ by a bit, so that this one says which of them is taken.
+TEST(SinStream, TheFirstFarAngleIsReducedAsOne) {
+    EXPECT_EQ(Sin(16384.0f), -0x1.1eb04p-1f) << std::hexfloat << Sin(16384.0f);
+    EXPECT_EQ(SinInLane(16384.0f, 2), -0x1.1eb04p-1f) << std::hexfloat << SinInLane(16384.0f, 2);
 }
 
 // Of all floats 16367173 * 2^72 lies closest to a multiple of pi/2, some 2^-29 away (J.-M. Muller,

@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <mpfr.h>
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
 #include <vector>
 

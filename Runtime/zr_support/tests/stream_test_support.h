@@ -2,10 +2,10 @@
 
 // What the tests of the streams share.
 
-#include <algorithm>
+#include "folded_bits.h"
+
 #include <array>
 #include <bit>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 
@@ -38,11 +38,6 @@ void VisitFloats(CStream stream, const TVisit& visit) {
         block.Run(stream, static_cast<uint32_t>(first), kStep);
         visit(block);
     }
-}
-
-/// The bits of a float, all not-a-numbers being one.
-inline uint32_t FoldedBits(float value) {
-    return std::isnan(value) ? 0x7FC00000u : std::bit_cast<uint32_t>(value);
 }
 
 /// A hash of what a stream makes of the floats of VisitFloats: FNV-1a, by words.

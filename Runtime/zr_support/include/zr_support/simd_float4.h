@@ -186,7 +186,7 @@ template <typename TLane, typename TLanes>
     return Int4(Backend::Xor(a.m_Register, b.m_Register));
 }
 
-/// The bits of the lanes, moved towards the highest bit, from the other end filled with zeros.
+/// The bits of the lanes, moved `kBits` places towards the highest bit, from the other end filled with zeros.
 template <int kBits>
 [[gnu::always_inline]] inline Int4 ShiftLeft(Int4 value) {
     static_assert(0 < kBits && kBits < 32);

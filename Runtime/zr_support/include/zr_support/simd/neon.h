@@ -34,13 +34,16 @@ struct FloatRegisterX3 {
     return vreinterpretq_f32_u8(vld1q_u8(static_cast<const uint8_t*>(source)));
 }
 
+[[gnu::always_inline]] inline float32x2_t LoadTwoFloats(const void* source) {
+    return vreinterpret_f32_u8(vld1_u8(static_cast<const uint8_t*>(source)));
+}
+
 [[gnu::always_inline]] inline FloatRegister LoadPair(const void* source) {
-    return vcombine_f32(vld1_f32(static_cast<const float*>(source)), vdup_n_f32(0.0f));
+    return vcombine_f32(LoadTwoFloats(source), vdup_n_f32(0.0f));
 }
 
 [[gnu::always_inline]] inline FloatRegister LoadTwoPairs(const void* first, const void* second) {
-    return vcombine_f32(vld1_f32(static_cast<const float*>(first)),
-                        vld1_f32(static_cast<const float*>(second)));
+    return vcombine_f32(LoadTwoFloats(first), LoadTwoFloats(second));
 }
 
 [[gnu::always_inline]] inline FloatRegisterX3 LoadAlignedInterleaved3(const void* source) {
