@@ -36,23 +36,6 @@ constexpr uint32_t kEntries = 256;
 /// The greatest angle that the sines are measured at.
 constexpr float kGreatestAngle = 1e4f;
 
-/// A rotating field that shows what a rotation is made of.
-class COpenRotatable : public CRotatableFastNoise3 {
-public:
-    using CRotatableFastNoise3::CRotatableFastNoise3;
-    using CRotatableFastNoise3::m_Basis;
-    using CRotatableFastNoise3::m_Phases;
-    using CRotatableFastNoise3::m_SpinSpeeds;
-
-    /// What RotateBasis does, with the C library's sine.
-    [[gnu::noinline]] void RotateBySinf(float time) {
-        for (uint32_t k = 0; k < kEntries; ++k) {
-            m_Basis[k] = sinf(m_Phases[k] + time * m_SpinSpeeds[k]);
-        }
-        _RefreshBasis();
-    }
-};
-
 /// What the operations work on, and where they write.
 struct CData {
     CStdRandomGenerator m_Generator{2};
@@ -167,18 +150,29 @@ template <EQuality kQuality>
     }
 }
 
-/// Times go on, for a rotation to the same time does nothing.
+/// Times go on, for a rotation to the same time does nothing: through a thousand turns from `kFirst` on.
+template <int kFirst>
 float NextTime(CData& data) {
-    data.m_Time = data.m_Time < 1000.0f ? data.m_Time + 0.125f : 0.125f;
+    constexpr float first = kFirst;
+    const float next = data.m_Time + 0.125f;
+    data.m_Time = first <= next && next < first + 1000.0f ? next : first;
     return data.m_Time;
 }
 
+template <int kFirst>
 void Rotation(CData& data) {
-    data.m_Rotatable.RotateBasis(NextTime(data));
+    data.m_Rotatable.RotateBasis(NextTime<kFirst>(data));
 }
 
+/// What RotateBasis does, with the C library's sine.
+template <int kFirst>
 void RotationBySinf(CData& data) {
-    data.m_Rotatable.RotateBySinf(NextTime(data));
+    const float time = NextTime<kFirst>(data);
+    COpenRotatable& noise = data.m_Rotatable;
+    for (uint32_t k = 0; k < kEntries; ++k) {
+        noise.m_Basis[k] = sinf(noise.m_Phases[k] + time * noise.m_SpinSpeeds[k]);
+    }
+    noise._RefreshBasis();
 }
 
 void Sines(CData& data) {
@@ -251,7 +245,8 @@ constexpr COperation kOperations[] = {
      GradientBatch<&CFastNoise3::Sample1stOrderDerivativesCubic>, PlainGradientBatch<EQuality::kCubic>},
     {"Derivatives in a batch, quintic", "plain loop", kCount,
      GradientBatch<&CFastNoise3::Sample1stOrderDerivativesQuintic>, PlainGradientBatch<EQuality::kQuintic>},
-    {"RotateBasis, all 256 entries", "with sinf", 1, Rotation, RotationBySinf},
+    {"RotateBasis, all 256 entries", "with sinf", 1, Rotation<0>, RotationBySinf<0>},
+    {"RotateBasis, after 10000 turns", "with sinf", 1, Rotation<10000>, RotationBySinf<10000>},
     {"SinStream_Aligned16", "SLEEF, 3.5 ULP", kEntries, Sines, SinesBySleef},
     {"SinStream_Aligned16", "sinf", kEntries, Sines, SinesBySinf},
     {"ArcSinStream_Aligned16", "asinf", kEntries, ArcSines, ArcSinesByAsinf},

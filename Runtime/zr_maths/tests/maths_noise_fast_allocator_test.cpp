@@ -202,7 +202,7 @@ TEST_F(FastNoiseAllocator, AnUndrawnObjectKeepsWhatTheAllocationHeld) {
 }
 
 TEST_F(FastNoiseAllocator, AnUndrawnObjectIsDrawnByResetOrAssignment) {
-    CListGenerator generator(IndexedValues());
+    CListGenerator generator(EvenValues());
     COpenNoise noise(nullptr);
     noise.ResetSampler(&generator);
     EXPECT_EQ(noise.Basis()[0], -1.0f);

@@ -205,7 +205,7 @@ protected:
         return text.str();
     }
 
-    COpenNoise m_Noise = IndexedNoise();
+    COpenNoise m_Noise = EvenNoise();
 };
 
 INSTANTIATE_TEST_SUITE_P(All, BatchSamplers, testing::ValuesIn(kBatchSamplers), CNameOfInstance());
@@ -324,6 +324,7 @@ TEST_P(BatchSamplers, OutputStrideEightIsFilledWithTwiceTheSamplesOnTheFastPath)
     EXPECT_EQ(CheckPacked({.m_Count = 11, .m_OutputStride = 8, .m_OutputOffset = 4}, 703),
               isToTheEnd ? 22u : 11u);
     EXPECT_EQ(CheckPacked({.m_Count = 11, .m_OutputStride = 8, .m_PositionOffset = 4}, 703), 11u);
+    EXPECT_EQ(CheckPacked({.m_Count = 11, .m_OutputStride = 8, .m_PositionOffset = 8}, 703), 11u);
 }
 
 TEST_P(BatchSamplers, OutputBytesWrapAtFourGibibytes) {
@@ -475,7 +476,7 @@ TEST_P(BatchSamplers, OutputStrideZeroNeverReturnsAndDebugBuildsAssert) {
 // The four-dimensional fast path, which differs from the others.
 
 TEST(BatchSamplers4D, OutputStrideZeroWritesExactlyOneFloatOnTheFastPath) {
-    const COpenNoise noise = IndexedNoise();
+    const COpenNoise noise = EvenNoise();
     alignas(16) const float position[8] = {0.5f, 1.5f, 2.5f, 3.5f, 9.0f, 9.0f, 9.0f, 9.0f};
     for (const CBatchSampler& sampler : kBatchSamplers) {
         if (sampler.m_Dimension == 4) {

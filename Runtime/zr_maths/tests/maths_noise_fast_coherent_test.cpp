@@ -8,8 +8,10 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <ostream>
+#include <random>
+#include <sstream>
+#include <string>
 
 namespace {
 
@@ -78,7 +80,7 @@ protected:
         }
     }
 
-    COpenNoise m_Noise = IndexedNoise();
+    COpenNoise m_Noise = EvenNoise();
 };
 
 INSTANTIATE_TEST_SUITE_P(All, CoherentSamplers, testing::ValuesIn(kCoherentSamplers), CNameOfInstance());

@@ -39,7 +39,7 @@ protected:
         return (m_Noise.*GetParam().m_Sample)(Float4(x, y, z, lane3));
     }
 
-    COpenNoise m_Noise = IndexedNoise();
+    COpenNoise m_Noise = EvenNoise();
 };
 
 INSTANTIATE_TEST_SUITE_P(All, FourLaneSamplers, testing::ValuesIn(kFourLaneSamplers), CNameOfInstance());

@@ -50,7 +50,7 @@ private:
 
 // Whole blocks of the fast path stay within packed positions and outputs, at both ends.
 TEST(FastNoiseMemory, FastPathTouchesNothingBesideItsViews) {
-    const COpenNoise noise = IndexedNoise();
+    const COpenNoise noise = EvenNoise();
     const CGuardedPage positions;
     const CGuardedPage output;
     for (const CBatchSampler& sampler : kBatchSamplers) {
@@ -66,7 +66,7 @@ TEST(FastNoiseMemory, FastPathTouchesNothingBesideItsViews) {
 
 // One at a time, 1D positions are read as 4 bytes and 3D positions as 16, at any alignment.
 TEST(FastNoiseMemory, OneAtATimeReadsFourBytesIn1DAndSixteenIn3D) {
-    const COpenNoise noise = IndexedNoise();
+    const COpenNoise noise = EvenNoise();
     const CGuardedPage positions;
     const CGuardedPage output;
     for (const CBatchSampler& sampler : kBatchSamplers) {
@@ -88,7 +88,7 @@ TEST(FastNoiseMemory, TheLast3DPositionNeedsFourReadableBytesBehindIt) {
 #if VESTREL_SIMD_BACKEND_PORTABLE
     GTEST_SKIP() << "plain C++ leaves the unused lane unread when it is optimised";
 #endif
-    const COpenNoise noise = IndexedNoise();
+    const COpenNoise noise = EvenNoise();
     const CGuardedPage positions;
     float sample = 0.0f;
     for (const CBatchSampler& sampler : kBatchSamplers) {
@@ -107,7 +107,7 @@ TEST(FastNoiseMemory, TheLast3DPositionNeedsFourReadableBytesBehindIt) {
 class CGuardedNoise final : public CFastNoise3 {
 public:
     CGuardedNoise() : CFastNoise3(nullptr), m_OwnBasis(m_Basis) {
-        const std::array<float, 256> values = IndexedValues();
+        const std::array<float, 256> values = EvenValues();
         m_Basis = reinterpret_cast<float*>(m_Page.End()) - 512;
         std::copy(values.begin(), values.end(), m_Basis);
         std::copy(values.begin(), values.end(), m_Basis + 256);
@@ -151,7 +151,7 @@ TEST(FastNoiseMemory, SamplersOfFourLanesReadNothingBeyondTheBasis) {
 
 // Forms for four cells read their records and write their gradients, and nothing beside them.
 TEST(FastNoiseMemory, DerivativesTouchNothingBesideTheirViews) {
-    const COpenNoise noise = IndexedNoise();
+    const COpenNoise noise = EvenNoise();
     const CGuardedPage records;
     const CGuardedPage gradients;
     using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;

@@ -28,18 +28,6 @@ constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
 using CTable = std::array<uint32_t, 256>;
 
-/// A rotating object that shows its tables.
-class COpenRotatable : public CRotatableFastNoise3 {
-public:
-    using CRotatableFastNoise3::CRotatableFastNoise3;
-    using CRotatableFastNoise3::m_Basis;
-    using CRotatableFastNoise3::m_LastTime;
-    using CRotatableFastNoise3::m_NoSpinVariation;
-    using CRotatableFastNoise3::m_Phases;
-    using CRotatableFastNoise3::m_SpinSpeeds;
-    using CRotatableFastNoise3::m_SpinVariation;
-};
-
 /// The bits of 256 entries.
 CTable BitsOf(const float* table) {
     CTable bits;
@@ -96,6 +84,11 @@ void ExpectNear(const float* basis, const std::vector<float>& expected, float si
     for (size_t k = 0; k < 256; ++k) {
         EXPECT_NEAR(basis[k], sign * expected[k], tolerance) << "entry " << k;
     }
+}
+
+/// Fills the spare block of the phases.
+void FillSpare(const COpenRotatable& noise, unsigned char pattern) {
+    std::memset(noise.m_Phases + 512, pattern, 257 * sizeof(float));
 }
 
 std::vector<float> BasisOf(const COpenRotatable& noise) {
@@ -256,7 +249,8 @@ TEST_F(RotatableFastNoise, UniformModeRepeatsAfterAUnitOfTimeAndNegatesAfterHalf
 
 TEST_F(RotatableFastNoise, ZeroAndNegativeVariationsSwitchToUniformModeAndKeepTheLastRealOne) {
     const CTable speeds = BitsOf(m_Noise.m_SpinSpeeds);
-    for (const float variation : {0.0f, -0.0f, -1.0f, 9.99e-6f, -std::numeric_limits<float>::infinity()}) {
+    for (const float variation :
+         {0.0f, -0.0f, -1.0f, std::nextafter(1e-5f, 0.0f), -std::numeric_limits<float>::infinity()}) {
         m_Noise.SetSpinVariation(variation);
         EXPECT_TRUE(m_Noise.m_NoSpinVariation) << variation;
         EXPECT_EQ(m_Noise.m_SpinVariation, 0.2f) << variation;
@@ -281,16 +275,21 @@ CTable ExpectedSpeeds(const float* speeds, float oldVariation, float newVariatio
 }
 
 TEST_F(RotatableFastNoise, AVariationRescalesTheSpeedsFromTheLastRealOne) {
-    const CTable expected = ExpectedSpeeds(m_Noise.m_SpinSpeeds, 0.2f, 0.4f);
-    m_Noise.SetSpinVariation(0.0f);
-    m_Noise.SetSpinVariation(0.4f);
-    EXPECT_FALSE(m_Noise.m_NoSpinVariation);
-    EXPECT_EQ(m_Noise.m_SpinVariation, 0.4f);
-    EXPECT_EQ(BitsOf(m_Noise.m_SpinSpeeds), expected);
-    for (size_t k = 0; k < 256; ++k) {
-        EXPECT_GE(m_Noise.m_SpinSpeeds[k], kTwoPi - 0.4f * kPi - 1e-5f);
-        EXPECT_LE(m_Noise.m_SpinSpeeds[k], kTwoPi + 0.4f * kPi + 1e-5f);
+    float before = 0.2f;
+    for (const float variation : {0.4f, 0.3f, 0.7f, 0.6f, 2.0f, 3.5f}) {
+        const CTable expected = ExpectedSpeeds(m_Noise.m_SpinSpeeds, before, variation);
+        m_Noise.SetSpinVariation(0.0f);
+        m_Noise.SetSpinVariation(variation);
+        EXPECT_FALSE(m_Noise.m_NoSpinVariation);
+        EXPECT_EQ(m_Noise.m_SpinVariation, variation);
+        EXPECT_EQ(BitsOf(m_Noise.m_SpinSpeeds), expected) << variation;
+        for (size_t k = 0; k < 256; ++k) {
+            EXPECT_GE(m_Noise.m_SpinSpeeds[k], kTwoPi - variation * kPi - 1e-5f) << variation;
+            EXPECT_LE(m_Noise.m_SpinSpeeds[k], kTwoPi + variation * kPi + 1e-5f) << variation;
+        }
+        before = variation;
     }
+    EXPECT_LT(m_Noise.m_SpinSpeeds[0], 0.0f) << "beyond 2, the slowest turn backwards";
 }
 
 TEST_F(RotatableFastNoise, AVariationOfExactlyTheThresholdSqueezesTheSpeeds) {
@@ -356,6 +355,15 @@ TEST_F(RotatableFastNoise, AfterAResetTheBasisStaysAsDrawnUntilAnotherTime) {
     EXPECT_EQ(BitsOf(m_Noise.m_Basis), ExpectedBasis(m_Noise, 0.0f));
 }
 
+TEST_F(RotatableFastNoise, AfterAResetAtTimeZeroARotationToZeroLeavesTheBasisAsDrawn) {
+    m_Noise.ResetSampler(&m_Generator);
+    const CTable drawn = BitsOf(m_Noise.m_Basis);
+    m_Noise.RotateBasis(0.0f);
+    EXPECT_EQ(BitsOf(m_Noise.m_Basis), drawn);
+    m_Noise.RotateBasis(0.25f);
+    EXPECT_EQ(BitsOf(m_Noise.m_Basis), ExpectedBasis(m_Noise, 0.25f));
+}
+
 TEST_F(RotatableFastNoise, ResetWithoutAGeneratorStartsFromTheBasisThatIsThere) {
     m_Noise.RotateBasis(0.3f);
     const CTable before = BitsOf(m_Noise.m_Basis);
@@ -369,12 +377,28 @@ TEST_F(RotatableFastNoise, ResetWithoutAGeneratorStartsFromTheBasisThatIsThere) 
     }
 }
 
+TEST(RotatableFastNoiseUndrawn, SpeedsAreInTheMiddleOfTheirInterval) {
+    COpenRotatable noise(nullptr);
+    for (const float variation : {0.2f, 0.7f, 1.9f}) {
+        noise.SetSpinVariation(variation);
+        noise.ResetSampler(nullptr);
+        const float halfWidth = variation * kPi;
+        const float lowest = kTwoPi - halfWidth;
+        const float highest = halfWidth + kTwoPi;
+        const float sum = lowest + highest;
+        for (size_t k = 0; k < 256; ++k) {
+            EXPECT_EQ(FoldedBits(noise.m_SpinSpeeds[k]), FoldedBits(sum * 0.5f))
+                << variation << ", entry " << k;
+        }
+    }
+}
+
 TEST(RotatableFastNoiseUndrawn, AllSpeedsAreOneTurnAndBothModesAgree) {
     COpenRotatable noise(nullptr);
     for (size_t k = 0; k < 256; ++k) {
         EXPECT_EQ(noise.m_SpinSpeeds[k], kTwoPi) << "entry " << k;
     }
-    CListGenerator generator(IndexedValues());
+    CListGenerator generator(EvenValues());
     static_cast<CFastNoise3&>(noise) = CFastNoise3(&generator);
     noise.ResetSampler(nullptr);
     noise.SetSpinVariation(1.3f);
@@ -410,7 +434,7 @@ TEST_F(RotatableFastNoise, ACopyTakesAllButTheTime) {
     m_Noise.SetSpinVariation(0.6f);
     m_Noise.SetSpinVariation(0.0f);
     m_Noise.RotateBasis(0.7f);
-    std::memset(m_Noise.m_Phases + 512, 0x5A, 257 * sizeof(float)); // the spare block
+    FillSpare(m_Noise, 0x5A);
     m_Noise.m_Basis[400] = 3.0f;
     const COpenRotatable copy(m_Noise);
     EXPECT_NE(copy.m_Basis, m_Noise.m_Basis);
@@ -421,6 +445,18 @@ TEST_F(RotatableFastNoise, ACopyTakesAllButTheTime) {
     EXPECT_TRUE(copy.m_NoSpinVariation);
     EXPECT_EQ(copy.m_SpinVariation, 0.6f);
     EXPECT_EQ(copy.m_LastTime, 0.0f);
+}
+
+TEST_F(RotatableFastNoise, NothingButCopiesTouchesTheSpareBlock) {
+    FillSpare(m_Noise, 0x96);
+    m_Noise.RotateBasis(0.3f);
+    m_Noise.SetSpinVariation(0.0f);
+    m_Noise.RotateBasis(0.4f);
+    m_Noise.SetSpinVariation(0.8f);
+    m_Noise.ResetSampler(&m_Generator);
+    m_Noise.ResetSampler(nullptr);
+    const std::vector<unsigned char> expected(257 * sizeof(float), 0x96);
+    EXPECT_EQ(std::memcmp(m_Noise.m_Phases + 512, expected.data(), expected.size()), 0);
 }
 
 TEST_F(RotatableFastNoise, ACopySamplesLikeItsSourceAndRotatesLikeIt) {
@@ -467,7 +503,8 @@ TEST_F(RotatableFastNoise, AssignmentTakesAllButTheTimeIntoTheTablesThatAreThere
     m_Noise.SetSpinVariation(0.6f);
     m_Noise.SetSpinVariation(0.0f);
     m_Noise.RotateBasis(0.7f);
-    std::memset(m_Noise.m_Phases + 512, 0x5A, 257 * sizeof(float)); // the spare block
+    FillSpare(m_Noise, 0xC3);
+    FillSpare(target, 0x3C);
     EXPECT_EQ(&(target = m_Noise), &target);
     EXPECT_EQ(target.m_Basis, basis);
     EXPECT_EQ(target.m_Phases, phases);
@@ -481,11 +518,12 @@ TEST_F(RotatableFastNoise, AssignmentTakesAllButTheTimeIntoTheTablesThatAreThere
 
 TEST_F(RotatableFastNoise, SelfAssignmentIsHarmless) {
     m_Noise.RotateBasis(0.7f);
+    FillSpare(m_Noise, 0x69);
     const COpenRotatable before(m_Noise);
     const COpenRotatable& itself = m_Noise;
     m_Noise = itself;
     EXPECT_EQ(std::memcmp(m_Noise.m_Basis, before.m_Basis, 2052), 0);
-    EXPECT_EQ(std::memcmp(m_Noise.m_Phases, before.m_Phases, 2048), 0);
+    EXPECT_EQ(std::memcmp(m_Noise.m_Phases, before.m_Phases, 3076), 0);
     EXPECT_EQ(m_Noise.m_LastTime, 0.7f);
 }
 
@@ -495,7 +533,7 @@ TEST_F(RotatableFastNoise, AssignmentThroughTheBaseTakesTheBasisAlone) {
     target.SetSpinVariation(0.9f);
     std::array<float, 512> phases;
     std::memcpy(phases.data(), target.m_Phases, sizeof(phases));
-    const COpenNoise source = IndexedNoise();
+    const COpenNoise source = EvenNoise();
     CFastNoise3& base = target;
     base = source;
     EXPECT_EQ(std::memcmp(target.m_Basis, source.Basis(), 2052), 0);
@@ -509,7 +547,7 @@ TEST(RotatableFastNoiseVirtual, ResetAndDestructionThroughTheBase) {
     CRecordingGenerator generator;
     COpenRotatable* const rotatable = new COpenRotatable(&generator);
     const std::unique_ptr<CFastNoise3> noise(rotatable);
-    CListGenerator indexed(IndexedValues());
+    CListGenerator indexed(EvenValues());
     generator.m_Requests.clear();
     noise->ResetSampler(&generator);
     EXPECT_EQ(generator.m_Requests.size(), 2u) << "the speeds are drawn as well";

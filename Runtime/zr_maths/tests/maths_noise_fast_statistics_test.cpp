@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -20,22 +19,8 @@ using namespace Vestrel;
 constexpr uint32_t kCount = 10000000;
 constexpr uint32_t kChunk = 8192;
 
-/// Values from -1 to 1, evenly spread, so that their mean is 0, in the order of multiples of 91.
-std::array<float, 256> EvenValues() {
-    std::array<float, 256> values;
-    for (size_t k = 0; k < values.size(); ++k) {
-        values[k] = (2.0f * static_cast<float>(k * 91 % 256) - 255.0f) / 255.0f;
-    }
-    return values;
-}
-
 class FieldStatistics : public testing::TestWithParam<CBatchSampler> {
 protected:
-    FieldStatistics() {
-        CListGenerator generator(EvenValues());
-        m_Noise.ResetSampler(&generator);
-    }
-
     /// Calls `visit(positions, samples, count)` with chunks of positions of two periods in each direction,
     /// all multiples of 2^-12, so that a period can be added to them exactly.
     template <typename TVisit>
@@ -59,7 +44,7 @@ protected:
                             GetParam().PositionSize());
     }
 
-    COpenNoise m_Noise{nullptr};
+    COpenNoise m_Noise = EvenNoise();
 };
 
 INSTANTIATE_TEST_SUITE_P(All, FieldStatistics, testing::ValuesIn(kBatchSamplers), CNameOfInstance());

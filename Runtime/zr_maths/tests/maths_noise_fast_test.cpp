@@ -28,7 +28,7 @@ void ExpectWrapped(const COpenNoise& noise) {
 TEST(FastNoise, IsItsVirtualTableAndItsBasis) {
     static_assert(std::is_polymorphic_v<CFastNoise3> && std::has_virtual_destructor_v<CFastNoise3>);
     static_assert(sizeof(void*) != 8 || sizeof(CFastNoise3) == 16);
-    const COpenNoise noise = IndexedNoise();
+    const COpenNoise noise = EvenNoise();
     const float* second = nullptr;
     std::memcpy(&second, reinterpret_cast<const char*>(&noise) + sizeof(void*), sizeof(second));
     EXPECT_EQ(second, noise.Basis());
@@ -44,7 +44,7 @@ TEST(FastNoise, SamplersAreNoexcept) {
 }
 
 TEST(FastNoise, ConstructionAsksForTwoHundredAndFiftySixValuesInMinusOneToOne) {
-    CListGenerator generator(IndexedValues());
+    CListGenerator generator(EvenValues());
     const COpenNoise noise(&generator);
     EXPECT_EQ(generator.m_CallCount, 1);
     EXPECT_EQ(generator.m_View.m_Data, noise.Basis());
@@ -54,9 +54,9 @@ TEST(FastNoise, ConstructionAsksForTwoHundredAndFiftySixValuesInMinusOneToOne) {
 }
 
 TEST(FastNoise, ConstructionWrapsTheBasis) {
-    const COpenNoise noise = IndexedNoise();
-    EXPECT_EQ(noise.Basis()[7], (7.0f - 128.0f) / 128.0f);
-    EXPECT_EQ(noise.Basis()[255], 127.0f / 128.0f);
+    const COpenNoise noise = EvenNoise();
+    EXPECT_EQ(noise.Basis()[7], EvenValues()[7]);
+    EXPECT_EQ(noise.Basis()[255], EvenValues()[255]);
     ExpectWrapped(noise);
 }
 
@@ -66,7 +66,7 @@ TEST(FastNoise, ConstructionWithoutAGeneratorStillWraps) {
 }
 
 TEST(FastNoise, ResetWithoutAGeneratorKeepsTheValuesAndWrapsThem) {
-    COpenNoise noise = IndexedNoise();
+    COpenNoise noise = EvenNoise();
     noise.Basis()[0] = 0.125f;
     noise.Basis()[300] = 99.0f;
     noise.ResetSampler(nullptr);
@@ -74,12 +74,12 @@ TEST(FastNoise, ResetWithoutAGeneratorKeepsTheValuesAndWrapsThem) {
     EXPECT_EQ(noise.Basis()[256], 0.125f);
     EXPECT_EQ(noise.Basis()[512], 0.125f);
     EXPECT_EQ(noise.Basis()[300], noise.Basis()[44]);
-    EXPECT_EQ(noise.Basis()[255], 127.0f / 128.0f);
+    EXPECT_EQ(noise.Basis()[255], EvenValues()[255]);
 }
 
 TEST(FastNoise, ResetDrawsAnew) {
-    COpenNoise noise = IndexedNoise();
-    std::array<float, 256> values = IndexedValues();
+    COpenNoise noise = EvenNoise();
+    std::array<float, 256> values = EvenValues();
     values[3] = 0.5f;
     values[0] = -0.5f;
     CListGenerator generator(values);
@@ -96,13 +96,13 @@ TEST(FastNoise, ResetDrawsAnew) {
 
 TEST(FastNoise, NonVirtualResetDoesTheSame) {
     COpenNoise noise(nullptr);
-    CListGenerator generator(IndexedValues());
+    CListGenerator generator(EvenValues());
     noise._ResetSampler(&generator);
-    EXPECT_EQ(BasisOf(noise), BasisOf(IndexedNoise()));
+    EXPECT_EQ(BasisOf(noise), BasisOf(EvenNoise()));
 }
 
 TEST(FastNoise, RefreshRepeatsTheFirstEntries) {
-    COpenNoise noise = IndexedNoise();
+    COpenNoise noise = EvenNoise();
     noise.Basis()[0] = 0.75f;
     noise.Basis()[255] = -0.75f;
     noise._RefreshBasis();
@@ -112,7 +112,7 @@ TEST(FastNoise, RefreshRepeatsTheFirstEntries) {
 }
 
 TEST(FastNoise, CopyHasATableOfItsOwn) {
-    const COpenNoise source = IndexedNoise();
+    const COpenNoise source = EvenNoise();
     const std::vector<float> before = BasisOf(source);
     COpenNoise copy(source);
     EXPECT_NE(copy.Basis(), source.Basis());
@@ -124,7 +124,7 @@ TEST(FastNoise, CopyHasATableOfItsOwn) {
 }
 
 TEST(FastNoise, CopyTakesEveryEntryAsItIs) {
-    COpenNoise source = IndexedNoise();
+    COpenNoise source = EvenNoise();
     source.Basis()[400] = 5.0f;
     source.Basis()[512] = 6.0f;
     const COpenNoise copy(source);
@@ -135,7 +135,7 @@ TEST(FastNoise, CopyTakesEveryEntryAsItIs) {
 }
 
 TEST(FastNoise, AssignmentCopiesIntoTheTableThatIsThere) {
-    const COpenNoise source = IndexedNoise();
+    const COpenNoise source = EvenNoise();
     COpenNoise target(nullptr);
     const float* const table = target.Basis();
     EXPECT_EQ(&(target = source), &target);
@@ -144,7 +144,7 @@ TEST(FastNoise, AssignmentCopiesIntoTheTableThatIsThere) {
 }
 
 TEST(FastNoise, SelfAssignmentIsHarmless) {
-    COpenNoise noise = IndexedNoise();
+    COpenNoise noise = EvenNoise();
     const std::vector<float> before = BasisOf(noise);
     const COpenNoise& itself = noise;
     noise = itself;
@@ -168,7 +168,7 @@ TEST(FastNoise, GeneratorsInTheSameStateGiveTheSameField) {
 }
 
 TEST(FastNoise, TableIsAlignedToThirtyTwoBytes) {
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(IndexedNoise().Basis()) % 32, 0u);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(EvenNoise().Basis()) % 32, 0u);
 }
 
 /// Counts the calls of its overrides.

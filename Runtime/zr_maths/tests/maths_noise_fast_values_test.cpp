@@ -26,7 +26,7 @@ protected:
         return sample;
     }
 
-    COpenNoise m_Noise = IndexedNoise();
+    COpenNoise m_Noise = EvenNoise();
 };
 
 INSTANTIATE_TEST_SUITE_P(All, SamplerValues, testing::ValuesIn(kBatchSamplers), CNameOfInstance());
@@ -114,7 +114,7 @@ float SampleOne(const CFastNoise3& noise, Reference::EQuality quality, int dimen
 }
 
 TEST(SamplerValuesTogether, QualitiesAgreeAtLatticePointsAndDifferInside) {
-    const COpenNoise noise = IndexedNoise();
+    const COpenNoise noise = EvenNoise();
     using enum Reference::EQuality;
     for (const int dimension : {1, 2, 3, 4}) {
         for (int n = -20; n < 20; ++n) {
@@ -172,7 +172,7 @@ TEST(SamplerValuesTogether, ProductAndSumAreNotFused) {
 }
 
 TEST(SamplerValuesTogether, OneDimensionalFirstCellLiesBetweenEntries151And160) {
-    const COpenNoise noise = IndexedNoise();
+    const COpenNoise noise = EvenNoise();
     const float* const B = noise.Basis();
     // At a quarter: the fades are 0.25, 0.15625 and 0.103515625, all exact.
     const float quarter[4] = {0.25f, 0.0f, 0.0f, 0.0f};
@@ -184,7 +184,7 @@ TEST(SamplerValuesTogether, OneDimensionalFirstCellLiesBetweenEntries151And160) 
 }
 
 TEST(SamplerValuesTogether, OneDimensionalMinusAQuarterLiesInCell255) {
-    const COpenNoise noise = IndexedNoise();
+    const COpenNoise noise = EvenNoise();
     const float* const B = noise.Basis();
     const float position[4] = {-0.25f, 0.0f, 0.0f, 0.0f};
     // P[255] is 180 and P[256] is 151.
@@ -197,25 +197,40 @@ TEST(SamplerValuesTogether, OneDimensionalMinusAQuarterLiesInCell255) {
     }
 }
 
+// At -1e-10 the cell is 255 and the fraction rounds to 1, where every fade is 1: the blend goes all the way
+// from the lower side to the upper one, and rounds as it does.
 TEST(SamplerValuesTogether, JustBelowZeroTheUpperSideIsTaken) {
-    const COpenNoise noise = IndexedNoise();
+    const COpenNoise noise = EvenNoise();
     const auto& P = Internal::kFastNoisePermutations;
     const float* const B = noise.Basis();
+    const auto upperSide = [](float lower, float upper) { return lower + (upper - lower); };
     using enum Reference::EQuality;
     for (const auto quality : {kLinear, kCubic, kQuintic}) {
-        // The entries of this field are multiples of 2^-7, so that blends at a weight of 1 are exact.
         const float x[4] = {-1e-10f, 0.0f, 0.0f, 0.0f};
-        EXPECT_EQ(SampleOne(noise, quality, 1, x), B[151]);
+        EXPECT_EQ(SampleOne(noise, quality, 1, x), upperSide(B[180], B[151]));
+        EXPECT_EQ(SampleOne(noise, quality, 2, x), upperSide(B[P[180]], B[P[151]]));
         const float y[4] = {0.0f, -1e-10f, 0.0f, 0.0f};
-        EXPECT_EQ(SampleOne(noise, quality, 2, y), B[P[P[0] + 256]]);
-        const float w[4] = {0.0f, 0.0f, 0.0f, -1e-10f};
-        EXPECT_EQ(SampleOne(noise, quality, 4, w), B[P[P[151]] + 256]);
+        EXPECT_EQ(SampleOne(noise, quality, 2, y), upperSide(B[P[151 + 255]], B[P[151 + 256]]));
         const float z[4] = {0.0f, 0.0f, -1e-10f, 0.0f};
-        EXPECT_EQ(SampleOne(noise, quality, 3, z), B[P[151] + 256]);
-        const float lower[4] = {0.0f, 0.0f, -0.25f, 0.0f};
-        EXPECT_EQ(SampleOne(noise, kLinear, 3, lower),
-                  B[P[151] + 255] + (B[P[151] + 256] - B[P[151] + 255]) * 0.75f);
+        EXPECT_EQ(SampleOne(noise, quality, 3, z), upperSide(B[P[151] + 255], B[P[151] + 256]));
+        const float w[4] = {0.0f, 0.0f, 0.0f, -1e-10f};
+        EXPECT_EQ(SampleOne(noise, quality, 4, w), upperSide(B[P[P[151]] + 255], B[P[P[151]] + 256]));
     }
+}
+
+TEST(SamplerValuesTogether, AQuarterBelowZeroIsThreeQuartersIntoCell255) {
+    const COpenNoise noise = EvenNoise();
+    const auto& P = Internal::kFastNoisePermutations;
+    const float* const B = noise.Basis();
+    const auto threeQuarters = [](float lower, float upper) { return lower + (upper - lower) * 0.75f; };
+    constexpr auto kLinear = Reference::EQuality::kLinear;
+    const float x[4] = {-0.25f, 0.0f, 0.0f, 0.0f};
+    EXPECT_EQ(SampleOne(noise, kLinear, 1, x), threeQuarters(B[180], B[151]));
+    EXPECT_EQ(SampleOne(noise, kLinear, 2, x), threeQuarters(B[P[180]], B[P[151]]));
+    EXPECT_EQ(SampleOne(noise, kLinear, 3, x), threeQuarters(B[P[180]], B[P[151]]));
+    EXPECT_EQ(SampleOne(noise, kLinear, 4, x), threeQuarters(B[P[P[180]]], B[P[P[151]]]));
+    const float z[4] = {0.0f, 0.0f, -0.25f, 0.0f};
+    EXPECT_EQ(SampleOne(noise, kLinear, 3, z), threeQuarters(B[P[151] + 255], B[P[151] + 256]));
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 
 // What the tests of the noise share.
 
+#include "folded_bits.h"
+
 #include <zr_maths/maths_noise_fast.h>
 
 #include <array>
@@ -27,6 +29,19 @@ public:
     }
 };
 
+/// A rotating object that shows its tables.
+class COpenRotatable : public CRotatableFastNoise3 {
+public:
+    using CFastNoise3::_RefreshBasis;
+    using CRotatableFastNoise3::CRotatableFastNoise3;
+    using CRotatableFastNoise3::m_Basis;
+    using CRotatableFastNoise3::m_LastTime;
+    using CRotatableFastNoise3::m_NoSpinVariation;
+    using CRotatableFastNoise3::m_Phases;
+    using CRotatableFastNoise3::m_SpinSpeeds;
+    using CRotatableFastNoise3::m_SpinVariation;
+};
+
 /// Delivers given values, whatever the bounds, and keeps what it was asked for.
 class CListGenerator final : public CAbstractRandomGenerator {
 public:
@@ -47,24 +62,20 @@ public:
     int m_CallCount = 0;
 };
 
-/// Values that tell their index: entry k is (k - 128) / 128.
-inline std::array<float, 256> IndexedValues() {
+/// Values from -1 to 1, evenly spread, so that their mean is 0, in the order of multiples of 91. Sums of them
+/// round, and neighbours differ by all sorts of amounts, so that any other order of operations shows.
+inline std::array<float, 256> EvenValues() {
     std::array<float, 256> values;
     for (size_t k = 0; k < values.size(); ++k) {
-        values[k] = (static_cast<float>(k) - 128.0f) / 128.0f;
+        values[k] = (2.0f * static_cast<float>(k * 91 % 256) - 255.0f) / 255.0f;
     }
     return values;
 }
 
-/// A field of IndexedValues.
-inline COpenNoise IndexedNoise() {
-    CListGenerator generator(IndexedValues());
+/// A field of EvenValues.
+inline COpenNoise EvenNoise() {
+    CListGenerator generator(EvenValues());
     return COpenNoise(&generator);
-}
-
-/// The bits of a float, all not-a-numbers being one.
-inline uint32_t FoldedBits(float value) {
-    return std::isnan(value) ? 0x7FC00000u : std::bit_cast<uint32_t>(value);
 }
 
 /// Coordinates of every kind: random, integral, negative, tiny and denormal, large, infinite, not-a-number,

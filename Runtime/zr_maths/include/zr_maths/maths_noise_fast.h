@@ -115,14 +115,15 @@ public:
     float SampleQuintic(SIMD_Neon::Float4 position) const noexcept;
 
     /// The samples of the 3D field at four positions close together, that of `positions[n]` in lane n, for
-    /// little more than the price of one. `positions` points at four values, each with x, y and z in lanes 0
-    /// to 2; lane 3 is ignored.
+    /// about the price of two. `positions` points at four values, each with x, y and z in lanes 0 to 2; lane
+    /// 3 is ignored.
     ///
     /// The caller guarantees that all four lie in the lattice cell of the first. One that does not is not
     /// moved to its own cell: its sample continues the blend of the first one's cell beyond its faces, and
     /// may leave [-1, 1]. Fractions are measured from the first position, so that a sample differs from that
-    /// of SampleLinear and its kind where this rounds differently; four times the same position give the same
-    /// bits.
+    /// of SampleLinear and its kind where this rounds differently; four times the same finite position give
+    /// the same bits. A coordinate that is not finite spoils the sample of its own position, in the first
+    /// position all four.
     SIMD_Neon::Float4 CoherentSampleLinear(const SIMD_Neon::Float4* positions) const noexcept;
     SIMD_Neon::Float4 CoherentSampleCubic(const SIMD_Neon::Float4* positions) const noexcept;
     SIMD_Neon::Float4 CoherentSampleQuintic(const SIMD_Neon::Float4* positions) const noexcept;
@@ -140,9 +141,12 @@ public:
     /// `output.m_Data[k]`, as (d/dx, d/dy, d/dz, 0); the count of the output is never read. It agrees with
     /// that of a single position up to rounding, not bit for bit: the terms are added in another order.
     ///
+    /// Both views may have any alignment of floats. Fractions that are not numbers give gradients that are
+    /// not numbers, and touch no others. No cells write nothing, whatever the output.
+    ///
     /// The caller guarantees coordinates of cells in 0 to 255, which index the tables unchecked, room for as
     /// many gradients as there are cells, and that no gradient lies at a higher address than the record that
-    /// it is made of, where the two overlap. No cells write nothing, whatever the output.
+    /// it is made of, where the two overlap.
     void
     Sample1stOrderDerivativesLinear(const TMemoryView<const TPair<TVector<float, 4>, TVector<int, 4>>>& cells,
                                     const TMemoryView<TVector<float, 4>>& output) const noexcept;
@@ -168,15 +172,15 @@ protected:
 
 /// A field that moves. Every one of its 256 random values is the sine of a phase, and turns at a speed of its
 /// own, around one turn per unit of time; RotateBasis puts them where they are at a given time. All samplers
-/// then see the field of that time. Its values stay within [-1, 1] at any time.
+/// then see the field of that time. Its values stay within [-1, 1] at any finite time.
 ///
 /// Half of the values start upward and half downward. How far the speeds differ is the spin variation v: they
 /// are spread over (2 - v) / 2 to (2 + v) / 2 turns per unit of time. Without any, all turn at the same
-/// speed, so that the field repeats after one unit of time.
+/// speed, so that the field repeats after one unit of time, up to rounding.
 ///
 /// What CFastNoise3 says of bits and threads holds here: RotateBasis and SetSpinVariation, too, must not
-/// overlap any other call on the same object. A rotation allocates nothing and costs about as much as 80
-/// samples in 3D; one to the time that the field is at costs nothing.
+/// overlap any other call on the same object. A rotation allocates nothing and costs about as much as 60
+/// samples in 3D, beyond some 2500 turns twice as much; one to the time that the field is at costs nothing.
 class CRotatableFastNoise3 : public CFastNoise3 {
 public:
     /// Draws the field and then the speeds from `generator`, which is borrowed for the call, with a spin
@@ -204,13 +208,17 @@ public:
 
     /// Spreads the speeds over another interval, each keeping its place within; nothing is drawn. Below 1e-5,
     /// all entries turn at exactly one turn per unit of time, until a greater variation brings back the
-    /// spread of speeds. The caller guarantees a number; above 2 some entries turn backwards. The field
-    /// changes at the next rotation to another time.
+    /// spread of speeds. Above 2 some entries turn backwards. The field changes at the next rotation to
+    /// another time.
+    ///
+    /// Places are kept up to rounding: a variation that is tiny but not below 1e-5 merges speeds for good.
+    /// The caller guarantees a variation that is finite and below 1e38: others spoil the speeds until they
+    /// are drawn anew at another variation.
     void SetSpinVariation(float variation) noexcept;
 
     /// Brings the field to `time`, counted from 0 and in units of about one turn. It depends on the time
-    /// alone, not on the rotations before. Times are trusted: far from 0, angles are as coarse as floats are
-    /// there, and a time that is not a number makes all values so until the next rotation.
+    /// alone, not on the rotations before. Far from 0, angles are as coarse as floats are there. A time that
+    /// is not finite makes all values not-a-number until the next rotation.
     void RotateBasis(float time) noexcept;
 
 protected:

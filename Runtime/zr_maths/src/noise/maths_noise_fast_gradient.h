@@ -102,16 +102,18 @@ template <ENoiseQuality kQuality, EGradientForm kForm>
     return gradient & Int4(-1, -1, -1, 0);
 }
 
+[[gnu::always_inline]] inline std::array<uint32_t, 3> _CellOf(const CFractionsAndCell& record) {
+    const TVector<int, 4>& cell = record.second;
+    return {static_cast<uint32_t>(cell.x), static_cast<uint32_t>(cell.y), static_cast<uint32_t>(cell.z)};
+}
+
 /// The corners of four cells: lane n belongs to cell n.
 [[gnu::always_inline]] inline std::array<Float4, 8> _CornersOfFour(CAdjacentEnds ends,
                                                                    const CFractionsAndCell* records) {
     std::array<uint32_t, 4> hashes[4];
 #pragma GCC unroll 4
     for (size_t k = 0; k < 4; ++k) {
-        const TVector<int, 4>& cell = records[k].second;
-        const uint32_t coordinates[3] = {static_cast<uint32_t>(cell.x), static_cast<uint32_t>(cell.y),
-                                         static_cast<uint32_t>(cell.z)};
-        hashes[k] = HashEdges<3>(coordinates);
+        hashes[k] = HashEdges<3>(_CellOf(records[k]).data());
     }
     std::array<Float4, 8> corners;
 #pragma GCC unroll 4
@@ -173,11 +175,9 @@ void GradientBatch(const float* basis, const TMemoryView<const CFractionsAndCell
         _GradientsAtFour<kQuality>(ends, cells.m_Data + k, output.m_Data + k);
     }
     for (; k < cells.m_Count; ++k) {
-        const auto& [fractions, cell] = cells.m_Data[k];
-        const uint32_t coordinates[3] = {static_cast<uint32_t>(cell.x), static_cast<uint32_t>(cell.y),
-                                         static_cast<uint32_t>(cell.z)};
+        const CFractionsAndCell& record = cells.m_Data[k];
         const Float4 gradient = GradientAtOne<kQuality, EGradientForm::kBatch>(
-            ends, SIMD_Neon::LoadUnaligned(&fractions), coordinates);
+            ends, SIMD_Neon::LoadUnaligned(&record.first), _CellOf(record).data());
         SIMD_Neon::StoreUnaligned(output.m_Data + k, gradient);
     }
 }
