@@ -1,11 +1,3 @@
-# The target MPFR::MPFR, a library for numbers of any precision, which tests ask what is right.
-find_path(MPFR_INCLUDE_DIR mpfr.h)
-find_library(MPFR_LIBRARY mpfr)
-mark_as_advanced(MPFR_INCLUDE_DIR MPFR_LIBRARY)
-include(FindPackageHandleStandardArgs)
-find_package_handle_standard_args(MPFR REQUIRED_VARS MPFR_LIBRARY MPFR_INCLUDE_DIR)
-if(MPFR_FOUND AND NOT TARGET MPFR::MPFR)
-  add_library(MPFR::MPFR UNKNOWN IMPORTED)
-  set_target_properties(MPFR::MPFR PROPERTIES IMPORTED_LOCATION ${MPFR_LIBRARY}
-                                              INTERFACE_INCLUDE_DIRECTORIES ${MPFR_INCLUDE_DIR})
-endif()
+# The target MPFR::MPFR: numbers of any precision, which tests ask what is right.
+include(ImportLibrary)
+vestrel_import_library(MPFR mpfr.h mpfr)
