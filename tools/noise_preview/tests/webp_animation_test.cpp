@@ -275,7 +275,9 @@ TEST_F(NoisePreviewAnimation, FramesAreNotKeptAsPictures) {
 
 TEST_F(NoisePreviewAnimation, ATerminalGetsABar) {
     const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
-    ASSERT_GE(terminal, 0);
+    if (terminal < 0) {
+        GTEST_SKIP() << "this machine has no pseudo-terminals";
+    }
     ASSERT_EQ(grantpt(terminal), 0);
     ASSERT_EQ(unlockpt(terminal), 0);
     const std::string name = ptsname(terminal);
