@@ -4,7 +4,11 @@
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
+#include <iostream>
 #include <limits>
+#include <memory>
+#include <sstream>
 #include <string_view>
 
 namespace NoisePreview {
@@ -182,9 +186,12 @@ constexpr COption kOptions[] = {
      ParseShade},
     {"--size", "WxH", "Width and height of the picture in pixels (default: 1024x1024).", ParseSize},
     {"--cells", "N", "How many lattice cells the picture is wide, 1 to 1000000 (default: 16).", ParseCells},
-    {"--slice", "Z", "Where a 3D or 4D field is cut: the z coordinate of all positions (default: 0.5).",
+    {"--slice", "Z",
+     "Where a 3D or 4D field is cut: the z coordinate of all positions, -8388608 to 8388608 (default: 0.5).",
      ParseSlice},
-    {"--slice-w", "W", "Where a 4D field is cut as well: the w coordinate of all positions (default: 0.5).",
+    {"--slice-w", "W",
+     "Where a 4D field is cut as well: the w coordinate of all positions, -8388608 to 8388608 (default: "
+     "0.5).",
      ParseSliceW},
     {"--seed", "S", "Seed of the field's random values, 0 to 4294967295 (default: 1).", ParseSeed},
     {"--animate", "SECONDS",
@@ -202,9 +209,20 @@ constexpr COption kOptions[] = {
      ParseSpinVariation, "--animate"},
     {"--output", "FILE|FOLDER/",
      "The PNG or WebP file to write; a file that is there already is replaced. A name that ends in / is the "
-     "folder for the default (default: noise.png, or noise.webp with --animate).",
+     "folder for the default; else it ends as the format does, or has no ending (default: noise.png, or "
+     "noise.webp with --animate).",
      ParseOutput},
 };
+
+/// Refuses coordinates of a slice that fields of the dimension do not have.
+void CheckSlices(const CLI::App& app, const COptions& options) {
+    if (app.count("--slice") > 0 && options.m_Dimension < 3) {
+        throw CLI::ValidationError("--slice", "it is for --dimension 3 and 4 alone");
+    }
+    if (app.count("--slice-w") > 0 && options.m_Dimension < 4) {
+        throw CLI::ValidationError("--slice-w", "it is for --dimension 4 alone");
+    }
+}
 
 void CheckShade(const COptions& options) {
     if (options.m_Shade == EShade::kGradient && options.m_Dimension != 3) {
@@ -229,23 +247,60 @@ void CheckAnimation(const COptions& options) {
                "too large for an animation, which has at most 16383x16383 pixels");
     }
     if (options.FrameCount() == 0) {
-        Refuse("--fps", std::to_string(options.m_FramesPerSecond),
-               "so few that there is no frame in all of the animation");
+        throw CLI::ValidationError("--animate", "there is not one frame in so short a time at " +
+                                                    std::to_string(options.m_FramesPerSecond) +
+                                                    " frames per second");
     }
 }
 
-/// Where only a folder is given, or nothing, the file has a name of the program's own.
+/// The ending of a file's name in small letters, such as .png.
+std::string EndingOf(const std::string& name) {
+    std::string ending = std::filesystem::path(name).extension().string();
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](char c) { return 'A' <= c && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return ending;
+}
+
+/// Where only a folder is given, or nothing, the file has a name of the program's own. Any other is to end as
+/// its format does, so that a slip does not replace a file of another kind.
 void CompleteOutput(COptions& options) {
     const bool isAnimation = options.IsAnimation();
     if (options.m_Output.empty() || options.m_Output.back() == '/') {
         options.m_Output += isAnimation ? "noise.webp" : "noise.png";
     }
-    if (options.m_Output.ends_with(isAnimation ? ".png" : ".webp")) {
+    const std::string ending = EndingOf(options.m_Output);
+    if (!ending.empty() && ending != (isAnimation ? ".webp" : ".png")) {
         Refuse("--output", options.m_Output,
-               isAnimation ? "the name of a PNG file, but animations are WebP files"
-                           : "the name of a WebP file, but still pictures are PNG files");
+               isAnimation ? "not the name of a WebP file, as animations are"
+                           : "not the name of a PNG file, as still pictures are");
     }
 }
+
+/// Breaks a text into lines of at most `width` characters.
+std::string Wrapped(const std::string& text, size_t width) {
+    std::istringstream words(text);
+    std::string lines;
+    size_t column = 0;
+    for (std::string word; words >> word;) {
+        const bool fits = column == 0 || column + 1 + word.size() <= width;
+        lines += column == 0 ? "" : fits ? " " : "\n";
+        column = fits && column > 0 ? column + 1 + word.size() : word.size();
+        lines += word;
+    }
+    return lines;
+}
+
+/// Help that fits into 80 columns.
+class CHelpFormatter final : public CLI::Formatter {
+private:
+    std::string make_option_opts(const CLI::Option* option) const override {
+        return option->get_type_name().empty() ? "" : " " + option->get_type_name();
+    }
+
+    std::string make_option_desc(const CLI::Option* option) const override {
+        return Wrapped(option->get_description(), 79 - get_column_width());
+    }
+};
 
 } // namespace
 
@@ -253,6 +308,7 @@ std::optional<COptions> ParseCommandLine(int argumentCount, char** arguments, in
     COptions options;
     CLI::App app("Draws a picture or an animation of a noise field and says how long its sampling took.",
                  "noise_preview");
+    app.formatter(std::make_shared<CHelpFormatter>());
     for (const COption& option : kOptions) {
         const auto parse = [&](const std::string& text) { option.m_Parse(text, options); };
         CLI::Option* const added =
@@ -277,11 +333,16 @@ std::optional<COptions> ParseCommandLine(int argumentCount, char** arguments, in
     try {
         app.parse(argumentCount, arguments);
         CheckShade(options);
+        CheckSlices(app, options);
         CheckExtent(options);
         CheckAnimation(options);
         CompleteOutput(options);
     } catch (const CLI::ParseError& error) {
         exitCode = app.exit(error) == 0 ? 0 : 2;
+        if (!std::cout.flush()) {
+            std::cerr << "noise_preview: the help cannot be written to standard output\n";
+            exitCode = 1;
+        }
         return std::nullopt;
     }
     return options;

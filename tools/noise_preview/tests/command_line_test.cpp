@@ -1,5 +1,6 @@
 #include "noise_preview_run.h"
 
+#include <sstream>
 #include <string>
 
 namespace {
@@ -38,6 +39,15 @@ TEST_F(NoisePreview, HelpExplainsEveryOptionWithItsDefault) {
     const CResult result = Run("--help");
     EXPECT_EQ(result.m_ExitCode, 0);
     EXPECT_EQ(result.m_Errors, "");
+    std::istringstream lines(result.m_Output);
+    std::istringstream words(result.m_Output);
+    std::string help; // in one line
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_LE(line.size(), 90u) << line;
+    }
+    for (std::string word; words >> word;) {
+        help += word + " ";
+    }
     for (const std::string text : {"--dimension 1|2|3|4 ",
                                    "--quality linear|cubic|quintic",
                                    "--shade value|gradient ",
@@ -62,7 +72,7 @@ TEST_F(NoisePreview, HelpExplainsEveryOptionWithItsDefault) {
                                    "(default: 25).",
                                    "(default: 0).",
                                    "(default: noise.png, or noise.webp with --animate)."}) {
-        EXPECT_NE(result.m_Output.find(text), std::string::npos) << text << " in:\n" << result.m_Output;
+        EXPECT_NE(help.find(text), std::string::npos) << text << " in:\n" << result.m_Output;
     }
 }
 
@@ -91,6 +101,17 @@ TEST_F(NoisePreview, BadOptionsGetOneLineThatNamesThem) {
         ExpectFailure("--slice " + value, "--slice:");
         ExpectFailure("--dimension 4 --slice-w " + value, "--slice-w:");
     }
+    for (const std::string dimension : {"1", "2"}) {
+        ExpectFailure("--slice 1 --dimension " + dimension, "--slice: it is for --dimension 3 and 4 alone");
+    }
+    for (const std::string dimension : {"1", "2", "3"}) {
+        ExpectFailure("--slice-w 1 --dimension " + dimension, "--slice-w: it is for --dimension 4 alone");
+    }
+    for (const std::string name : {"a.jpg", "a.webp", "a.WEBP", "README.md", "b/a.tar.gz"}) {
+        ExpectFailure("--output " + name, "--output: '" + name + "' is not the name of a PNG file");
+        ExpectFailure("--animate 1 --output " + (name == "a.webp" || name == "a.WEBP" ? "a.png" : name),
+                      "' is not the name of a WebP file");
+    }
     for (const std::string value : {"-1", "4294967296", "1.5", "seed", "''"}) {
         ExpectFailure("--seed " + value, "--seed");
     }
@@ -102,6 +123,20 @@ TEST_F(NoisePreview, BadOptionsGetOneLineThatNamesThem) {
     ExpectFailure("field.png", "field.png");
     ExpectFailure("--cells 1000000 --size 1x1000", "--cells");
     ExpectFailure("'--two\nlines'", "--two lines");
+}
+
+TEST_F(NoisePreview, EndingsMayBeCapitalsOrMissing) {
+    for (const std::string name : {"a.PNG", "b", "c.d/"}) {
+        fs::create_directory(m_Folder / "c.d");
+        EXPECT_EQ(Run("--size 4x4 --output " + name).m_ExitCode, 0) << name;
+    }
+    EXPECT_EQ(ReadPng(m_Folder / "a.PNG").m_Width, 4u);
+    EXPECT_EQ(ReadPng(m_Folder / "b").m_Width, 4u);
+    EXPECT_EQ(ReadPng(m_Folder / "c.d/noise.png").m_Width, 4u);
+}
+
+TEST_F(NoisePreview, HelpThatCannotBeWrittenIsAnError) {
+    EXPECT_EQ(Run("--help >/dev/full").m_ExitCode, 1);
 }
 
 TEST_F(NoisePreview, OnlyTheHeightOfASliceIsLimited) {
