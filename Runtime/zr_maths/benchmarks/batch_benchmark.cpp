@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Vestrel::Benchmarks {
@@ -117,17 +118,42 @@ std::string NameOf(const CBatchSampler& sampler, EPath path, uint32_t count) {
     return std::string(sampler.m_Name) + "/" + NameOf(path) + "/" + std::to_string(count);
 }
 
+bool HasMedian(const CMedians& medians, const CBatchSampler& sampler) {
+    return std::any_of(std::begin(kPaths), std::end(kPaths), [&](EPath path) {
+        return std::any_of(std::begin(kCounts), std::end(kCounts), [&](uint32_t count) {
+            return !std::isnan(medians.Nanoseconds(NameOf(sampler, path, count)));
+        });
+    });
+}
+
 template <typename TValue>
 void PrintRow(const CBatchSampler& sampler, const std::string& name, const TValue& valueOf) {
-    const auto isMeasured = [&](uint32_t count) { return !std::isnan(valueOf(count)); };
-    if (std::none_of(std::begin(kCounts), std::end(kCounts), isMeasured)) {
-        return; // left out by a filter
-    }
     std::printf("%-16s %-27s", sampler.m_Name, name.c_str());
     for (const uint32_t count : kCounts) {
         PrintNumber(valueOf(count));
     }
     std::printf("\n");
+}
+
+void PrintHeader() {
+    std::printf("%-44s", "nanoseconds per position, medians");
+    for (const uint32_t count : kCounts) {
+        std::printf("%9u", count);
+    }
+    std::printf("  positions\n");
+}
+
+void PrintSampler(const CMedians& medians, const CBatchSampler& sampler) {
+    const auto median = [&](EPath path, uint32_t count) {
+        return medians.Nanoseconds(NameOf(sampler, path, count));
+    };
+    for (const EPath path : kPaths) {
+        PrintRow(sampler, NameOf(path), [&](uint32_t count) { return median(path, count); });
+    }
+    for (const EPath path : {EPath::kFourAtATime, EPath::kOneAtATime}) {
+        PrintRow(sampler, std::string("plain loop : ") + NameOf(path),
+                 [&](uint32_t count) { return median(EPath::kPlain, count) / median(path, count); });
+    }
 }
 
 } // namespace
@@ -145,22 +171,15 @@ void RegisterBatchBenchmarks() {
 }
 
 void PrintBatchBenchmarks(const CMedians& medians) {
-    std::printf("%-44s", "nanoseconds per position, medians");
-    for (const uint32_t count : kCounts) {
-        std::printf("%9u", count);
-    }
-    std::printf("  positions\n");
+    bool hasHeader = false;
     for (const CBatchSampler& sampler : kBatchSamplers) {
-        const auto median = [&](EPath path, uint32_t count) {
-            return medians.Nanoseconds(NameOf(sampler, path, count));
-        };
-        for (const EPath path : kPaths) {
-            PrintRow(sampler, NameOf(path), [&](uint32_t count) { return median(path, count); });
+        if (!HasMedian(medians, sampler)) {
+            continue; // left out by a filter
         }
-        for (const EPath path : {EPath::kFourAtATime, EPath::kOneAtATime}) {
-            PrintRow(sampler, std::string("plain loop : ") + NameOf(path),
-                     [&](uint32_t count) { return median(EPath::kPlain, count) / median(path, count); });
+        if (!std::exchange(hasHeader, true)) {
+            PrintHeader();
         }
+        PrintSampler(medians, sampler);
     }
 }
 

@@ -55,7 +55,6 @@ public:
     void Finalize() override {
         std::fprintf(stderr, "\n");
         PrintBatchBenchmarks(m_Medians);
-        std::printf("\n");
         PrintOperationBenchmarks(m_Medians);
     }
 

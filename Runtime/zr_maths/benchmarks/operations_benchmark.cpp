@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Vestrel::Benchmarks {
@@ -279,12 +280,15 @@ void RegisterOperationBenchmarks() {
 }
 
 void PrintOperationBenchmarks(const CMedians& medians) {
-    std::printf("%-34s%9s   %-16s%9s%9s\n", "nanoseconds, medians", "", "beside", "", "ratio");
+    bool hasHeader = false;
     for (const COperation& operation : kOperations) {
         const double own = medians.Nanoseconds(NameOf(operation, false));
         const double other = medians.Nanoseconds(NameOf(operation, true));
         if (std::isnan(own) && std::isnan(other)) {
             continue; // left out by a filter
+        }
+        if (!std::exchange(hasHeader, true)) {
+            std::printf("\n%-34s%9s   %-16s%9s%9s\n", "nanoseconds, medians", "", "beside", "", "ratio");
         }
         std::printf("%-34s", operation.m_Name);
         PrintNumber(own);

@@ -174,6 +174,19 @@ TEST_F(RotatableFastNoise, ARotationIsMadeOfItsPartsAtEveryTime) {
     }
 }
 
+TEST_F(RotatableFastNoise, ValuesStayWithinOneUpToTheGreatestTimes) {
+    for (const float variation : {0.0f, 0.2f, 2.0f}) {
+        m_Noise.SetSpinVariation(variation);
+        for (const float time : {1e37f, -1e37f, 1e20f, 123456.0f, 0.1f}) {
+            m_Noise.RotateBasis(time);
+            for (size_t k = 0; k < 513; ++k) {
+                ASSERT_LE(std::fabs(m_Noise.m_Basis[k]), 1.0f)
+                    << "entry " << k << ", " << time << ", " << variation;
+            }
+        }
+    }
+}
+
 TEST_F(RotatableFastNoise, RotationLeavesPhasesAndSpeedsAlone) {
     std::array<float, 512> before;
     std::memcpy(before.data(), m_Noise.m_Phases, sizeof(before));

@@ -22,7 +22,8 @@ namespace Vestrel {
 /// ## Same bits
 /// A position has one value: the same bits from every path of a sampler, on every platform, with every
 /// supported compiler. Only a sample that is not a number has an unspecified sign and payload. This holds in
-/// the default floating-point environment (round to nearest, denormals kept).
+/// the default floating-point environment (round to nearest, denormals kept), which a program loses that g++
+/// links with -ffast-math: denormals are then 0.
 ///
 /// ## Threads
 /// Any number of samplers may run at once on one object. Construction, assignment, destruction and
@@ -136,13 +137,17 @@ public:
     SIMD_Neon::Float4 Sample1stOrderDerivativesQuintic(SIMD_Neon::Float4 position) const noexcept;
 
     /// The gradients of the 3D field at `cells.m_Count` positions that the caller has split: `first` holds
-    /// the fractions of x, y and z, each a coordinate minus its floor, and `second` the cell, each
-    /// coordinate's floor reduced to 0 to 255; the fourth components are ignored. Gradient k is written to
-    /// `output.m_Data[k]`, as (d/dx, d/dy, d/dz, 0); the count of the output is never read. It agrees with
-    /// that of a single position up to rounding, not bit for bit: the terms are added in another order.
+    /// the fractions of x, y and z, and `second` the cell; the fourth components are ignored. For x, and
+    /// likewise for y and z:
     ///
-    /// Both views may have any alignment of floats. Fractions that are not numbers give gradients that are
-    /// not numbers, and touch no others. No cells write nothing, whatever the output.
+    ///     const float floor = std::floor(x); // between -2^31 and 2^31
+    ///     record.first.x = x - floor;        // 0 to 1; 1 itself, just below a whole number, is fine
+    ///     record.second.x = static_cast<int>(floor) & 255;
+    ///
+    /// Gradient k is written to `output.m_Data[k]`, as (d/dx, d/dy, d/dz, 0); the count of the output is
+    /// never read. It agrees with that of a single position up to rounding, not bit for bit: the terms are
+    /// added in another order. Both views may have any alignment of floats. Fractions that are not numbers
+    /// give gradients that are not numbers, and touch no others. No cells write nothing, whatever the output.
     ///
     /// The caller guarantees coordinates of cells in 0 to 255, which index the tables unchecked, room for as
     /// many gradients as there are cells, and that no gradient lies at a higher address than the record that
@@ -172,7 +177,7 @@ protected:
 
 /// A field that moves. Every one of its 256 random values is the sine of a phase, and turns at a speed of its
 /// own, around one turn per unit of time; RotateBasis puts them where they are at a given time. All samplers
-/// then see the field of that time. Its values stay within [-1, 1] at any finite time.
+/// then see the field of that time. Its values stay within [-1, 1].
 ///
 /// Half of the values start upward and half downward. How far the speeds differ is the spin variation v: they
 /// are spread over (2 - v) / 2 to (2 + v) / 2 turns per unit of time. Without any, all turn at the same
@@ -217,8 +222,12 @@ public:
     void SetSpinVariation(float variation) noexcept;
 
     /// Brings the field to `time`, counted from 0 and in units of about one turn. It depends on the time
-    /// alone, not on the rotations before. Far from 0, angles are as coarse as floats are there. A time that
-    /// is not finite makes all values not-a-number until the next rotation.
+    /// alone, not on the rotations before. A rotation back to time 0 gives the values as they were drawn
+    /// within 1e-6, not bit for bit.
+    ///
+    /// Far from 0, angles are as coarse as floats are there. The caller guarantees a time between -1e37 and
+    /// 1e37: beyond, angles may overflow, and such values, like all at a time that is not a number, are not
+    /// numbers until the next rotation.
     void RotateBasis(float time) noexcept;
 
 protected:
