@@ -4,10 +4,14 @@
 
 #include "folded_bits.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 namespace Vestrel {
 
@@ -37,6 +41,22 @@ void VisitFloats(CStream stream, const TVisit& visit) {
     for (uint64_t first = 0; first < uint64_t{1} << 32; first += uint64_t{kStep} * kBlock) {
         block.Run(stream, static_cast<uint32_t>(first), kStep);
         visit(block);
+    }
+}
+
+/// For all multiples of four that fit into `in`, the stream writes as many results as it is asked for, those
+/// of `one`, and nothing beside them.
+inline void ExpectMultiplesOfFour(CStream stream, float (*one)(float) noexcept, const float (&in)[32]) {
+    for (uint32_t count = 0; count <= 32; count += 4) {
+        alignas(16) float aligned[32];
+        alignas(16) float out[40];
+        std::copy(std::begin(in), std::end(in), std::begin(aligned));
+        std::fill(std::begin(out), std::end(out), -7.0f);
+        stream(aligned, out + 4, count);
+        for (uint32_t k = 0; k < 40; ++k) {
+            const bool isWritten = 4 <= k && k < count + 4;
+            EXPECT_EQ(out[k], isWritten ? one(in[k - 4]) : -7.0f) << "place " << k << " of " << count;
+        }
     }
 }
 
