@@ -36,8 +36,10 @@ constexpr size_t kManyResults = kFewResults;
 constexpr size_t kManyResults = 4194304;
 #endif
 
-/// A block of inputs and what an operation and the reference make of them.
+/// A block of inputs and what an operation and the reference make of them: equally many of each for every
+/// item.
 struct CBlock {
+    size_t m_ItemCount = kItems;
     std::vector<float> m_Inputs;
     std::vector<float> m_Results;
     std::vector<float> m_Expected;
@@ -183,10 +185,11 @@ void RunRotation(CContext& context, CBlock& block) {
     if (context.m_BlockNumber == 0) {
         context.m_Rotatable.SetSpinVariation(static_cast<float>(kVariationInTenths) / 10.0f);
     }
+    block.m_ItemCount = 16;
     block.m_Inputs.clear();
     block.m_Results.clear();
     block.m_Expected.clear();
-    for (int k = 0; k < 16; ++k) {
+    for (size_t k = 0; k < block.m_ItemCount; ++k) {
         const float time = context.m_Coordinates.Next();
         context.m_Rotatable.RotateBasis(time);
         block.m_Inputs.push_back(time);
@@ -212,6 +215,7 @@ void RunStream(CContext& context, CBlock& block) {
 
 /// There is nothing to compare with.
 void RunGenerator(CContext& context, CBlock& block) {
+    block.m_ItemCount = 1;
     block.m_Inputs.assign(1, static_cast<float>(context.m_BlockNumber));
     block.m_Results.resize(kItems);
     context.m_Random.FillRandomFloats({block.m_Results.data(), kItems}, -1.0f, 1.0f);
@@ -243,18 +247,18 @@ class PinnedBits : public testing::TestWithParam<CPinnedBits> {};
 
 INSTANTIATE_TEST_SUITE_P(All, PinnedBits, testing::ValuesIn(kPinnedBits), CNameOfInstance());
 
-/// The first result of a block that differs from the reference, with the inputs that it is made of; empty
-/// where none does.
+/// The first result of a block that differs from the reference, with the inputs of its item; empty where none
+/// does.
 std::string FirstDifference(const CBlock& block) {
     for (size_t k = 0; k < block.m_Results.size(); ++k) {
         if (FoldedBits(block.m_Results[k]) != FoldedBits(block.m_Expected[k])) {
             std::ostringstream text;
             text << std::hexfloat << "result " << block.m_Results[k] << " where the reference has "
-                 << block.m_Expected[k] << ", of the input";
-            const size_t per = std::max<size_t>(1, block.m_Inputs.size() / block.m_Results.size());
-            const size_t first = k * block.m_Inputs.size() / block.m_Results.size();
-            for (size_t input = first; input < std::min(first + per, block.m_Inputs.size()); ++input) {
-                text << ' ' << block.m_Inputs[input];
+                 << block.m_Expected[k] << ", of the inputs";
+            const size_t inputCount = block.m_Inputs.size() / block.m_ItemCount;
+            const size_t item = k / (block.m_Results.size() / block.m_ItemCount);
+            for (size_t input = 0; input < inputCount; ++input) {
+                text << ' ' << block.m_Inputs[item * inputCount + input];
             }
             return text.str();
         }

@@ -37,6 +37,16 @@ template <ENoiseQuality kQuality, typename TValue>
     }
 }
 
+/// The chain rule: from the derivative with respect to a faded fraction that with respect to the fraction.
+template <ENoiseQuality kQuality, typename TValue>
+[[gnu::always_inline]] inline TValue _ThroughFade(TValue derivative, TValue fraction) {
+    if constexpr (kQuality == ENoiseQuality::kLinear) {
+        return derivative;
+    } else {
+        return FadeDerivative<kQuality>(fraction) * derivative;
+    }
+}
+
 /// The differences between a cell's corners that its gradient is made of.
 template <typename TValue>
 struct TCornerDifferences {
@@ -92,14 +102,11 @@ template <ENoiseQuality kQuality, EGradientForm kForm>
 
     const Float4 weights = Fade<kQuality>(fractions);
     const Float4 second1(second[0], second[1], second[2], 0.0f);
-    Float4 gradient = DerivativeOfBlend<kForm>(
+    const Float4 gradient = DerivativeOfBlend<kForm>(
         Float4(first[0], first[1], first[2], 0.0f), SIMD_Neon::ShuffleLanes<1, 2, 0, 3>(weights), second1,
         SIMD_Neon::ShuffleLanes<2, 0, 1, 3>(weights), SIMD_Neon::ShuffleLanes<2, 0, 1, 3>(second1),
         Float4(negatedThird));
-    if constexpr (kQuality != ENoiseQuality::kLinear) {
-        gradient = FadeDerivative<kQuality>(fractions) * gradient;
-    }
-    return gradient & Int4(-1, -1, -1, 0);
+    return _ThroughFade<kQuality>(gradient, fractions) & Int4(-1, -1, -1, 0);
 }
 
 [[gnu::always_inline]] inline std::array<uint32_t, 3> _CellOf(const CFractionsAndCell& record) {
@@ -143,11 +150,9 @@ template <ENoiseQuality kQuality>
     for (size_t axis = 0; axis < 3; ++axis) {
         const size_t axis1 = (axis + 1) % 3;
         const size_t axis2 = (axis + 2) % 3;
-        gradients[axis] = DerivativeOfBlend<kForm>(first[axis], weights[axis1], second[axis], weights[axis2],
-                                                   second[axis2], negatedThird);
-        if constexpr (kQuality != ENoiseQuality::kLinear) {
-            gradients[axis] = FadeDerivative<kQuality>(fractions.m_Rows[axis]) * gradients[axis];
-        }
+        const Float4 derivative = DerivativeOfBlend<kForm>(first[axis], weights[axis1], second[axis],
+                                                           weights[axis2], second[axis2], negatedThird);
+        gradients[axis] = _ThroughFade<kQuality>(derivative, fractions.m_Rows[axis]);
     }
     const SIMD_Neon::Float4x4 rows =
         SIMD_Neon::Transpose(gradients[0], gradients[1], gradients[2], Float4(0.0f));

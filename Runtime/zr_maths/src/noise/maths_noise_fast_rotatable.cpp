@@ -31,8 +31,7 @@ constexpr float kTwoPi = 6.2831855f;
 /// Variations below this count as none.
 constexpr float kLeastVariation = 1e-5f;
 
-/// The lowest speed with a variation: one turn per unit of time, less half a turn for each unit of the
-/// variation.
+/// The lowest of the speeds, which are spread around one turn by as much to either side.
 float LowestSpeed(float halfWidth) {
     return kTwoPi - halfWidth;
 }
