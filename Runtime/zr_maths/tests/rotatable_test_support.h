@@ -2,78 +2,26 @@
 
 // What the tests of the rotating field share.
 
-#include "noise_test_support.h"
-
-#include <zr_support/simd_streams.h>
+#include "rotatable_reference.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstddef>
-#include <cstdint>
 #include <cstring>
-#include <limits>
 #include <vector>
 
 namespace Vestrel {
-
-constexpr float kPi = 3.1415927f;
-constexpr float kTwoPi = 6.2831855f;
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-
-using CTable = std::array<uint32_t, 256>;
-
-/// The bits of 256 entries.
-inline CTable BitsOf(const float* table) {
-    CTable bits;
-    for (size_t k = 0; k < bits.size(); ++k) {
-        bits[k] = FoldedBits(table[k]);
-    }
-    return bits;
-}
 
 inline void ExpectWrapped(const COpenRotatable& noise) {
     EXPECT_EQ(BitsOf(noise.m_Basis + 256), BitsOf(noise.m_Basis));
     EXPECT_EQ(FoldedBits(noise.m_Basis[512]), FoldedBits(noise.m_Basis[0]));
 }
 
-/// Keeps what it was asked for, and delivers numbers that are evenly spread between the bounds, in the order
-/// of multiples of 37.
-class CRecordingGenerator final : public CAbstractRandomGenerator {
-public:
-    void FillRandomFloats(const TMemoryView<float>& view, float min, float max) override {
-        m_Requests.push_back({view.m_Data, view.m_Count, min, max});
-        for (uint32_t k = 0; k < view.m_Count; ++k) {
-            view.m_Data[k] = min + (max - min) * static_cast<float>(k * 37 % 256) / 255.0f;
-        }
-    }
-
-    struct CRequest {
-        float* m_Data;
-        uint32_t m_Count;
-        float m_Min;
-        float m_Max;
-    };
-    std::vector<CRequest> m_Requests;
-};
-
 class RotatableFastNoise : public testing::Test {
 protected:
     CRecordingGenerator m_Generator;
     COpenRotatable m_Noise{&m_Generator};
 };
-
-/// The basis at `time`, put together from its parts by the definition.
-inline CTable ExpectedBasis(const COpenRotatable& noise, float time) {
-    CTable expected;
-    for (size_t k = 0; k < expected.size(); ++k) {
-        const float turned = time * kTwoPi;
-        const float spun = time * noise.m_SpinSpeeds[k];
-        const float angle = noise.m_NoSpinVariation ? turned + noise.m_Phases[k] : noise.m_Phases[k] + spun;
-        expected[k] = FoldedBits(SIMD_Neon::LowPrecision::Sin(angle));
-    }
-    return expected;
-}
 
 inline void ExpectNear(const float* basis, const std::vector<float>& expected, float sign, float tolerance) {
     for (size_t k = 0; k < 256; ++k) {

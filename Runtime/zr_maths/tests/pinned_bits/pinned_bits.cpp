@@ -1,0 +1,287 @@
+#include "pinned_bits.h"
+
+#include "batch_samplers.h"
+#include "pinned_operations.h"
+#include "rotatable_reference.h"
+
+#include <zr_support/simd_streams.h>
+
+#include <bit>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+#include <vector>
+
+namespace Vestrel {
+
+namespace {
+
+using Reference::EQuality;
+
+constexpr uint32_t kSeed = 20261121;
+
+struct CFields {
+    COpenNoise m_Noise = EvenNoise();
+    CRecordingGenerator m_Speeds;
+    COpenRotatable m_Rotatable{&m_Speeds};
+    CStdRandomGenerator m_Generator{kSeed};
+};
+
+/// Inputs of a block, from coordinates of every kind.
+using CFillInputs = void (*)(CCoordinates& coordinates, size_t itemCount, std::vector<float>& inputs);
+
+/// What the reference makes of one item.
+using CExpect = void (*)(const CFields& fields, const float* inputs, float* expected);
+
+/// What kind of operation it is.
+struct CKind {
+    size_t m_ItemCount;   // in a block
+    size_t m_ResultCount; // of an item
+    CFillInputs m_Fill;
+    CExpect m_Expect; // null where there is nothing to compare with
+    float m_SpinVariation = 0.2f;
+};
+
+struct CPinned {
+    const char* m_Name;
+    CKind m_Kind;
+    uint64_t m_HashOfFew;
+    uint64_t m_HashOfMany;
+};
+
+/// With kSpareCount coordinates left unused behind each block.
+template <size_t kPerItem, size_t kSpareCount = 0>
+void FillCoordinates(CCoordinates& coordinates, size_t itemCount, std::vector<float>& inputs) {
+    inputs = coordinates.Fill(kPerItem * itemCount + kSpareCount);
+    inputs.resize(kPerItem * itemCount);
+}
+
+template <size_t kSampler>
+constexpr CKind Batch() {
+    constexpr size_t kDimension = static_cast<size_t>(kBatchSamplers[kSampler].m_Dimension);
+    return {kMostPinnedItems, 1, FillCoordinates<kDimension, 1>,
+            [](const CFields& fields, const float* inputs, float* expected) {
+                *expected = kBatchSamplers[kSampler].m_Expected(fields.m_Noise.Basis(), inputs);
+            }};
+}
+
+TVector<float, 3> PositionAt(const float* inputs) {
+    return {inputs[0], inputs[1], inputs[2]};
+}
+
+template <EQuality kQuality>
+void ExpectSample(const CFields& fields, const float* inputs, float* expected) {
+    *expected = Reference::Sample(fields.m_Noise.Basis(), kQuality, PositionAt(inputs));
+}
+
+template <EQuality kQuality>
+constexpr CKind FourLane() {
+    return {kMostPinnedItems, 1, FillCoordinates<4>, ExpectSample<kQuality>};
+}
+
+/// Three further positions, half of the time close to the first.
+void FillCoherent(CCoordinates& coordinates, size_t itemCount, std::vector<float>& inputs) {
+    FillCoordinates<12>(coordinates, itemCount, inputs);
+    for (size_t item = 0; item < 12 * itemCount; item += 12) {
+        float* const first = &inputs[item];
+        const bool isClose = (std::bit_cast<uint32_t>(first[11]) & 1) != 0;
+        for (size_t k = 3; isClose && k < 12; ++k) {
+            first[k] = first[k % 3] + static_cast<float>(k / 3) * 0.0625f;
+        }
+    }
+}
+
+template <EQuality kQuality>
+void ExpectCoherent(const CFields& fields, const float* inputs, float* expected) {
+    const TVector<float, 3> positions[4] = {PositionAt(inputs), PositionAt(inputs + 3),
+                                            PositionAt(inputs + 6), PositionAt(inputs + 9)};
+    for (size_t k = 0; k < 4; ++k) {
+        expected[k] = Reference::SampleCoherent(fields.m_Noise.Basis(), kQuality, positions, k);
+    }
+}
+
+template <EQuality kQuality>
+constexpr CKind Coherent() {
+    return {kMostPinnedItems, 4, FillCoherent, ExpectCoherent<kQuality>};
+}
+
+/// The fractions of x, y and z, a zero, and their cells, in floats too, with a zero.
+struct CRecord {
+    float m_Values[8];
+};
+
+CRecord RecordOf(const float* position) {
+    const Reference::CCell x = Reference::Split(position[0]);
+    const Reference::CCell y = Reference::Split(position[1]);
+    const Reference::CCell z = Reference::Split(position[2]);
+    return {{x.m_Fraction, y.m_Fraction, z.m_Fraction, 0.0f, static_cast<float>(x.m_Coordinate),
+             static_cast<float>(y.m_Coordinate), static_cast<float>(z.m_Coordinate), 0.0f}};
+}
+
+void FillRecords(CCoordinates& coordinates, size_t itemCount, std::vector<float>& inputs) {
+    std::vector<float> positions;
+    FillCoordinates<3>(coordinates, itemCount, positions);
+    inputs.clear();
+    for (size_t k = 0; k < positions.size(); k += 3) {
+        const CRecord record = RecordOf(&positions[k]);
+        inputs.insert(inputs.end(), std::begin(record.m_Values), std::end(record.m_Values));
+    }
+}
+
+void ExpectGradientOf(const CFields& fields, EQuality quality, bool isBatch, const float* record,
+                      float* expected) {
+    const TVector<float, 3> gradient = Reference::Gradient(
+        fields.m_Noise.Basis(), quality, isBatch, PositionAt(record), static_cast<uint32_t>(record[4]),
+        static_cast<uint32_t>(record[5]), static_cast<uint32_t>(record[6]));
+    expected[0] = gradient.x;
+    expected[1] = gradient.y;
+    expected[2] = gradient.z;
+    expected[3] = 0.0f;
+}
+
+template <EQuality kQuality>
+constexpr CKind Gradient() {
+    return {kMostPinnedItems, 4, FillCoordinates<4>,
+            [](const CFields& fields, const float* inputs, float* expected) {
+                ExpectGradientOf(fields, kQuality, false, RecordOf(inputs).m_Values, expected);
+            }};
+}
+
+template <EQuality kQuality>
+constexpr CKind GradientBatch() {
+    return {kMostPinnedItems, 4, FillRecords,
+            [](const CFields& fields, const float* inputs, float* expected) {
+                ExpectGradientOf(fields, kQuality, true, inputs, expected);
+            }};
+}
+
+void ExpectRotation(const CFields& fields, const float* inputs, float* expected) {
+    const CTable basis = ExpectedBasis(fields.m_Rotatable, *inputs);
+    std::memcpy(expected, basis.data(), sizeof(basis));
+}
+
+constexpr CKind Rotation(float spinVariation) {
+    return {16, 256, FillCoordinates<1>, ExpectRotation, spinVariation};
+}
+
+template <auto kOne>
+constexpr CKind Stream() {
+    return {kMostPinnedItems, 1, FillCoordinates<1>,
+            [](const CFields&, const float* inputs, float* expected) { *expected = kOne(*inputs); }};
+}
+
+constexpr CKind Generator() {
+    return {kMostPinnedItems, 1, FillCoordinates<1>, nullptr};
+}
+
+constexpr EQuality kLinear = EQuality::kLinear;
+constexpr EQuality kCubic = EQuality::kCubic;
+constexpr EQuality kQuintic = EQuality::kQuintic;
+
+// clang-format off
+constexpr CPinned kPinned[] = {
+#include "pinned_bits.inc"
+};
+// clang-format on
+
+/// FNV-1a, by words.
+uint64_t Hashed(uint64_t hash, float value) {
+    return (hash ^ FoldedBits(value)) * 1099511628211u;
+}
+
+/// The first result of a block that differs from the reference, with the inputs of its item; empty if none
+/// does.
+std::string FirstDifference(const CFields& fields, const CKind& kind, const std::vector<float>& inputs,
+                            const std::vector<float>& results) {
+    const size_t inputCount = inputs.size() / kind.m_ItemCount;
+    std::vector<float> expected(kind.m_ResultCount);
+    for (size_t k = 0; k < results.size() && kind.m_Expect != nullptr; ++k) {
+        const size_t item = k / kind.m_ResultCount;
+        const size_t place = k % kind.m_ResultCount;
+        if (place == 0) {
+            kind.m_Expect(fields, &inputs[item * inputCount], expected.data());
+        }
+        if (FoldedBits(results[k]) != FoldedBits(expected[place])) {
+            char text[120];
+            std::snprintf(text, sizeof(text),
+                          "result %zu of an item is %a where the reference has %a, of the inputs", place,
+                          static_cast<double>(results[k]), static_cast<double>(expected[place]));
+            std::string difference = text;
+            for (size_t input = 0; input < inputCount; ++input) {
+                std::snprintf(text, sizeof(text), " %a",
+                              static_cast<double>(inputs[item * inputCount + input]));
+                difference += text;
+            }
+            return difference;
+        }
+    }
+    return "";
+}
+
+struct COutcome {
+    uint64_t m_HashOfFew = 0;
+    uint64_t m_Hash = 14695981039346656037u;
+    std::string m_Difference;
+};
+
+/// Compares the first `comparedCount` results, and those that share a block with them, with the reference.
+COutcome Run(const CPinned& pinned, CPinnedOperation operation, size_t resultCount, size_t comparedCount) {
+    const CKind& kind = pinned.m_Kind;
+    CFields fields;
+    fields.m_Rotatable.SetSpinVariation(kind.m_SpinVariation);
+    const CPinnedSubjects subjects = {fields.m_Noise, fields.m_Rotatable, fields.m_Rotatable.m_Basis,
+                                      fields.m_Generator};
+    CCoordinates coordinates(kSeed);
+    COutcome outcome;
+    std::vector<float> inputs;
+    std::vector<float> results(kind.m_ItemCount * kind.m_ResultCount);
+    for (size_t done = 0; done < resultCount;) {
+        kind.m_Fill(coordinates, kind.m_ItemCount, inputs);
+        operation(subjects, inputs.data(), kind.m_ItemCount, results.data());
+        if (done < comparedCount && outcome.m_Difference.empty()) {
+            outcome.m_Difference = FirstDifference(fields, kind, inputs, results);
+        }
+        for (const float result : results) {
+            outcome.m_Hash = Hashed(outcome.m_Hash, result);
+            ++done;
+            outcome.m_HashOfFew = done == kFewPinnedResults ? outcome.m_Hash : outcome.m_HashOfFew;
+        }
+    }
+    return outcome;
+}
+
+} // namespace
+
+size_t PinnedCount() {
+    return std::size(kPinned);
+}
+
+const char* PinnedName(size_t index) {
+    return kPinned[index].m_Name;
+}
+
+std::string PinnedMismatch(size_t index, size_t resultCount) {
+    const CPinned& pinned = kPinned[index];
+    const CPinnedOperation operation = FindPinnedOperation(pinned.m_Name);
+    if (operation == nullptr) {
+        return std::string(pinned.m_Name) + ": there is no operation of this name\n";
+    }
+    const auto isPinned = [&](const COutcome& outcome) {
+        return outcome.m_Difference.empty() && outcome.m_HashOfFew == pinned.m_HashOfFew &&
+               (resultCount == kFewPinnedResults || outcome.m_Hash == pinned.m_HashOfMany);
+    };
+    if (isPinned(Run(pinned, operation, resultCount, kFewPinnedResults))) {
+        return "";
+    }
+    const COutcome outcome = Run(pinned, operation, kManyPinnedResults, kManyPinnedResults);
+    char line[64];
+    std::snprintf(line, sizeof(line), " 0x%016llX, 0x%016llX},",
+                  static_cast<unsigned long long>(outcome.m_HashOfFew),
+                  static_cast<unsigned long long>(outcome.m_Hash));
+    return std::string(pinned.m_Name) + ": " +
+           (outcome.m_Difference.empty() ? "no result differs from the reference" : outcome.m_Difference) +
+           "\n" + pinned.m_Name + ": the line for the table is now\n" + line + "\n";
+}
+
+} // namespace Vestrel

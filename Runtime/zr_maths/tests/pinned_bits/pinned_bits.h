@@ -1,0 +1,24 @@
+#pragma once
+
+// The bits of every operation, pinned: all configurations, compilers, processors and backends have to come to
+// the values of one table.
+
+#include <cstddef>
+#include <string>
+
+namespace Vestrel {
+
+/// How many results of an operation the two hashes of the table are over.
+constexpr size_t kFewPinnedResults = 65536; // for where all is slow
+constexpr size_t kManyPinnedResults = 4194304;
+
+size_t PinnedCount();
+
+const char* PinnedName(size_t index);
+
+/// Hashes the results of an operation of the table, kFewPinnedResults or kManyPinnedResults of them. Empty if
+/// all is as it should be; otherwise the first result that the scalar reference does not share, with its
+/// inputs, and the line for the table.
+std::string PinnedMismatch(size_t index, size_t resultCount);
+
+} // namespace Vestrel

@@ -1,0 +1,30 @@
+// Holds every operation to the table of pinned bits, where there is no test framework: on other processors,
+// under emulation, in somebody else's program. Fails where one differs.
+
+#include "pinned_bits.h"
+
+#include <zr_support/simd_backend.h>
+
+#include <cstdio>
+#include <cstring>
+
+using namespace Vestrel;
+
+int main(int argumentCount, char** arguments) {
+    const bool isFew = argumentCount == 2 && std::strcmp(arguments[1], "--few") == 0;
+    if (argumentCount > 2 || (argumentCount == 2 && !isFew)) {
+        std::fprintf(stderr, "pinned_bits: the only option is --few, for %zu results of each operation\n",
+                     kFewPinnedResults);
+        return 2;
+    }
+    const size_t resultCount = isFew ? kFewPinnedResults : kManyPinnedResults;
+    size_t equalCount = 0;
+    for (size_t k = 0; k < PinnedCount(); ++k) {
+        const std::string mismatch = PinnedMismatch(k, resultCount);
+        std::fputs(mismatch.c_str(), stdout);
+        equalCount += mismatch.empty() ? 1 : 0;
+    }
+    std::printf("%s backend: %zu of %zu operations have the pinned bits, over %zu results each\n",
+                SIMD_Neon::BackendName(), equalCount, PinnedCount(), resultCount);
+    return equalCount == PinnedCount() ? 0 : 1;
+}
