@@ -11,9 +11,15 @@ check_cxx_source_compiles("
 #error not x86 with SSE2
 #endif
 int main() {}" VESTREL_TARGET_HAS_SSE)
+check_cxx_source_compiles("
+#if !defined(__wasm_simd128__)
+#error not WebAssembly with its 128-bit SIMD
+#endif
+int main() {}" VESTREL_TARGET_HAS_WASM)
 
 set(VESTREL_SIMD_BACKEND_NEON OFF)
 set(VESTREL_SIMD_BACKEND_SSE OFF)
+set(VESTREL_SIMD_BACKEND_WASM OFF)
 set(VESTREL_SIMD_BACKEND_PORTABLE OFF)
 if(VESTREL_PORTABLE_SIMD)
   set(VESTREL_SIMD_BACKEND_PORTABLE ON)
@@ -21,6 +27,8 @@ elseif(VESTREL_TARGET_HAS_NEON)
   set(VESTREL_SIMD_BACKEND_NEON ON)
 elseif(VESTREL_TARGET_HAS_SSE)
   set(VESTREL_SIMD_BACKEND_SSE ON)
+elseif(VESTREL_TARGET_HAS_WASM)
+  set(VESTREL_SIMD_BACKEND_WASM ON)
 else()
   set(VESTREL_SIMD_BACKEND_PORTABLE ON)
 endif()

@@ -9,6 +9,8 @@ const char* BackendName() noexcept {
     return "NEON";
 #elif VESTREL_SIMD_BACKEND_SSE
     return "SSE";
+#elif VESTREL_SIMD_BACKEND_WASM
+    return "wasm";
 #else
     return "portable";
 #endif

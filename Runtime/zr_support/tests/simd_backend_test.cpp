@@ -19,6 +19,7 @@ TEST(SimdBackend, NameIsThatOfTheConfiguration) {
     const std::string name = BackendName();
     EXPECT_EQ(name == "NEON", VESTREL_SIMD_BACKEND_NEON == 1);
     EXPECT_EQ(name == "SSE", VESTREL_SIMD_BACKEND_SSE == 1);
+    EXPECT_EQ(name == "wasm", VESTREL_SIMD_BACKEND_WASM == 1);
     EXPECT_EQ(name == "portable", VESTREL_SIMD_BACKEND_PORTABLE == 1);
     // And the type is that backend's: an array of lanes in plain C++, elsewhere the compiler's own for a
     // register.

@@ -5,7 +5,7 @@
 
 namespace Vestrel::SIMD_Neon {
 
-/// The backend that the library was built with: "NEON", "SSE" or "portable".
+/// The backend that the library was built with: "NEON", "SSE", "wasm" or "portable".
 const char* BackendName() noexcept;
 
 /// The lanes of `value` as the compiled library receives them. They differ from the caller's only if the

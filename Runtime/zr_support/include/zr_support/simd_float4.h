@@ -16,6 +16,8 @@
 #include <zr_support/simd/neon.h>
 #elif VESTREL_SIMD_BACKEND_SSE
 #include <zr_support/simd/sse.h>
+#elif VESTREL_SIMD_BACKEND_WASM
+#include <zr_support/simd/wasm.h>
 #elif VESTREL_SIMD_BACKEND_PORTABLE
 #include <zr_support/simd/portable.h>
 #else
