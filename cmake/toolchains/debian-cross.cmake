@@ -1,0 +1,16 @@
+# Builds with Debian's cross compiler for vestrel_triple and runs what was built under user-mode emulation. To be included by
+# the file of a processor. With VESTREL_CROSS_CLANG set to a clang++, that one compiles, against the libraries of the other.
+set(CMAKE_SYSTEM_NAME Linux)
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VESTREL_CROSS_CLANG)
+if(VESTREL_CROSS_CLANG)
+  set(CMAKE_CXX_COMPILER ${VESTREL_CROSS_CLANG})
+  set(CMAKE_CXX_COMPILER_TARGET ${vestrel_triple})
+else()
+  set(CMAKE_CXX_COMPILER ${vestrel_triple}-g++)
+endif()
+set(CMAKE_CROSSCOMPILING_EMULATOR ${vestrel_emulator} -L /usr/${vestrel_triple})
+set(CMAKE_FIND_ROOT_PATH /usr/${vestrel_triple})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)

@@ -1,0 +1,231 @@
+#!/usr/bin/env bash
+# Holds every operation to the table of pinned bits, on every compiler, level of optimisation, instruction set, processor and
+# kind of caller that this machine can build for and run, natively or under emulation; and runs the whole test suite natively
+# and on arm64. With --table, the table alone; with --row NAME, one row of it, as they are named in what is printed.
+set -euo pipefail
+root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
+source "$root/scripts/setup.sh"
+
+suites=(release arm64) wanted=
+case "$#,${1:-}" in
+  0,) ;;
+  1,--table) suites=() ;;
+  2,--row) suites=() wanted=$2 ;;
+  1,--help | 1,-h) sed -n '2,4s/^# //p' "$0"; exit 0 ;;
+  *) stop "there is no option '$*'; there are --table, for the table of pinned bits alone, and --row NAME" ;;
+esac
+
+is_x86() { [ "$(uname -m)" = x86_64 ]; }
+
+# has_feature FLAG: whether this processor has it.
+has_feature() { grep -qsw "$1" /proc/cpuinfo; }
+
+compiles_for_32_bits() { echo '#include <vector>' | g++ -m32 -x c++ -fsyntax-only - 2>/dev/null; }
+
+need_build_tools
+need clang-14 has_program clang++-14
+need clang-19 has_program clang++-19
+need g++-aarch64-linux-gnu has_program aarch64-linux-gnu-g++
+need g++-arm-linux-gnueabihf has_program arm-linux-gnueabihf-g++
+need g++-powerpc64le-linux-gnu has_program powerpc64le-linux-gnu-g++
+need g++-riscv64-linux-gnu has_program riscv64-linux-gnu-g++
+need g++-s390x-linux-gnu has_program s390x-linux-gnu-g++
+need qemu-user has_program qemu-aarch64
+need lld-19 has_program wasm-ld-19
+need wasi-libc has_file /usr/include/wasm32-wasi/stdio.h
+need libc++-19-dev-wasm32 has_file /usr/lib/llvm-19/include/wasm32-wasi/c++/v1/vector
+need libc++abi-19-dev-wasm32 has_file /usr/lib/wasm32-wasi/libc++abi.a
+need libclang-rt-19-dev-wasm32 has_file /usr/lib/llvm-19/lib/clang/19/lib/wasi/libclang_rt.builtins-wasm32.a
+need nodejs has_program node
+need googletest has_file /usr/src/googletest
+if is_x86; then
+  # The package without the 12 would take the cross compilers away.
+  need g++-12-multilib compiles_for_32_bits
+fi
+# What cannot be had is told of the rows that need it.
+(install_missing) || say 'going on without them'
+
+work=$root/build/portability
+rm -rf "$work/rows"
+mkdir -p "$work/rows"
+unset DESTDIR CXX CXXFLAGS LDFLAGS
+export CMAKE_GENERATOR=Ninja
+
+# A row is a function that fails where the bits are not the pinned ones, and may say why it cannot run. It runs in a folder
+# of its own, and not under -e.
+cannot() {
+  echo "$*" >reason
+  exit 77
+}
+
+needs_program() { has_program "$1" || cannot "there is no $1"; }
+needs_x86() { is_x86 || cannot 'this is not an x86-64 machine'; }
+needs_feature() { has_feature "$1" || cannot "the processor has no $1"; }
+
+# Builds the table and runs it. table [cmake option]...
+table() {
+  cmake -S "$root/tests/portability" -B build "$@" || return 1
+  cmake --build build --target run >output 2>&1 || { cat output; return 1; }
+  grep 'have the pinned bits' output >reason
+}
+
+# native COMPILER FLAGS [cmake option]...
+native() {
+  needs_program "$1"
+  table -DVESTREL_SOURCE="$root" -DCMAKE_CXX_COMPILER="$1" -DCMAKE_CXX_FLAGS="$2" "${@:3}"
+}
+
+# x86 FEATURE COMPILER FLAGS [cmake option]...
+x86() {
+  needs_x86
+  needs_feature "$1"
+  native "${@:2}"
+}
+
+# old_x86 PROCESSOR: a build for every x86-64, on one of those that came before most instructions.
+old_x86() {
+  needs_program qemu-x86_64
+  x86 sse2 g++ -O2 -DCMAKE_CROSSCOMPILING_EMULATOR="qemu-x86_64;-cpu;$1"
+}
+
+# Shows that such a processor is one: what is built for a newer one does not run there.
+old_x86_refuses_newer() {
+  needs_program qemu-x86_64
+  needs_x86
+  ! native g++ '-O2 -mavx' -DCMAKE_CROSSCOMPILING_EMULATOR="qemu-x86_64;-cpu;Nehalem" || return 1
+  echo 'what is built with -mavx stops there' >reason
+  grep -qE 'Illegal instruction|uncaught target signal 4' output
+}
+
+# Debian's compiler for 32-bit x86 does not look for the kernel's headers where they are.
+flags_32_bits='-O2 -m32 -idirafter /usr/include/x86_64-linux-gnu'
+
+# The arithmetic of x87 has more digits than float.
+x87_is_refused() {
+  needs_x86
+  compiles_for_32_bits || cannot 'there is no g++ for 32-bit x86'
+  ! native g++ "$flags_32_bits -mno-sse" >refusal 2>&1 || return 1
+  grep -o "Vestrel's own sources need float operations that round to float.*" refusal | head -n 1 >reason
+  [ -s reason ]
+}
+
+x86_32_bits() {
+  needs_x86
+  compiles_for_32_bits || cannot 'there is no g++ for 32-bit x86'
+  native g++ "$flags_32_bits -msse2 -mfpmath=sse"
+}
+
+# emulated TOOLCHAIN PROGRAM... [-- cmake option]...: needs those programs. The tests of the lane operations run there too.
+emulated() {
+  local toolchain=$root/cmake/toolchains/$1.cmake
+  shift
+  while [ $# -gt 0 ] && [ "$1" != -- ]; do
+    needs_program "$1"
+    shift
+  done
+  table -DVESTREL_SOURCE="$root" -DCMAKE_BUILD_TYPE=Release --toolchain "$toolchain" \
+    -DVESTREL_GTEST_SOURCE=/usr/src/googletest/googletest "${@:2}"
+}
+
+# The library as somebody else's program finds it, for all rows with such a program.
+install_library() {
+  cmake -S "$root" -B "$work/library" -DCMAKE_CXX_COMPILER=g++ -DCMAKE_BUILD_TYPE=Release -DVESTREL_BUILD_TESTS=OFF \
+    -DVESTREL_BUILD_TOOLS=OFF -DVESTREL_BUILD_SAMPLES=OFF -DVESTREL_BUILD_BENCHMARKS=OFF
+  cmake --build "$work/library"
+  cmake --install "$work/library" --prefix "$work/prefix"
+}
+
+# consumer COMPILER CALLER-FLAGS [cmake option]...
+consumer() {
+  needs_program "$1"
+  table -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_COMPILER="$1" -DCMAKE_BUILD_TYPE=Release \
+    -DVESTREL_CALLER_FLAGS="$2" "${@:3}"
+}
+
+x86_consumer() {
+  needs_x86
+  needs_feature "$1"
+  consumer "${@:2}"
+}
+
+# Name | command.
+rows=(
+  'g++ -O0|native g++ -O0'
+  'g++ -O2|native g++ -O2'
+  'g++ -O3 -march=native|native g++ "-O3 -march=native"'
+  'clang++ 14 -O2|native clang++-14 -O2'
+  'clang++ 19 -O0|native clang++-19 -O0'
+  'clang++ 19 -O3|native clang++-19 -O3'
+  'clang++ 19 -O3 -march=native|native clang++-19 "-O3 -march=native"'
+  'g++ -O2 SSE2|x86 sse2 g++ "-O2 -msse2 -mno-sse3"'
+  'g++ -O2 SSE4.1|x86 sse4_1 g++ "-O2 -msse4.1"'
+  'g++ -O2 AVX encoding|x86 avx g++ "-O2 -mavx"'
+  'g++ -O2 portable|native g++ -O2 -DVESTREL_PORTABLE_SIMD=ON'
+  'caller with -ffast-math, g++|consumer g++ "-O3 -ffast-math"'
+  'caller with -ffast-math, clang++ 19|consumer clang++-19 "-O3 -ffast-math"'
+  'caller with -mfma, g++|x86_consumer fma g++ "-O3 -mavx2 -mfma -ffp-contract=fast"'
+  'caller with -mfma, clang++ 19|x86_consumer fma clang++-19 "-O3 -mavx2 -mfma -ffp-contract=fast"'
+  'caller with link-time optimisation|consumer g++ "-O3" -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON'
+  '32-bit x86 SSE|x86_32_bits'
+  '32-bit x86 x87, refused|x87_is_refused'
+  'x86 core2duo, emulated|old_x86 core2duo'
+  'x86 Nehalem, emulated|old_x86 Nehalem'
+  'x86 Haswell, emulated|old_x86 Haswell'
+  'x86 Nehalem, newer code stops|old_x86_refuses_newer'
+  'arm64 g++, emulated|emulated arm64-qemu aarch64-linux-gnu-g++ qemu-aarch64'
+  'arm64 clang++ 19, emulated|emulated arm64-qemu clang++-19 aarch64-linux-gnu-g++ qemu-aarch64 -- -DVESTREL_CROSS_CLANG=clang++-19'
+  '32-bit arm, emulated|emulated arm32-qemu arm-linux-gnueabihf-g++ qemu-arm'
+  'riscv64, emulated|emulated riscv64-qemu riscv64-linux-gnu-g++ qemu-riscv64'
+  'ppc64le, emulated|emulated ppc64le-qemu powerpc64le-linux-gnu-g++ qemu-ppc64le'
+  's390x big-endian, emulated|emulated s390x-qemu s390x-linux-gnu-g++ qemu-s390x'
+  'wasm32 SIMD, under node|emulated wasm32-node clang++-19 wasm-ld-19 node'
+)
+
+for index in "${!rows[@]}"; do
+  [ -z "$wanted" ] || [ "${rows[$index]%%|*}" = "$wanted" ] || unset "rows[$index]"
+done
+[ ${#rows[@]} -gt 0 ] || stop "there is no row '$wanted'"
+
+# run_row INDEX: writes `outcome` (passed, failed or not run) and `reason` into the row's folder.
+run_row() {
+  local name=${rows[$1]%%|*} command=${rows[$1]#*|} folder=$work/rows/$1 status=0
+  mkdir -p "$folder"
+  (cd "$folder" && eval "$command") >"$folder/log" 2>&1 || status=$?
+  case $status in
+    0) echo passed ;;
+    77) echo 'not run' ;;
+    *) echo failed; echo "see $folder/log" >"$folder/reason" ;;
+  esac >"$folder/outcome"
+  say "$(printf '%-38s %-8s %s' "$name" "$(<"$folder/outcome")" "$(<"$folder/reason")")"
+}
+
+say "building and running ${#rows[@]} rows"
+install_library >"$work/library.log" 2>&1 || { tail -n 20 "$work/library.log" >&2; stop 'the library cannot be installed'; }
+for index in "${!rows[@]}"; do
+  while [ "$(jobs -rp | wc -l)" -ge "$(nproc)" ]; do
+    wait -n || true
+  done
+  run_row "$index" &
+done
+wait
+
+printf '\n'
+passed=0 failed=0 not_run=0
+for index in "${!rows[@]}"; do
+  outcome=$(<"$work/rows/$index/outcome")
+  printf '%-38s %-8s %s\n' "${rows[$index]%%|*}" "$outcome" "$(<"$work/rows/$index/reason")"
+  case $outcome in
+    passed) passed=$((passed + 1)) ;;
+    failed) failed=$((failed + 1)); tail -n 20 "$work/rows/$index/log" >&2 ;;
+    *) not_run=$((not_run + 1)) ;;
+  esac
+done
+for suite in "${suites[@]}"; do
+  if "$root/scripts/test.sh" --only "$suite"; then
+    passed=$((passed + 1))
+  else
+    failed=$((failed + 1))
+  fi
+done
+printf 'rows of the portability table: %d passed, %d failed, %d not run\n' $passed $failed $not_run | tee "$work/results"
+[ $failed -eq 0 ]
