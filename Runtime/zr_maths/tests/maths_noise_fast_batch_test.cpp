@@ -1,4 +1,4 @@
-#include "batch_samplers.h"
+#include "batch_calls.h"
 #include "child_process.h"
 #include "noise_test_support.h"
 
@@ -81,71 +81,19 @@ private:
     unsigned char* m_Data;
 };
 
-/// One call of a sampler.
-struct CCall {
-    uint32_t m_Count;
-    uint32_t m_OutputStride = 4;
-    uint32_t m_PositionStride = 0; // the size of a position, where a test does not say
-    size_t m_OutputOffset = 0;     // from a multiple of 16
-    size_t m_PositionOffset = 0;   // from a multiple of 16
-};
-
-std::ostream& operator<<(std::ostream& stream, const CCall& call) {
-    return stream << "count " << call.m_Count << ", output stride " << call.m_OutputStride
-                  << ", position stride " << call.m_PositionStride << ", output offset "
-                  << call.m_OutputOffset << ", position offset " << call.m_PositionOffset;
-}
-
-/// Where each sample of a call goes, in bytes from the start of the output, and where its position comes
-/// from.
-struct CPlace {
-    uint64_t m_Output;
-    uint64_t m_Position;
-};
-
-/// The places of a call's samples, worked out from the pattern of the batch samplers.
-std::vector<CPlace> PlacesOf(const CCall& call, const CBatchSampler& sampler) {
-    const uint64_t end = uint32_t(call.m_Count * call.m_OutputStride);
-    const uint32_t size = sampler.PositionSize();
-    const bool isPacked = call.m_PositionOffset % 16 == 0 && call.m_PositionStride == size;
-    std::vector<CPlace> places;
-    uint64_t output = 0;
-    uint64_t position = 0;
-    const auto place = [&](uint32_t outputStep, uint32_t positionStep) {
-        places.push_back({output, position});
-        output += outputStep;
-        position += positionStep;
-    };
-    if (sampler.m_Dimension == 4) {
-        // The fast path takes single positions to the end of the output, and looks at the positions alone.
-        while (isPacked && output < end) {
-            place(4, size);
-        }
-    } else {
-        while (isPacked && call.m_OutputOffset % 16 == 0 && output + 16 <= end) {
-            for (int lane = 0; lane < 4; ++lane) {
-                place(4, size);
-            }
-        }
-    }
-    while (output < end) {
-        place(call.m_OutputStride, call.m_PositionStride);
-    }
-    return places;
-}
-
 class BatchSamplers : public testing::TestWithParam<CBatchSampler> {
 protected:
     /// Makes the call over coordinates of every kind and compares every byte around the output with what is
     /// due. Returns the number of samples.
-    size_t Check(CCall call, uint32_t seed) {
+    size_t Check(CBatchCall call, uint32_t seed) {
         const CBatchSampler& sampler = GetParam();
         if (HasFailure()) {
             return 0; // the first call that fails tells enough
         }
-        const std::vector<CPlace> places = PlacesOf(call, sampler);
+        std::vector<CPlace> places;
+        AppendPlacesOf(call, sampler, places);
 
-        uint64_t outputBytes = uint32_t(call.m_Count * call.m_OutputStride);
+        uint64_t outputBytes = call.OutputBytes();
         uint64_t positionBytes = 0;
         for (const CPlace& place : places) {
             outputBytes = std::max(outputBytes, place.m_Output + 4);
@@ -188,7 +136,7 @@ protected:
     }
 
     /// The same for a call whose position stride, if 0 by default, is that of packed positions.
-    size_t CheckPacked(CCall call, uint32_t seed) {
+    size_t CheckPacked(CBatchCall call, uint32_t seed) {
         call.m_PositionStride = GetParam().PositionSize();
         return Check(call, seed);
     }

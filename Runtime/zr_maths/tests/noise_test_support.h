@@ -78,33 +78,44 @@ inline COpenNoise EvenNoise() {
     return COpenNoise(&generator);
 }
 
-/// Coordinates of every kind: random, integral, negative, tiny and denormal, large, infinite, not-a-number,
-/// and any bit pattern.
+/// A coordinate of one of many kinds: random, integral, negative, tiny and denormal, large, infinite,
+/// not-a-number, and any bit pattern. Both numbers may be any.
+inline float CoordinateOf(uint32_t kind, uint32_t bits) {
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+    constexpr std::array<float, 22> kSpecial = {
+        0.0f,    -0.0f,     1.0f,       -1.0f,    -0.25f,         -1e-10f,       0x1p23f, -0x1p23f,
+        0x1p31f, -0x1p31f,  0x1p30f,    -0x1p30f, 0x1.fffffep30f, 3e9f,          -3e9f,   1e38f,
+        -1e38f,  kInfinity, -kInfinity, kNan,     -kNan,          0x1.fffffep-1f};
+    const float unit = static_cast<float>(bits >> 8) * 0x1p-24f;
+    switch (kind % 12) {
+    case 0:
+        return std::bit_cast<float>(bits);
+    case 1:
+        return std::floor(unit * 1024.0f - 512.0f);
+    case 2:
+        return (unit - 0.5f) * 0x1p-20f;
+    case 3:
+        return std::bit_cast<float>(bits & 0x807FFFFFu); // denormals and zeros of both signs
+    case 4:
+        return (unit - 0.5f) * 0x1p33f;
+    case 5:
+        return kSpecial[bits % kSpecial.size()];
+    case 6:
+        return std::nextafter(std::floor(unit * 512.0f - 256.0f), (bits & 1) != 0 ? 1e9f : -1e9f);
+    default:
+        return unit * 1000.0f - 500.0f;
+    }
+}
+
+/// Coordinates of every kind.
 class CCoordinates {
 public:
     explicit CCoordinates(uint32_t seed) : m_Random(seed) {}
 
     float Next() {
         const uint32_t bits = static_cast<uint32_t>(m_Random());
-        const float unit = static_cast<float>(bits >> 8) * 0x1p-24f;
-        switch (m_Random() % 12) {
-        case 0:
-            return std::bit_cast<float>(bits);
-        case 1:
-            return std::floor(unit * 1024.0f - 512.0f);
-        case 2:
-            return (unit - 0.5f) * 0x1p-20f;
-        case 3:
-            return std::bit_cast<float>(bits & 0x807FFFFFu); // denormals and zeros of both signs
-        case 4:
-            return (unit - 0.5f) * 0x1p33f;
-        case 5:
-            return kSpecial[bits % kSpecial.size()];
-        case 6:
-            return std::nextafter(std::floor(unit * 512.0f - 256.0f), (bits & 1) != 0 ? 1e9f : -1e9f);
-        default:
-            return unit * 1000.0f - 500.0f;
-        }
+        return CoordinateOf(static_cast<uint32_t>(m_Random()), bits);
     }
 
     std::vector<float> Fill(size_t count) {
@@ -116,13 +127,6 @@ public:
     }
 
 private:
-    static constexpr float kInfinity = std::numeric_limits<float>::infinity();
-    static constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-    static constexpr std::array<float, 22> kSpecial = {
-        0.0f,    -0.0f,     1.0f,       -1.0f,    -0.25f,         -1e-10f,       0x1p23f, -0x1p23f,
-        0x1p31f, -0x1p31f,  0x1p30f,    -0x1p30f, 0x1.fffffep30f, 3e9f,          -3e9f,   1e38f,
-        -1e38f,  kInfinity, -kInfinity, kNan,     -kNan,          0x1.fffffep-1f};
-
     std::mt19937 m_Random;
 };
 
