@@ -46,6 +46,12 @@ need_build_tools() {
   need ninja-build has_program ninja
 }
 
+# A compiler with libFuzzer and MemorySanitizer.
+need_fuzz_tools() {
+  need clang-19 has_program clang++-19
+  need libclang-rt-19-dev has_file "/usr/lib/llvm-19/lib/clang/19/lib/linux/libclang_rt.fuzzer-$(uname -m).a"
+}
+
 is_debian() { [ -r "$os_release" ] && (. "$os_release" && [ "${ID:-}" = debian ]); }
 
 is_root() { [ "$(id -u)" -eq 0 ]; }
