@@ -5,7 +5,7 @@ set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
 
-configurations=(release debug asan-ubsan tsan clang portable arm64) left_out_label=none
+configurations=(release debug asan-ubsan tsan clang portable arm64 msan fuzz) left_out_label=none
 case "$*" in
   '') ;;
   --quick) configurations=(release) left_out_label=exhaustive ;;
@@ -24,11 +24,13 @@ need libbenchmark-dev has_header benchmark/benchmark.h
 need libsleef-dev has_header sleef.h
 need binutils has_program objdump
 need clang-format-14 has_program clang-format-14
+need valgrind has_program valgrind
 if [ ${#configurations[@]} -gt 1 ]; then
   need clang has_program clang++
   need g++-aarch64-linux-gnu has_program aarch64-linux-gnu-g++
   need qemu-user has_program qemu-aarch64
   need googletest has_file /usr/src/googletest
+  need_fuzz_tools
 fi
 install_missing
 
