@@ -10,13 +10,13 @@ else()
 endif()
 include(GoogleTest)
 
-# vestrel_test(NAME source... [LIBRARIES library...] [LABELS label...])
+# vestrel_test(NAME source... [LIBRARIES library...] [LABEL label]). Of several labels CMake 3.25 would take the first.
 function(vestrel_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LIBRARIES;LABELS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "LABEL" "LIBRARIES")
   add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
   vestrel_own_code(${name})
   # The references that results are compared with must not be fused either.
   vestrel_exact_arithmetic(${name})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gtest_main)
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300 LABELS "${arg_LABELS}")
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300 LABELS "${arg_LABEL}")
 endfunction()
