@@ -10,6 +10,11 @@ else()
 endif()
 include(GoogleTest)
 
+# Tests with the label exhaustive visit one in nine of the floats that there are, or with this option every one, which
+# takes minutes for each. The target builds nothing but them.
+option(VESTREL_TESTS_VISIT_EVERY_FLOAT "Leave no float out of the exhaustive tests" OFF)
+add_custom_target(exhaustive_tests)
+
 # vestrel_test(NAME source... [LIBRARIES library...] [LABEL label]). Of several labels CMake 3.25 would take the first.
 function(vestrel_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "LABEL" "LIBRARIES")
@@ -18,5 +23,12 @@ function(vestrel_test name)
   # The references that results are compared with must not be fused either.
   vestrel_exact_arithmetic(${name})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gtest_main)
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300 LABELS "${arg_LABEL}")
+  set(timeout 300)
+  if(arg_LABEL STREQUAL "exhaustive")
+    add_dependencies(exhaustive_tests ${name})
+    target_compile_definitions(${name} PRIVATE
+      VESTREL_TESTS_VISIT_EVERY_FLOAT=$<BOOL:${VESTREL_TESTS_VISIT_EVERY_FLOAT}>)
+    set(timeout 3600)
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${timeout} LABELS "${arg_LABEL}")
 endfunction()

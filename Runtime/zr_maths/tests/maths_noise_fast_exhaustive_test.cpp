@@ -1,0 +1,138 @@
+// The rules that work on one coordinate, and the 1D noise, for every float there is.
+
+#include "batch_samplers.h"
+#include "bit_patterns.h"
+#include "maths_noise_fast_batch.h"
+#include "noise_test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+
+namespace {
+
+using namespace Vestrel;
+using namespace Vestrel::Internal;
+
+TEST(NoiseExhaustive, EveryCoordinateIsSplitAsByTheReference) {
+    static TPatternResults<int32_t> cells, expectedCells;
+    static TPatternResults<float> fractions, expectedFractions;
+    VisitBitPatterns([](const CPatternBlock& block) {
+        for (size_t k = 0; k < kPatternCount; k += 4) {
+            const CSplitCoordinates split = SplitCoordinates(SIMD_Neon::LoadAligned(&block.m_Floats[k]));
+            SIMD_Neon::StoreAligned(&cells.m_Values[k], split.m_Cell);
+            SIMD_Neon::StoreAligned(&fractions.m_Values[k], split.m_Fraction);
+        }
+        for (size_t k = 0; k < kPatternCount; ++k) {
+            const Reference::CCell expected = Reference::Split(block.m_Floats[k]);
+            expectedFractions.m_Values[k] = expected.m_Fraction;
+            // Not-a-number may have any cell that there is.
+            const int32_t cell = cells.m_Values[k];
+            const bool isAnyCell = std::isnan(block.m_Floats[k]) && 0 <= cell && cell < 256;
+            expectedCells.m_Values[k] = isAnyCell ? cell : static_cast<int32_t>(expected.m_Coordinate);
+        }
+        ExpectSameBits(block, cells, expectedCells, "the cell");
+        ExpectSameBits(block, fractions, expectedFractions, "the fraction");
+    });
+}
+
+// The other definition of the same: the true floor, and the coordinate less that floor.
+TEST(NoiseExhaustive, EveryCoordinateWithinTheIntegersIsSplitAtItsFloor) {
+    static TPatternResults<int32_t> cells, expectedCells;
+    static TPatternResults<float> fractions, expectedFractions;
+    VisitBitPatterns([](const CPatternBlock& block) {
+        for (size_t k = 0; k < kPatternCount; ++k) {
+            const float x = std::fabs(block.m_Floats[k]) < 0x1p31f ? block.m_Floats[k] : 0.0f;
+            const float floor = std::floor(x);
+            const CSplitCoordinates split = SplitCoordinates(Float4(x));
+            cells.m_Values[k] = SIMD_Neon::ExtractLane<0>(split.m_Cell);
+            fractions.m_Values[k] = SIMD_Neon::ExtractLane<0>(split.m_Fraction);
+            expectedCells.m_Values[k] = static_cast<int32_t>(floor) & 255;
+            expectedFractions.m_Values[k] = x - floor;
+        }
+        ExpectSameBits(block, cells, expectedCells, "the cell");
+        ExpectSameBits(block, fractions, expectedFractions, "the fraction");
+    });
+}
+
+template <ENoiseQuality kQuality>
+void ExpectFades(Reference::EQuality quality) {
+    static TPatternResults<float> ofLanes, ofOne, expected;
+    VisitBitPatterns([quality](const CPatternBlock& block) {
+        for (size_t k = 0; k < kPatternCount; k += 4) {
+            const Float4 fractions = SIMD_Neon::LoadAligned(&block.m_Floats[k]);
+            SIMD_Neon::StoreAligned(&ofLanes.m_Values[k], Fade<kQuality>(fractions));
+        }
+        for (size_t k = 0; k < kPatternCount; ++k) {
+            ofOne.m_Values[k] = Fade<kQuality>(block.m_Floats[k]);
+            expected.m_Values[k] = Reference::Fade(quality, block.m_Floats[k]);
+        }
+        ExpectSameBits(block, ofLanes, expected, "the fade in four lanes");
+        ExpectSameBits(block, ofOne, expected, "the fade");
+    });
+}
+
+TEST(NoiseExhaustive, LinearFadeOfEveryFloat) {
+    ExpectFades<ENoiseQuality::kLinear>(Reference::EQuality::kLinear);
+}
+
+TEST(NoiseExhaustive, CubicFadeOfEveryFloat) {
+    ExpectFades<ENoiseQuality::kCubic>(Reference::EQuality::kCubic);
+}
+
+TEST(NoiseExhaustive, QuinticFadeOfEveryFloat) {
+    ExpectFades<ENoiseQuality::kQuintic>(Reference::EQuality::kQuintic);
+}
+
+/// A way through the batch samplers: the length of the runs that a block is sampled in, and how far the
+/// output is from a multiple of 16.
+struct CPath {
+    const char* m_Name;
+    uint32_t m_RunLength;
+    size_t m_FloatsOffset;
+};
+
+constexpr CPath kPaths[] = {
+    {"the sample, in a long run,", kPatternCount, 0},
+    {"the sample, four at a time,", 128, 0},
+    {"the sample, one at a time with three others,", kPatternCount, 1},
+    {"the sample, one at a time,", 2, 0},
+};
+static_assert(kPatternCount >= kLongRun && 128 < kLongRun && kPatternCount % 128 == 0);
+
+template <Reference::EQuality kQuality, auto kSample>
+void ExpectSamples() {
+    static const COpenNoise noise = EvenNoise();
+    static TPatternResults<float> samples, expected;
+    VisitBitPatterns([](const CPatternBlock& block) {
+        for (size_t k = 0; k < kPatternCount; ++k) {
+            expected.m_Values[k] = Reference::Sample(noise.Basis(), kQuality, block.m_Floats[k]);
+        }
+        for (const CPath& path : kPaths) {
+            alignas(16) float output[kPatternCount + 4];
+            for (uint32_t first = 0; first < kPatternCount; first += path.m_RunLength) {
+                (noise.*kSample)({output + path.m_FloatsOffset + first, path.m_RunLength, 4},
+                                 {&block.m_Floats[first], path.m_RunLength, 4});
+            }
+            std::copy_n(output + path.m_FloatsOffset, kPatternCount, samples.m_Values.begin());
+            ExpectSameBits(block, samples, expected, path.m_Name);
+        }
+    });
+}
+
+TEST(NoiseExhaustive, LinearSampleOfEveryFloat) {
+    ExpectSamples<Reference::EQuality::kLinear, &CFastNoise3::SampleLinear1D>();
+}
+
+TEST(NoiseExhaustive, CubicSampleOfEveryFloat) {
+    ExpectSamples<Reference::EQuality::kCubic, &CFastNoise3::SampleCubic1D>();
+}
+
+TEST(NoiseExhaustive, QuinticSampleOfEveryFloat) {
+    ExpectSamples<Reference::EQuality::kQuintic, &CFastNoise3::SampleQuintic1D>();
+}
+
+} // namespace
