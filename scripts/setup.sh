@@ -2,6 +2,7 @@
 # To be sourced, with `root` set to the checkout.
 
 os_release=/etc/os-release
+cpu_info=/proc/cpuinfo
 missing=()
 
 say() { printf '%s\n' "$*" >&2; }
@@ -32,6 +33,16 @@ has_version() {
 }
 
 has_file() { [ -e "$1" ]; }
+
+# lacking_features FEATURE...: those that the processor does not have, by the names that Linux has for them on x86.
+lacking_features() {
+  local present feature lacking=()
+  present=" $(sed -n '/^flags[[:space:]]*:/{s/.*://p;q}' "$cpu_info") "
+  for feature in "$@"; do
+    [[ $present == *" $feature "* ]] || lacking+=("$feature")
+  done
+  printf '%s' "${lacking[*]}"
+}
 
 # need PACKAGE CHECK...: notes the Debian package as missing unless the check succeeds.
 need() {

@@ -1,17 +1,30 @@
 #!/usr/bin/env bash
 # Runs every test, from nothing but a checkout: installs what is missing, builds each configuration and tests it.
-# With --quick, g++ Release alone, without the tests that visit every float.
+# With --quick, g++ Release alone, without the tests that visit floats by the hundreds of millions. With --exhaustive,
+# those alone, which then visit every float there is, in g++ Release for every level of instructions of the processor.
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
 
-configurations=(release debug asan-ubsan tsan clang portable arm64 msan fuzz) left_out_label=none
+configurations=(release debug asan-ubsan tsan clang portable arm64 msan fuzz) left_out_label=none target=''
 case "$*" in
   '') ;;
   --quick) configurations=(release) left_out_label=exhaustive ;;
-  --help | -h) sed -n '2,3s/^# //p' "$0"; exit 0 ;;
-  *) stop "there is no option '$*'; there is --quick, for the quicker ones of g++ Release" ;;
+  --exhaustive)
+    configurations=(every-float every-float-v2 every-float-avx every-float-v3 every-float-v4 every-float-portable)
+    target=exhaustive_tests ;;
+  --help | -h) sed -n '2,4s/^# //p' "$0"; exit 0 ;;
+  *) stop "there is no option '$*'; there are --quick, for the quicker ones of g++ Release, and --exhaustive, for every" \
+    'float there is' ;;
 esac
+
+# What a processor must have for a configuration, by the names that Linux has for it.
+declare -A features=(
+  [every-float-v2]='cx16 lahf_lm popcnt pni ssse3 sse4_1 sse4_2'
+  [every-float-avx]='avx'
+  [every-float-v3]='cx16 lahf_lm popcnt pni ssse3 sse4_1 sse4_2 avx avx2 bmi1 bmi2 f16c fma abm movbe xsave'
+)
+features[every-float-v4]="${features[every-float-v3]} avx512f avx512bw avx512cd avx512dq avx512vl"
 
 need_build_tools
 need libgtest-dev has_header gtest/gtest.h
@@ -25,7 +38,7 @@ need libsleef-dev has_header sleef.h
 need binutils has_program objdump
 need clang-format-14 has_program clang-format-14
 need valgrind has_program valgrind
-if [ ${#configurations[@]} -gt 1 ]; then
+if [[ " ${configurations[*]} " == *' clang '* ]]; then
   need clang has_program clang++
   need g++-aarch64-linux-gnu has_program aarch64-linux-gnu-g++
   need qemu-user has_program qemu-aarch64
@@ -49,30 +62,39 @@ run_tests() {
   local options=(--test-dir "$root/build/$1" --output-on-failure --test-output-size-failed 8192 --no-tests=error
     -j "$(nproc)" --output-junit "$root/build/$1/results.xml")
   local run=()
+  if [ "$target" = exhaustive_tests ]; then
+    ctest "${options[@]}" --label-regex '^exhaustive$' 2>&1 | tee "$log" | grep --line-buffered -E '^ *[0-9]+/[0-9]+ ' >&2
+    return
+  fi
   [ "$1" = "${configurations[0]}" ] || left_out_label='project|exhaustive'
   options+=(--label-exclude "$left_out_label")
   # ThreadSanitizer does not know where newer kernels put things when they choose at random.
   [ "$1" = tsan ] && setarch -R true 2>/dev/null && run=(setarch -R)
-  "${run[@]}" ctest "${options[@]}" >"$root/build/$1/ctest.log" 2>&1
+  "${run[@]}" ctest "${options[@]}" >"$log" 2>&1
 }
 
 passed=0 failed=0 skipped=0 broken=0 table=() named=()
 for configuration in "${configurations[@]}"; do
+  lacked=$(lacking_features ${features[$configuration]:-})
+  if [ -n "$lacked" ]; then
+    table+=("$(printf '%-20s not run: this processor has no %s' "$configuration" "$lacked")")
+    say "${table[-1]}"
+    continue
+  fi
   say "== $configuration: building"
   start=$SECONDS
-  build "$configuration"
+  build "$configuration" $target
   results=$root/build/$configuration/results.xml log=$root/build/$configuration/ctest.log
   rm -f "$results"
   say "== $configuration: testing"
   # ctest counts a program that could not be started as skipped, but says that it failed.
   run_tests "$configuration" || { grep -vE '^ *(Start|[0-9]+/[0-9]+ .* Passed) ' "$log" >&2 || true; broken=1; }
-  [ -s "$results" ] || stop "$configuration: no test ran; see $log"
-  grep -E '^[0-9]+% tests passed' "$log"
+  [ -s "$results" ] && grep -E '^[0-9]+% tests passed' "$log" || stop "$configuration: no test ran; see $log"
   all=$(count_of "$configuration" tests) bad=$(count_of "$configuration" failures)
   left_out=$(($(count_of "$configuration" skipped) + $(count_of "$configuration" disabled)))
   good=$((all - bad - left_out))
   passed=$((passed + good)) failed=$((failed + bad)) skipped=$((skipped + left_out))
-  table+=("$(printf '%-12s %5d passed %5d failed %5d skipped %5d s' "$configuration" $good $bad $left_out \
+  table+=("$(printf '%-20s %5d passed %5d failed %5d skipped %5d s' "$configuration" $good $bad $left_out \
     $((SECONDS - start)))")
   mapfile -t -O "${#named[@]}" named < <(names_of "$configuration" notrun skipped && names_of "$configuration" fail failed)
 done

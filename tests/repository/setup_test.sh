@@ -62,6 +62,14 @@ run "os_release='$work/debian'; is_root() { true; }; apt-get() { echo 'E: no suc
 expect 1 'script.sh: installing first-package second-package failed'
 grep -qF 'E: no such package' "$work/output"
 
+# What the processor cannot do is asked of the first of them.
+printf 'model name\t: made up\nflags\t\t: fpu avx avx512f sse4_1\n\nflags\t\t: avx2\n' >"$work/cpu"
+run "cpu_info='$work/cpu'; lacking_features avx sse4_1; echo .; lacking_features avx2 fpu avx512 sse4_1"
+expect 0 $'.\navx2 avx512'
+[ "$(head -n 1 "$work/output")" = . ]
+run "cpu_info='$work/debian'; lacking_features avx"
+expect 0 avx
+
 # The scripts refuse what they do not know before they do anything.
 status=0
 bash "$source/scripts/test.sh" --fast >"$work/output" 2>&1 || status=$?
