@@ -32,10 +32,12 @@ struct CBatchCall {
     }
 };
 
-/// Where a sample goes, in bytes from the start of the output, and where its position comes from.
+/// Where a sample goes, in bytes from the start of the output, where its position comes from, and how many
+/// bytes are read there.
 struct CPlace {
     uint64_t m_Output;
     uint64_t m_Position;
+    uint32_t m_ReadSize;
 };
 
 /// Appends the places of a call's samples. A call that would not return, for its output stride is 0, has no
@@ -47,25 +49,25 @@ inline void AppendPlacesOf(const CBatchCall& call, const CBatchSampler& sampler,
     const bool isPacked = call.m_PositionOffset % 16 == 0 && call.m_PositionStride == size;
     uint64_t output = 0;
     uint64_t position = 0;
-    const auto place = [&](uint32_t outputStep, uint32_t positionStep) {
-        places.push_back({output, position});
+    const auto place = [&](uint32_t outputStep, uint32_t positionStep, uint32_t readSize) {
+        places.push_back({output, position, readSize});
         output += outputStep;
         position += positionStep;
     };
     if (sampler.m_Dimension == 4) {
         // The fast path takes single positions to the end of the output, and looks at the positions alone.
         while (isPacked && output < end) {
-            place(4, size);
+            place(4, size, size);
         }
     } else {
         while (isPacked && call.m_OutputOffset % 16 == 0 && output + 16 <= end) {
             for (int lane = 0; lane < 4; ++lane) {
-                place(4, size);
+                place(4, size, size);
             }
         }
     }
     while (output < end) {
-        place(call.m_OutputStride, call.m_PositionStride);
+        place(call.m_OutputStride, call.m_PositionStride, sampler.ReadSize());
     }
 }
 

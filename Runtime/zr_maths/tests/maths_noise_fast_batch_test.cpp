@@ -97,8 +97,7 @@ protected:
         uint64_t positionBytes = 0;
         for (const CPlace& place : places) {
             outputBytes = std::max(outputBytes, place.m_Output + 4);
-            // Single 3D positions are read as 16 bytes.
-            positionBytes = std::max(positionBytes, place.m_Position + sampler.ReadSize());
+            positionBytes = std::max(positionBytes, place.m_Position + place.m_ReadSize);
         }
         CBuffer positions(positionBytes, call.m_PositionOffset);
         CCoordinates coordinates(seed);

@@ -90,16 +90,6 @@ TEST(StdRandomGenerator, IsUniform) {
     EXPECT_NEAR(sum / kCount, 0.0, 0.009);
 }
 
-TEST(StdRandomGenerator, TouchesNothingButTheView) {
-    float values[5] = {9.0f, 9.0f, 9.0f, 9.0f, 9.0f};
-    CStdRandomGenerator generator(1);
-    generator.FillRandomFloats({values + 1, 3}, -1.0f, 1.0f);
-    EXPECT_EQ(values[0], 9.0f);
-    EXPECT_NE(values[3], 9.0f);
-    EXPECT_EQ(values[4], 9.0f);
-    generator.FillRandomFloats({nullptr, 0}, -1.0f, 1.0f);
-}
-
 /// FNV-1a over the bits of floats.
 uint64_t HashOf(const std::vector<float>& values) {
     uint64_t hash = 14695981039346656037u;

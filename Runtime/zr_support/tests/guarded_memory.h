@@ -1,0 +1,177 @@
+#pragma once
+
+// Memory between pages that must not be touched, for tests of what a call reads and writes.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace Vestrel {
+
+/// Which of the pages something lies next to.
+enum class EEdge { kBegin, kEnd };
+
+constexpr std::array<EEdge, 2> kEdges = {EEdge::kBegin, EEdge::kEnd};
+
+inline std::ostream& operator<<(std::ostream& stream, EEdge edge) {
+    return stream << (edge == EEdge::kBegin ? "behind the first page" : "before the last page");
+}
+
+/// At least as much memory as asked for, between two pages that must not be touched.
+class CGuardedMemory {
+public:
+    explicit CGuardedMemory(size_t size) : m_PageSize(static_cast<size_t>(sysconf(_SC_PAGESIZE))) {
+        m_Size = (size + m_PageSize - 1) / m_PageSize * m_PageSize;
+        void* const pages =
+            mmap(nullptr, m_Size + 2 * m_PageSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (pages == MAP_FAILED ||
+            mprotect(static_cast<unsigned char*>(pages) + m_PageSize, m_Size, PROT_READ | PROT_WRITE) != 0) {
+            std::perror("guarded memory");
+            std::abort();
+        }
+        m_Begin = static_cast<unsigned char*>(pages) + m_PageSize;
+    }
+
+    ~CGuardedMemory() {
+        munmap(m_Begin - m_PageSize, m_Size + 2 * m_PageSize);
+    }
+
+    CGuardedMemory(const CGuardedMemory&) = delete;
+    CGuardedMemory& operator=(const CGuardedMemory&) = delete;
+
+    unsigned char* Begin() const {
+        return m_Begin;
+    }
+
+    unsigned char* End() const {
+        return m_Begin + m_Size;
+    }
+
+    /// The place for `size` bytes that is next to one of the pages, and `offset` bytes past a multiple of 16.
+    /// They touch the last page if that offset leads there.
+    unsigned char* Place(EEdge edge, size_t size, size_t offset = 0) const {
+        if (edge == EEdge::kBegin) {
+            return m_Begin + offset;
+        }
+        unsigned char* const last = End() - size;
+        return last - (reinterpret_cast<uintptr_t>(last) - offset) % 16;
+    }
+
+    /// From now on writing is a fault, too.
+    void MakeReadOnly() const {
+        EXPECT_EQ(mprotect(m_Begin, m_Size, PROT_READ), 0);
+    }
+
+private:
+    size_t m_PageSize;
+    size_t m_Size;
+    unsigned char* m_Begin;
+};
+
+/// Guarded memory full of floats between 1000 and 1300, which knows what has been written to it.
+class CWatchedMemory : public CGuardedMemory {
+public:
+    explicit CWatchedMemory(size_t size) : CGuardedMemory(size) {
+        for (unsigned char* at = Begin(); at < End(); at += sizeof(float)) {
+            const float value = 1000.0f + 0.3f * static_cast<float>((at - Begin()) / 4 * 7 % 1000);
+            std::memcpy(at, &value, sizeof(value));
+        }
+        Remember();
+    }
+
+    /// What it holds now is what it should hold but for what is written from now on.
+    void Remember() {
+        m_Contents.assign(Begin(), End());
+    }
+
+    /// Whether of the bytes around `data` exactly the floats at `offsets` from it have been written. Puts
+    /// back what was there.
+    testing::AssertionResult HasWritten(unsigned char* data, const std::vector<size_t>& offsets) {
+        for (const size_t offset : offsets) {
+            unsigned char* const before = &m_Contents[static_cast<size_t>(data - Begin()) + offset];
+            if (std::memcmp(data + offset, before, sizeof(float)) == 0) {
+                return testing::AssertionFailure() << "nothing was written to the float at byte " << offset;
+            }
+            std::memcpy(data + offset, before, sizeof(float));
+        }
+        const size_t size = offsets.empty() ? 0 : *std::max_element(offsets.begin(), offsets.end()) + 4;
+        unsigned char* const first = data - std::min<ptrdiff_t>(kMargin, data - Begin());
+        unsigned char* const last =
+            data + size + std::min<ptrdiff_t>(kMargin, End() - (data + static_cast<ptrdiff_t>(size)));
+        unsigned char* const before = &m_Contents[static_cast<size_t>(first - Begin())];
+        if (std::memcmp(first, before, static_cast<size_t>(last - first)) != 0) {
+            return testing::AssertionFailure()
+                   << "byte " << std::mismatch(first, last, before).first - data << " was written, too";
+        }
+        return testing::AssertionSuccess();
+    }
+
+private:
+    static constexpr ptrdiff_t kMargin = 64;
+
+    std::vector<unsigned char> m_Contents;
+};
+
+/// `count` distances of floats that are packed.
+inline std::vector<size_t> PackedOffsets(size_t count) {
+    std::vector<size_t> offsets(count);
+    for (size_t k = 0; k < count; ++k) {
+        offsets[k] = k * sizeof(float);
+    }
+    return offsets;
+}
+
+/// While it lives, a fault ends the program, as it would anyway, but first says what went before. Describing
+/// may allocate: what faults is code that does not.
+class CFaultReporter {
+public:
+    using CDescription = std::function<void(std::ostream&)>;
+
+    explicit CFaultReporter(CDescription describe) {
+        s_Describe = std::move(describe);
+        struct sigaction action = {};
+        action.sa_sigaction = Report;
+        action.sa_flags = SA_SIGINFO;
+        sigaction(SIGSEGV, &action, &m_Before);
+    }
+
+    ~CFaultReporter() {
+        sigaction(SIGSEGV, &m_Before, nullptr);
+    }
+
+    /// What went before, for other failures.
+    static std::string Text() {
+        std::ostringstream text;
+        s_Describe(text);
+        return text.str();
+    }
+
+    CFaultReporter(const CFaultReporter&) = delete;
+    CFaultReporter& operator=(const CFaultReporter&) = delete;
+
+private:
+    static void Report(int, siginfo_t* info, void*) {
+        std::cerr << "touched memory that it must not, at " << info->si_addr << ": " << Text() << std::endl;
+        _exit(1);
+    }
+
+    static inline CDescription s_Describe;
+    struct sigaction m_Before;
+};
+
+} // namespace Vestrel
