@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Holds every operation to the table of pinned bits, on every compiler, level of optimisation, instruction set, processor and
-# kind of caller that this machine can build for and run, natively or under emulation; and runs the whole test suite natively
-# and on arm64. With --table, the table alone; with --row NAME, one row of it, as they are named in what is printed.
+# Holds every operation to the table of pinned bits, on every compiler, level of optimisation, instruction set, processor
+# and kind of caller that this machine can build for and run, natively or under emulation; and runs the whole test suite
+# natively and on arm64. With --table, the table alone; with --row NAME, one row of it, by the name that is printed.
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
@@ -18,7 +18,7 @@ esac
 is_x86() { [ "$(uname -m)" = x86_64 ]; }
 
 # has_feature FLAG: whether this processor has it.
-has_feature() { grep -qsw "$1" /proc/cpuinfo; }
+has_feature() { [ -z "$(lacking_features "$1")" ]; }
 
 compiles_for_32_bits() { echo '#include <vector>' | g++ -m32 -x c++ -fsyntax-only - 2>/dev/null; }
 
@@ -130,9 +130,8 @@ emulated() {
 # The library as somebody else's program finds it, for all rows with such a program.
 install_library() {
   cmake -S "$root" -B "$work/library" -DCMAKE_CXX_COMPILER=g++ -DCMAKE_BUILD_TYPE=Release -DVESTREL_BUILD_TESTS=OFF \
-    -DVESTREL_BUILD_TOOLS=OFF -DVESTREL_BUILD_SAMPLES=OFF -DVESTREL_BUILD_BENCHMARKS=OFF
-  cmake --build "$work/library"
-  cmake --install "$work/library" --prefix "$work/prefix"
+    -DVESTREL_BUILD_TOOLS=OFF -DVESTREL_BUILD_SAMPLES=OFF -DVESTREL_BUILD_BENCHMARKS=OFF &&
+    cmake --build "$work/library" && cmake --install "$work/library" --prefix "$work/prefix"
 }
 
 # consumer COMPILER CALLER-FLAGS [cmake option]...
@@ -209,6 +208,11 @@ for index in "${!rows[@]}"; do
 done
 wait
 
+declare -A suite_outcomes
+for suite in "${suites[@]}"; do
+  "$root/scripts/test.sh" --only "$suite" && suite_outcomes[$suite]=passed || suite_outcomes[$suite]=failed
+done
+
 printf '\n'
 passed=0 failed=0 not_run=0
 for index in "${!rows[@]}"; do
@@ -221,11 +225,9 @@ for index in "${!rows[@]}"; do
   esac
 done
 for suite in "${suites[@]}"; do
-  if "$root/scripts/test.sh" --only "$suite"; then
-    passed=$((passed + 1))
-  else
-    failed=$((failed + 1))
-  fi
+  printf '%-38s %s\n' "the whole test suite, $suite" "${suite_outcomes[$suite]}"
+  [ "${suite_outcomes[$suite]}" = passed ] && passed=$((passed + 1)) || failed=$((failed + 1))
 done
-printf 'rows of the portability table: %d passed, %d failed, %d not run\n' $passed $failed $not_run | tee "$work/results"
+echo $passed $failed $not_run >"$work/results"
+printf 'portability: %d passed, %d failed, %d not run\n' $passed $failed $not_run
 [ $failed -eq 0 ]

@@ -1,21 +1,25 @@
 #!/usr/bin/env bash
-# Runs every test, from nothing but a checkout: installs what is missing, builds each configuration and tests it.
-# With --quick, g++ Release alone, without the tests that visit floats by the hundreds of millions. With --exhaustive,
-# those alone, which then visit every float there is, in g++ Release for every level of instructions of the processor.
+# Runs every test, from nothing but a checkout: installs what is missing, builds each configuration and tests it, and
+# holds what else this machine can build for and run to the table of pinned bits. With --quick, g++ Release alone, without
+# the tests that visit floats by the hundreds of millions. With --exhaustive, those alone, which then visit every float
+# there is, in g++ Release for every level of instructions of the processor. With --only CONFIGURATION, a single one.
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
 
-configurations=(release debug asan-ubsan tsan clang portable arm64 msan fuzz) left_out_label=none target=''
-case "$*" in
-  '') ;;
-  --quick) configurations=(release) left_out_label=exhaustive ;;
-  --exhaustive)
+configurations=(release debug asan-ubsan tsan clang portable arm64 msan fuzz) left_out_label=none target='' portability=''
+case "$#,${1:-}" in
+  0,) portability=yes ;;
+  1,--quick) configurations=(release) left_out_label=exhaustive ;;
+  2,--only)
+    [[ " ${configurations[*]} " == *" $2 "* ]] || stop "there is no configuration '$2'; there are ${configurations[*]}"
+    configurations=("$2") ;;
+  1,--exhaustive)
     configurations=(every-float every-float-v2 every-float-avx every-float-v3 every-float-v4 every-float-portable)
     target=exhaustive_tests ;;
-  --help | -h) sed -n '2,4s/^# //p' "$0"; exit 0 ;;
-  *) stop "there is no option '$*'; there are --quick, for the quicker ones of g++ Release, and --exhaustive, for every" \
-    'float there is' ;;
+  1,--help | 1,-h) sed -n '2,5s/^# //p' "$0"; exit 0 ;;
+  *) stop "there is no option '$*'; there are --quick, for the quicker ones of g++ Release, --exhaustive, for every float" \
+    'there is, and --only CONFIGURATION' ;;
 esac
 
 # What a processor must have for a configuration, by the names that Linux has for it.
@@ -38,7 +42,7 @@ need libsleef-dev has_header sleef.h
 need binutils has_program objdump
 need clang-format-14 has_program clang-format-14
 need valgrind has_program valgrind
-if [[ " ${configurations[*]} " == *' clang '* ]]; then
+if [ "${configurations[*]}" != release ] && [ -z "$target" ]; then
   need clang has_program clang++
   need g++-aarch64-linux-gnu has_program aarch64-linux-gnu-g++
   need qemu-user has_program qemu-aarch64
@@ -57,7 +61,7 @@ count_of() { sed -n "s/.*[[:space:]]$2=\"\([0-9]*\)\".*/\1/p" "$root/build/$1/re
 names_of() { sed -n "s/.*<testcase name=\"\([^\"]*\)\".* status=\"$2\".*/$1: $3 \1/p" "$root/build/$1/results.xml"; }
 
 # Runs the tests of a configuration. Those that look at the project as a whole, and those that visit floats by the
-# hundreds of millions, run in the first one alone.
+# hundreds of millions, run in g++ Release alone.
 run_tests() {
   local options=(--test-dir "$root/build/$1" --output-on-failure --test-output-size-failed 8192 --no-tests=error
     -j "$(nproc)" --output-junit "$root/build/$1/results.xml")
@@ -66,7 +70,7 @@ run_tests() {
     ctest "${options[@]}" --label-regex '^exhaustive$' 2>&1 | tee "$log" | grep --line-buffered -E '^ *[0-9]+/[0-9]+ ' >&2
     return
   fi
-  [ "$1" = "${configurations[0]}" ] || left_out_label='project|exhaustive'
+  [ "$1" = release ] || left_out_label='project|exhaustive'
   options+=(--label-exclude "$left_out_label")
   # ThreadSanitizer does not know where newer kernels put things when they choose at random.
   [ "$1" = tsan ] && setarch -R true 2>/dev/null && run=(setarch -R)
@@ -74,6 +78,13 @@ run_tests() {
 }
 
 passed=0 failed=0 skipped=0 broken=0 table=() named=()
+
+# count NAME PASSED FAILED SKIPPED SECONDS: adds to the sums and to the table.
+count() {
+  passed=$((passed + $2)) failed=$((failed + $3)) skipped=$((skipped + $4))
+  table+=("$(printf '%-20s %5d passed %5d failed %5d skipped %5d s' "$@")")
+}
+
 for configuration in "${configurations[@]}"; do
   lacked=$(lacking_features ${features[$configuration]:-})
   if [ -n "$lacked" ]; then
@@ -92,12 +103,18 @@ for configuration in "${configurations[@]}"; do
   [ -s "$results" ] && grep -E '^[0-9]+% tests passed' "$log" || stop "$configuration: no test ran; see $log"
   all=$(count_of "$configuration" tests) bad=$(count_of "$configuration" failures)
   left_out=$(($(count_of "$configuration" skipped) + $(count_of "$configuration" disabled)))
-  good=$((all - bad - left_out))
-  passed=$((passed + good)) failed=$((failed + bad)) skipped=$((skipped + left_out))
-  table+=("$(printf '%-20s %5d passed %5d failed %5d skipped %5d s' "$configuration" $good $bad $left_out \
-    $((SECONDS - start)))")
+  count "$configuration" $((all - bad - left_out)) "$bad" "$left_out" $((SECONDS - start))
   mapfile -t -O "${#named[@]}" named < <(names_of "$configuration" notrun skipped && names_of "$configuration" fail failed)
 done
+
+if [ -n "$portability" ]; then
+  say '== portability'
+  start=$SECONDS
+  rm -f "$root/build/portability/results"
+  "$root/scripts/portability.sh" --table || broken=1
+  read -r good bad left_out <"$root/build/portability/results"
+  count portability "$good" "$bad" "$left_out" $((SECONDS - start))
+fi
 
 printf '\n'
 printf '%s\n' "${table[@]}" "${named[@]}"
