@@ -5,6 +5,7 @@
 #include "noise_test_support.h"
 #include "plain_split.h"
 
+#include <zr_maths/verify_arithmetic.h>
 #include <zr_support/simd_streams.h>
 
 #include <benchmark/benchmark.h>
@@ -209,7 +210,11 @@ void ArcSinesByAsinf(CData& data) {
                    [](float ratio) { return asinf(ratio); });
 }
 
-/// An operation and what it is measured against: each is `m_Items` items.
+void Verification(CData&) {
+    benchmark::DoNotOptimize(VerifyArithmetic());
+}
+
+/// An operation and what it is measured against, if there is anything: each is `m_Items` items.
 struct COperation {
     const char* m_Name;
     const char* m_OtherName;
@@ -251,6 +256,7 @@ constexpr COperation kOperations[] = {
     {"SinStream_Aligned16", "SLEEF, 3.5 ULP", kEntries, Sines, SinesBySleef},
     {"SinStream_Aligned16", "sinf", kEntries, Sines, SinesBySinf},
     {"ArcSinStream_Aligned16", "asinf", kEntries, ArcSines, ArcSinesByAsinf},
+    {"VerifyArithmetic", "nothing", 1, Verification, nullptr},
 };
 
 std::string NameOf(const COperation& operation, bool isOther) {
@@ -271,10 +277,13 @@ void Run(benchmark::State& state, void (*run)(CData& data), uint32_t items) {
 void RegisterOperationBenchmarks() {
     for (const COperation& operation : kOperations) {
         for (const bool isOther : {false, true}) {
+            const auto run = isOther ? operation.m_RunOther : operation.m_Run;
+            if (run == nullptr) {
+                continue;
+            }
             benchmark::RegisterBenchmark(
-                NameOf(operation, isOther).c_str(), [&operation, isOther](auto& state) {
-                    Run(state, isOther ? operation.m_RunOther : operation.m_Run, operation.m_Items);
-                });
+                NameOf(operation, isOther).c_str(),
+                [run, items = operation.m_Items](auto& state) { Run(state, run, items); });
         }
     }
 }

@@ -2,7 +2,7 @@
 
 // What the tests of the noise share.
 
-#include "folded_bits.h"
+#include "../../zr_support/src/folded_bits.h"
 
 #include <zr_maths/maths_noise_fast.h>
 

@@ -2,7 +2,7 @@
 
 // All bit patterns there are, a block at a time, for tests that leave none out.
 
-#include "folded_bits.h"
+#include "../src/folded_bits.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 // What the tests of the streams share.
 
-#include "folded_bits.h"
+#include "../src/folded_bits.h"
 
 #include <gtest/gtest.h>
 
@@ -60,12 +60,12 @@ inline void ExpectMultiplesOfFour(CStream stream, float (*one)(float) noexcept, 
     }
 }
 
-/// A hash of what a stream makes of the floats of VisitFloats: FNV-1a, by words.
+/// A hash of what a stream makes of the floats of VisitFloats.
 inline uint64_t HashOfStream(CStream stream) {
-    uint64_t hash = 14695981039346656037u;
+    uint64_t hash = kEmptyHash;
     VisitFloats(stream, [&](const CStreamBlock& block) {
         for (const float value : block.m_Out) {
-            hash = (hash ^ FoldedBits(value)) * 1099511628211u;
+            hash = HashWith(hash, value);
         }
     });
     return hash;

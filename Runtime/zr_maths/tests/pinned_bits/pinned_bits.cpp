@@ -185,11 +185,6 @@ constexpr CPinned kPinned[] = {
 };
 // clang-format on
 
-/// FNV-1a, by words.
-uint64_t Hashed(uint64_t hash, float value) {
-    return (hash ^ FoldedBits(value)) * 1099511628211u;
-}
-
 /// The first result of a block that differs from the reference, with the inputs of its item; empty if none
 /// does.
 std::string FirstDifference(const CFields& fields, const CKind& kind, const std::vector<float>& inputs,
@@ -221,7 +216,7 @@ std::string FirstDifference(const CFields& fields, const CKind& kind, const std:
 
 struct COutcome {
     uint64_t m_HashOfFew = 0;
-    uint64_t m_Hash = 14695981039346656037u;
+    uint64_t m_Hash = kEmptyHash;
     std::string m_Difference;
 };
 
@@ -243,7 +238,7 @@ COutcome Run(const CPinned& pinned, CPinnedOperation operation, size_t resultCou
             outcome.m_Difference = FirstDifference(fields, kind, inputs, results);
         }
         for (const float result : results) {
-            outcome.m_Hash = Hashed(outcome.m_Hash, result);
+            outcome.m_Hash = HashWith(outcome.m_Hash, result);
             ++done;
             outcome.m_HashOfFew = done == kFewPinnedResults ? outcome.m_Hash : outcome.m_HashOfFew;
         }

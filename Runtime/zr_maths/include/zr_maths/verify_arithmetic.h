@@ -1,0 +1,27 @@
+#pragma once
+
+#include <zr_support/compiler.h>
+
+namespace Vestrel {
+
+/// Whether the samplers give the bits that they promise, here and now: with this build of the library, on
+/// this processor, in the floating-point environment of the thread that calls. It samples a fixed field with
+/// every operation and compares a hash of the results.
+///
+/// The promise holds in the default environment: round to nearest, denormals kept. A program may lose that
+/// without knowing. g++ and clang++ link it with -ffast-math so that denormals are 0, and what it loads or
+/// runs in (plug-ins, sound, engines) may set other modes, thread by thread. Ask at start-up, and once more
+/// on threads that others have made:
+///
+///     if (!Vestrel::VerifyArithmetic()) {
+///         std::fesetenv(FE_DFL_ENV); // from <cfenv>, for this thread
+///     }
+///     const bool isExact = Vestrel::VerifyArithmetic();
+///
+/// It finds every rounding but that to the nearest, denormal results that become 0, and denormal operands
+/// that are taken for 0. It takes about 0.13 ms in an optimised build, 16 KB of the stack, and meanwhile the
+/// tables of one CRotatableFastNoise3. Any number of threads may call it at once. Floating-point exceptions
+/// must not trap, as by default they do not.
+bool VerifyArithmetic() noexcept;
+
+} // namespace Vestrel

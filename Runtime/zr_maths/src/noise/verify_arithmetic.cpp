@@ -1,0 +1,217 @@
+#include "strict_arithmetic.h"
+
+#include <zr_maths/verify_arithmetic.h>
+
+#include "folded_bits.h"
+#include "verify_arithmetic_hash.h"
+
+#include <zr_maths/maths_noise_fast.h>
+#include <zr_support/simd_streams.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <limits>
+#include <random>
+
+namespace Vestrel {
+
+namespace {
+
+using SIMD_Neon::Float4;
+
+/// The hash that everything here comes to. It changes only with what is sampled here.
+constexpr uint64_t kPromisedHash = 0xB0982DFC38F0836D;
+
+/// Enough for the ways that long runs take, and some single positions at the end.
+constexpr uint32_t kPositionCount = 256 + 3;
+
+/// Of four-lane values, and of records for gradients: some that go four at a time, and some that do not.
+constexpr uint32_t kFourLaneCount = 60 + 3;
+
+constexpr uint32_t kStreamCount = 256;
+
+/// Coordinates that are out of the ordinary: next to 0 and next to whole numbers, at the ends of the integers
+/// and beyond, and with squares that are denormal.
+constexpr float kUnusualCoordinates[] = {0x1p-149f,
+                                         -0x1p-149f,
+                                         0x1.8p-127f,
+                                         -0x1.8p-127f,
+                                         0x1p-70f,
+                                         -0x1p-70f,
+                                         -1e-10f,
+                                         -0.0f,
+                                         -1.0f,
+                                         0x1.fffffep-1f,
+                                         8388607.5f,
+                                         0x1.fffffep30f,
+                                         0x1p31f,
+                                         -0x1p31f,
+                                         -3e9f,
+                                         std::numeric_limits<float>::infinity(),
+                                         std::numeric_limits<float>::quiet_NaN()};
+
+/// Numbers that are the same everywhere and need no memory of the heap.
+class CFixedGenerator final : public CAbstractRandomGenerator {
+public:
+    void FillRandomFloats(const TMemoryView<float>& view, float min, float max) override {
+        for (uint32_t k = 0; k < view.m_Count; ++k) {
+            view.m_Data[k] = min + (max - min) * (static_cast<float>(Next()) * 0x1p-31f);
+        }
+    }
+
+    /// One in four is unusual.
+    float NextCoordinate() {
+        const uint32_t number = Next();
+        return number % 4 == 0 ? kUnusualCoordinates[number / 4 % std::size(kUnusualCoordinates)]
+                               : static_cast<float>(number) * 0x1p-21f - 512.0f;
+    }
+
+    /// Below 2^31.
+    uint32_t Next() {
+        return static_cast<uint32_t>(m_Random());
+    }
+
+private:
+    std::minstd_rand m_Random;
+};
+
+/// A hash of what all operations make of the same coordinates.
+class CHashedOperations {
+public:
+    CHashedOperations() {
+        for (float& coordinate : m_Coordinates) {
+            coordinate = m_Generator.NextCoordinate();
+        }
+    }
+
+    uint64_t Hash() {
+        AddBatches();
+        AddFourLanes();
+        AddGradientBatches();
+        AddStreams();
+        AddRotations();
+        return m_Hash;
+    }
+
+private:
+    template <typename TPosition>
+    using TBatchSampler = void (CFastNoise3::*)(const TStridedMemoryView<float>&,
+                                                const TStridedMemoryView<const TPosition>&) const noexcept;
+    using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;
+    using CGradient = TVector<float, 4>;
+    using CGradientBatch = void (CFastNoise3::*)(const TMemoryView<const CRecord>&,
+                                                 const TMemoryView<CGradient>&) const noexcept;
+
+    void Add(const float* values, size_t count) {
+        for (size_t k = 0; k < count; ++k) {
+            m_Hash = HashWith(m_Hash, values[k]);
+        }
+    }
+
+    void Add(Float4 value) {
+        alignas(16) float lanes[4];
+        SIMD_Neon::StoreAligned(lanes, value);
+        Add(lanes, 4);
+    }
+
+    /// Packed and aligned, and then so that every position goes on its own.
+    template <typename TPosition>
+    void AddBatch(TBatchSampler<TPosition> sample) {
+        for (const size_t shift : {0, 1}) {
+            alignas(16) float samples[kPositionCount + 1];
+            (m_Noise.*sample)({samples + shift, kPositionCount, sizeof(float)},
+                              {reinterpret_cast<const TPosition*>(m_Coordinates + shift), kPositionCount,
+                               sizeof(TPosition)});
+            Add(samples + shift, kPositionCount);
+        }
+    }
+
+    void AddBatches() {
+        AddBatch(&CFastNoise3::SampleLinear1D);
+        AddBatch(&CFastNoise3::SampleCubic1D);
+        AddBatch(&CFastNoise3::SampleQuintic1D);
+        AddBatch(&CFastNoise3::SampleLinear2D);
+        AddBatch(&CFastNoise3::SampleCubic2D);
+        AddBatch(&CFastNoise3::SampleQuintic2D);
+        AddBatch(&CFastNoise3::SampleLinear3D);
+        AddBatch(&CFastNoise3::SampleCubic3D);
+        AddBatch(&CFastNoise3::SampleQuintic3D);
+        AddBatch(&CFastNoise3::SampleLinear4D);
+        AddBatch(&CFastNoise3::SampleCubic4D);
+        AddBatch(&CFastNoise3::SampleQuintic4D);
+    }
+
+    void AddFourLanes() {
+        for (uint32_t k = 0; k < kFourLaneCount; ++k) {
+            Float4 positions[4];
+            for (size_t n = 0; n < 4; ++n) {
+                positions[n] = SIMD_Neon::LoadAligned(m_Coordinates + 4 * (k + n));
+            }
+            Add(Float4(m_Noise.SampleLinear(positions[0]), m_Noise.SampleCubic(positions[0]),
+                       m_Noise.SampleQuintic(positions[0]), 0.0f));
+            Add(m_Noise.CoherentSampleLinear(positions));
+            Add(m_Noise.CoherentSampleCubic(positions));
+            Add(m_Noise.CoherentSampleQuintic(positions));
+            Add(m_Noise.Sample1stOrderDerivativesLinear(positions[0]));
+            Add(m_Noise.Sample1stOrderDerivativesCubic(positions[0]));
+            Add(m_Noise.Sample1stOrderDerivativesQuintic(positions[0]));
+        }
+    }
+
+    void AddGradientBatch(CGradientBatch sample, const TMemoryView<const CRecord>& records) {
+        CGradient gradients[kFourLaneCount];
+        (m_Noise.*sample)(records, {gradients, kFourLaneCount});
+        Add(&gradients[0].x, 4 * kFourLaneCount);
+    }
+
+    /// With any coordinates for fractions.
+    void AddGradientBatches() {
+        CRecord records[kFourLaneCount];
+        for (uint32_t k = 0; k < kFourLaneCount; ++k) {
+            const float* const fractions = m_Coordinates + 4 * k;
+            const auto nextCell = [&] { return static_cast<int>(m_Generator.Next() / 8 % 256); };
+            records[k] = {{fractions[0], fractions[1], fractions[2], 0.0f},
+                          {nextCell(), nextCell(), nextCell(), 0}};
+        }
+        AddGradientBatch(&CFastNoise3::Sample1stOrderDerivativesLinear, {records, kFourLaneCount});
+        AddGradientBatch(&CFastNoise3::Sample1stOrderDerivativesCubic, {records, kFourLaneCount});
+        AddGradientBatch(&CFastNoise3::Sample1stOrderDerivativesQuintic, {records, kFourLaneCount});
+    }
+
+    void AddStreams() {
+        alignas(16) float ratios[kStreamCount];
+        alignas(16) float results[kStreamCount];
+        m_Generator.FillRandomFloats({ratios, kStreamCount}, -1.0f, 1.0f);
+        SIMD_Neon::FullPrecision::ArcSinStream_Aligned16(ratios, results, kStreamCount);
+        Add(results, kStreamCount);
+        SIMD_Neon::LowPrecision::SinStream_Aligned16(m_Coordinates, results, kStreamCount);
+        Add(results, kStreamCount);
+    }
+
+    /// Near and far; and how the field is then.
+    void AddRotations() {
+        for (const float time : {0.37f, -20000.5f}) {
+            m_Noise.RotateBasis(time);
+            AddBatch(&CFastNoise3::SampleLinear1D);
+        }
+    }
+
+    /// One more than 4D positions need, for the shift, and another one to read beyond the last 3D position.
+    alignas(16) float m_Coordinates[4 * kPositionCount + 4];
+    CFixedGenerator m_Generator;
+    CRotatableFastNoise3 m_Noise{&m_Generator};
+    uint64_t m_Hash = kEmptyHash;
+};
+
+} // namespace
+
+uint64_t Internal::HashOfOperations() noexcept {
+    return CHashedOperations().Hash();
+}
+
+bool VerifyArithmetic() noexcept {
+    return Internal::HashOfOperations() == kPromisedHash;
+}
+
+} // namespace Vestrel
