@@ -1,8 +1,9 @@
 #pragma once
 
 // For the library's own source files, whose results are promised to the bit: stops a build whose
-// floating-point arithmetic would not keep the promise. It is not installed, and no public header includes
-// it: programs that use the library may take what flags they like for code of their own.
+// floating-point arithmetic would not keep the promise. To be included before anything else. It is not
+// installed, and no public header includes it: programs that use the library may take what flags they like
+// for code of their own.
 
 #include <cfloat>
 
@@ -14,3 +15,6 @@
 static_assert(FLT_EVAL_METHOD == 0,
               "Vestrel's own sources need float operations that round to float: on 32-bit x86 build with "
               "-msse2 -mfpmath=sse.");
+
+// Lets the operations of zr_support/simd_float4.h do without what keeps them as they are under any flags.
+#define VESTREL_STRICT_ARITHMETIC 1

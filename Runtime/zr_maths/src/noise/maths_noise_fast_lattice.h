@@ -33,7 +33,7 @@ struct CSplitCoordinates {
 /// Splits four coordinates. Fractions lie in [0, 1]: exactly 0 for integral coordinates, and rounded to
 /// exactly 1 just below some of them. This form, with its saturating conversion, says what the noise is for
 /// every bit pattern: the fraction of -0 is +0; beyond +-2^31 the cell stays put and the fraction grows;
-/// not-a-number has a fraction that is not a number, so that its cell, some cell, does not count.
+/// not-a-number has a fraction that is not a number, and cell 0, which linear gradients depend on.
 [[gnu::always_inline]] inline CSplitCoordinates SplitCoordinates(Float4 coordinates) {
     const Int4 truncated = SIMD_Neon::TruncateNumberToInt(coordinates);
     const Float4 rounded = SIMD_Neon::ToFloat(truncated);

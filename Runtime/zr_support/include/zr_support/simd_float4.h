@@ -127,19 +127,52 @@ template <typename TLane, typename TLanes>
     asm("" : "+m"(lanes));
 }
 
-// Arithmetic. A product and a sum in one expression are two roundings: the library is compiled so that no
-// compiler fuses them.
+// Arithmetic. A product and a sum in one expression are two roundings, and every operation is done as it is
+// written, whatever the flags of the file that it is compiled in: with -ffp-contract=fast, which is what
+// compilers do by themselves, and with -ffast-math and all parts of it, results have the same bits as
+// without. That goes for zeros of either sign, denormals, infinities and not-a-number too, and for the
+// conversions and comparisons below.
+//
+// What a file does with floats of its own is left to its flags: where they make light of the sign of 0, a
+// literal -0.0f may come in as 0.0f (but AsFloats(Int4(INT32_MIN)) is -0). And a program that is linked with
+// -ffast-math has denormals flushed by the processor.
+
+/// Makes lanes into something of which compilers know nothing: what goes into an operation and what comes out
+/// of it, so that they can neither merge it with another one nor leave it out.
+///
+/// The library's own sources do without, which makes them up to 5 % faster: strict_arithmetic.h refuses the
+/// flags by which an operation would be left out, and they are compiled with -ffp-contract=off.
+template <typename TLanes>
+[[gnu::always_inline]] inline void _Pin([[maybe_unused]] TLanes& lanes) {
+#if !defined(VESTREL_STRICT_ARITHMETIC)
+    lanes.m_Register = Backend::Pin(lanes.m_Register);
+#endif
+}
+
+template <typename TLanes>
+[[gnu::always_inline]] inline TLanes _Pinned(TLanes lanes) {
+    _Pin(lanes);
+    return lanes;
+}
 
 [[gnu::always_inline]] inline Float4 operator+(Float4 a, Float4 b) {
-    return Float4(Backend::Add(a.m_Register, b.m_Register));
+    _Pin(a);
+    _Pin(b);
+    return _Pinned(Float4(Backend::Add(a.m_Register, b.m_Register)));
 }
 
 [[gnu::always_inline]] inline Float4 operator-(Float4 a, Float4 b) {
-    return Float4(Backend::Subtract(a.m_Register, b.m_Register));
+    _Pin(a);
+    _Pin(b);
+    // Once more, for a value that is pinned in the same way twice is one value still, and 0 minus itself.
+    _Pin(b);
+    return _Pinned(Float4(Backend::Subtract(a.m_Register, b.m_Register)));
 }
 
 [[gnu::always_inline]] inline Float4 operator*(Float4 a, Float4 b) {
-    return Float4(Backend::Multiply(a.m_Register, b.m_Register));
+    _Pin(a);
+    _Pin(b);
+    return _Pinned(Float4(Backend::Multiply(a.m_Register, b.m_Register)));
 }
 
 /// Wraps modulo 2^32.
@@ -158,18 +191,21 @@ template <typename TLane, typename TLanes>
 /// Rounds toward zero. Beyond the range of the integers it saturates (2^31 and above give 2147483647, below
 /// -2^31 gives -2147483648); not-a-number gives 0.
 [[gnu::always_inline]] inline Int4 TruncateToInt(Float4 value) {
-    return Int4(Backend::TruncateToInt(value.m_Register));
+    _Pin(value);
+    return _Pinned(Int4(Backend::TruncateToInt(value.m_Register)));
 }
 
-/// As TruncateToInt, but not-a-number gives an unspecified value. Cheaper where the processor does not
-/// saturate.
+/// As TruncateToInt, but cheaper where the processor does not saturate, and not for not-a-number: that gives
+/// 0 or -2147483648, and in a file that is compiled with -ffinite-math-only anything.
 [[gnu::always_inline]] inline Int4 TruncateNumberToInt(Float4 value) {
-    return Int4(Backend::TruncateNumberToInt(value.m_Register));
+    _Pin(value);
+    return _Pinned(Int4(Backend::TruncateNumberToInt(value.m_Register)));
 }
 
 /// Rounds to the nearest float, ties to even.
 [[gnu::always_inline]] inline Float4 ToFloat(Int4 value) {
-    return Float4(Backend::ToFloat(value.m_Register));
+    _Pin(value);
+    return _Pinned(Float4(Backend::ToFloat(value.m_Register)));
 }
 
 // Comparison and bits.
@@ -177,7 +213,9 @@ template <typename TLane, typename TLanes>
 /// A mask: -1 in the lanes where a > b, 0 in the others, among them every lane with a not-a-number. -0 and +0
 /// are equal.
 [[gnu::always_inline]] inline Int4 GreaterThan(Float4 a, Float4 b) {
-    return Int4(Backend::GreaterThan(a.m_Register, b.m_Register));
+    _Pin(a);
+    _Pin(b);
+    return _Pinned(Int4(Backend::GreaterThan(a.m_Register, b.m_Register)));
 }
 
 [[gnu::always_inline]] inline Int4 operator&(Int4 a, Int4 b) {
@@ -207,18 +245,18 @@ template <int kBits>
 
 /// The floats with these bits.
 [[gnu::always_inline]] inline Float4 AsFloats(Int4 value) {
+    _Pin(value); // where the sign of 0 does not count, a constant -0 would become 0
     return Float4(Backend::AsFloats(value.m_Register));
 }
 
 /// The bits of each float, ANDed: with a mask, the lane or +0.
 [[gnu::always_inline]] inline Float4 operator&(Float4 a, Int4 b) {
-    return Float4(Backend::AsFloats(Backend::And(Backend::AsInts(a.m_Register), b.m_Register)));
+    return AsFloats(AsInts(a) & b);
 }
 
 /// The bits of the floats, exclusive-ored: with -0 in a lane of `b`, that lane's sign is flipped.
 [[gnu::always_inline]] inline Float4 operator^(Float4 a, Float4 b) {
-    return Float4(
-        Backend::AsFloats(Backend::Xor(Backend::AsInts(a.m_Register), Backend::AsInts(b.m_Register))));
+    return AsFloats(AsInts(a) ^ AsInts(b));
 }
 
 // Movement of lanes.

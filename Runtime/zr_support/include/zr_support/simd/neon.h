@@ -63,6 +63,16 @@ struct FloatRegisterX3 {
     vst1q_s32(static_cast<int32_t*>(target), value);
 }
 
+[[gnu::always_inline]] inline FloatRegister Pin(FloatRegister value) {
+    asm("" : "+w"(value));
+    return value;
+}
+
+[[gnu::always_inline]] inline IntRegister Pin(IntRegister value) {
+    asm("" : "+w"(value));
+    return value;
+}
+
 [[gnu::always_inline]] inline FloatRegister Add(FloatRegister a, FloatRegister b) {
     return vaddq_f32(a, b);
 }

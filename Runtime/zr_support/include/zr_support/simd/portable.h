@@ -71,6 +71,17 @@ struct FloatRegisterX3 {
     std::memcpy(target, &value, sizeof(value));
 }
 
+// In memory, for registers of floats have other names on every platform.
+[[gnu::always_inline]] inline FloatRegister Pin(FloatRegister value) {
+    asm("" : "+m"(value));
+    return value;
+}
+
+[[gnu::always_inline]] inline IntRegister Pin(IntRegister value) {
+    asm("" : "+m"(value));
+    return value;
+}
+
 [[gnu::always_inline]] inline FloatRegister Add(FloatRegister a, FloatRegister b) {
     return {{a.m_Lanes[0] + b.m_Lanes[0], a.m_Lanes[1] + b.m_Lanes[1], a.m_Lanes[2] + b.m_Lanes[2],
              a.m_Lanes[3] + b.m_Lanes[3]}};
@@ -95,24 +106,33 @@ struct FloatRegisterX3 {
              WrappingAdd(a.m_Lanes[2], b.m_Lanes[2]), WrappingAdd(a.m_Lanes[3], b.m_Lanes[3])}};
 }
 
-// Each comparison is false for not-a-number, which so ends at 0 like the cast of 0 itself.
-[[gnu::always_inline]] inline int32_t TruncateToInt(float value) {
+// The second comparison is false for not-a-number, which must not be cast.
+[[gnu::always_inline]] inline int32_t TruncateNumberToInt(float value) {
     if (value >= 0x1p31f) {
         return INT32_MAX;
     }
-    if (value > -0x1p31f) {
-        return static_cast<int32_t>(value);
-    }
-    return value <= -0x1p31f ? INT32_MIN : 0;
+    return value > -0x1p31f ? static_cast<int32_t>(value) : INT32_MIN;
+}
+
+[[gnu::always_inline]] inline IntRegister TruncateNumberToInt(FloatRegister value) {
+    return {{TruncateNumberToInt(value.m_Lanes[0]), TruncateNumberToInt(value.m_Lanes[1]),
+             TruncateNumberToInt(value.m_Lanes[2]), TruncateNumberToInt(value.m_Lanes[3])}};
+}
+
+// Told by the bits, for under some flags a comparison with itself is left out.
+[[gnu::always_inline]] inline bool IsNan(float value) {
+    uint32_t bits;
+    std::memcpy(&bits, &value, sizeof(bits));
+    return (bits & 0x7FFFFFFFu) > 0x7F800000u; // infinity
+}
+
+[[gnu::always_inline]] inline int32_t TruncateToInt(float value) {
+    return IsNan(value) ? 0 : TruncateNumberToInt(value);
 }
 
 [[gnu::always_inline]] inline IntRegister TruncateToInt(FloatRegister value) {
     return {{TruncateToInt(value.m_Lanes[0]), TruncateToInt(value.m_Lanes[1]),
              TruncateToInt(value.m_Lanes[2]), TruncateToInt(value.m_Lanes[3])}};
-}
-
-[[gnu::always_inline]] inline IntRegister TruncateNumberToInt(FloatRegister value) {
-    return TruncateToInt(value);
 }
 
 [[gnu::always_inline]] inline FloatRegister ToFloat(IntRegister value) {

@@ -68,6 +68,17 @@ struct FloatRegisterX3 {
     _mm_store_si128(static_cast<__m128i*>(target), value);
 }
 
+// In any vector register, with AVX-512 the upper ones too.
+[[gnu::always_inline]] inline FloatRegister Pin(FloatRegister value) {
+    asm("" : "+v"(value));
+    return value;
+}
+
+[[gnu::always_inline]] inline IntRegister Pin(IntRegister value) {
+    asm("" : "+v"(value));
+    return value;
+}
+
 [[gnu::always_inline]] inline FloatRegister Add(FloatRegister a, FloatRegister b) {
     return _mm_add_ps(a, b);
 }
@@ -88,13 +99,16 @@ struct FloatRegisterX3 {
 // 0x7FFFFFFF. Compilers that fold it for a constant may give something else, so they are kept from seeing
 // one.
 [[gnu::always_inline]] inline IntRegister TruncateNumberToInt(FloatRegister value) {
-    asm("" : "+x"(value));
+    value = Pin(value);
     const __m128i isAbove = _mm_castps_si128(_mm_cmpge_ps(value, _mm_set1_ps(0x1p31f)));
     return _mm_xor_si128(_mm_cvttps_epi32(value), isAbove);
 }
 
+// Not-a-number is told by its bits, for under some flags a comparison with itself is left out.
 [[gnu::always_inline]] inline IntRegister TruncateToInt(FloatRegister value) {
-    return _mm_and_si128(TruncateNumberToInt(value), _mm_castps_si128(_mm_cmpord_ps(value, value)));
+    const __m128i magnitude = _mm_and_si128(_mm_castps_si128(value), _mm_set1_epi32(INT32_MAX));
+    const __m128i isNan = _mm_cmpgt_epi32(magnitude, _mm_set1_epi32(0x7F800000)); // infinity
+    return _mm_andnot_si128(isNan, TruncateNumberToInt(value));
 }
 
 [[gnu::always_inline]] inline FloatRegister ToFloat(IntRegister value) {

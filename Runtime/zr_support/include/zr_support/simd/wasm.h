@@ -80,6 +80,17 @@ template <int k0, int k1, int k2, int k3>
     wasm_v128_store(target, value);
 }
 
+// In memory, for clang++ 19 takes no vector in a register for an operand here.
+[[gnu::always_inline]] inline FloatRegister Pin(FloatRegister value) {
+    asm("" : "+m"(value));
+    return value;
+}
+
+[[gnu::always_inline]] inline IntRegister Pin(IntRegister value) {
+    asm("" : "+m"(value));
+    return value;
+}
+
 [[gnu::always_inline]] inline FloatRegister Add(FloatRegister a, FloatRegister b) {
     return a + b;
 }
