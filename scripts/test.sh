@@ -45,6 +45,9 @@ need valgrind has_program valgrind
 if [ "${configurations[*]}" != release ] && [ -z "$target" ]; then
   need clang has_program clang++
   need g++-aarch64-linux-gnu has_program aarch64-linux-gnu-g++
+  need g++-riscv64-linux-gnu has_program riscv64-linux-gnu-g++
+  need g++-powerpc64le-linux-gnu has_program powerpc64le-linux-gnu-g++
+  need g++-s390x-linux-gnu has_program s390x-linux-gnu-g++
   need qemu-user has_program qemu-aarch64
   need googletest has_file /usr/src/googletest
   need_fuzz_tools

@@ -118,7 +118,7 @@ private:
     /// Packed and aligned, and then so that every position goes on its own.
     template <typename TPosition>
     void AddBatch(TBatchSampler<TPosition> sample) {
-        for (const size_t shift : {0, 1}) {
+        for (const size_t shift : {size_t{0}, size_t{1}}) {
             alignas(16) float samples[kPositionCount + 1];
             (m_Noise.*sample)({samples + shift, kPositionCount, sizeof(float)},
                               {reinterpret_cast<const TPosition*>(m_Coordinates + shift), kPositionCount,
