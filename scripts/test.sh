@@ -48,6 +48,7 @@ if [ "${configurations[*]}" != release ] && [ -z "$target" ]; then
   need g++-riscv64-linux-gnu has_program riscv64-linux-gnu-g++
   need g++-powerpc64le-linux-gnu has_program powerpc64le-linux-gnu-g++
   need g++-s390x-linux-gnu has_program s390x-linux-gnu-g++
+  [ "$(uname -m)" != x86_64 ] || need g++-12-multilib has_file /usr/lib/gcc/x86_64-linux-gnu/12/32/libstdc++.a
   need qemu-user has_program qemu-aarch64
   need googletest has_file /usr/src/googletest
   need_fuzz_tools

@@ -16,5 +16,9 @@ static_assert(FLT_EVAL_METHOD == 0,
               "Vestrel's own sources need float operations that round to float: on 32-bit x86 build with "
               "-msse2 -mfpmath=sse.");
 
+static_assert(0.1 != static_cast<double>(0.1f),
+              "Vestrel's own sources need constants of double precision: build them without "
+              "-fsingle-precision-constant.");
+
 // Lets the operations of zr_support/simd_float4.h do without what keeps them as they are under any flags.
 #define VESTREL_STRICT_ARITHMETIC 1
