@@ -118,7 +118,7 @@ TEST_P(SamplerMemory, NothingIsTouchedBesideWhatACallInPlaceMayTouch) {
     const uint32_t size = GetParam().PositionSize();
     for (const CStrides& strides : {CStrides{4, size}, {size, size}, {4, 20}, {20, 20}}) {
         for (uint32_t count = 0; count <= kLastCount && !HasFailure(); ++count) {
-            for (const size_t offset : {0, 4, 8, 12}) {
+            for (const size_t offset : kFloatOffsets) {
                 CheckInPlace({count, strides.m_Output, strides.m_Position, offset, offset});
             }
         }
@@ -242,7 +242,7 @@ TEST_P(GradientMemory, NothingIsTouchedBesideRecordsAndGradients) {
 TEST_P(GradientMemory, NothingIsTouchedBesideRecordsWithGradientsOverThem) {
     for (uint32_t count = 0; count <= kLastCount && !HasFailure(); ++count) {
         for (const EEdge edge : kEdges) {
-            for (const size_t offset : {0, 4, 8, 12}) {
+            for (const size_t offset : kFloatOffsets) {
                 const CFaultReporter reporter([&](std::ostream& text) {
                     text << count << " records " << edge << ", offset " << offset;
                 });

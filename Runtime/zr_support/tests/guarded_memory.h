@@ -28,6 +28,9 @@ enum class EEdge { kBegin, kEnd };
 
 constexpr std::array<EEdge, 2> kEdges = {EEdge::kBegin, EEdge::kEnd};
 
+/// How far floats may be from a multiple of 16.
+constexpr std::array<size_t, 4> kFloatOffsets = {0, 4, 8, 12};
+
 inline std::ostream& operator<<(std::ostream& stream, EEdge edge) {
     return stream << (edge == EEdge::kBegin ? "behind the first page" : "before the last page");
 }

@@ -48,7 +48,7 @@ TEST(MemoryBounds, GeneratorFillsTheViewAlone) {
     CStdRandomGenerator generator(1);
     for (uint32_t count = 0; count <= kLastCount; ++count) {
         for (const EEdge edge : kEdges) {
-            for (const size_t offset : {0, 4, 8, 12}) {
+            for (const size_t offset : kFloatOffsets) {
                 const CFaultReporter reporter([&](std::ostream& text) {
                     text << count << " floats at offset " << offset << ' ' << edge;
                 });
