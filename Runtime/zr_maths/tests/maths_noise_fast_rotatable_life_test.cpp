@@ -10,6 +10,7 @@
 #include <cstring>
 #include <memory>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -235,6 +236,27 @@ TEST_F(RotatableFastNoiseLife, AssignmentTakesAllButTheTimeIntoTheTablesThatAreT
     EXPECT_TRUE(target.m_NoSpinVariation);
     EXPECT_EQ(target.m_SpinVariation, 0.6f);
     EXPECT_EQ(target.m_LastTime, 0.9f);
+}
+
+// What a copy is compared with must be what the source was before.
+TEST_F(RotatableFastNoiseLife, CopiesAndAssignmentsLeaveTheirSourceAsItWas) {
+    m_Noise.SetSpinVariation(0.6f);
+    m_Noise.RotateBasis(0.7f);
+    FillSpare(m_Noise, 0x5A);
+    const std::vector<float> basis(m_Noise.m_Basis, m_Noise.m_Basis + 513);
+    const std::vector<float> phases(m_Noise.m_Phases, m_Noise.m_Phases + 769);
+    const COpenRotatable copy(m_Noise);
+    CRecordingGenerator generator;
+    COpenRotatable target(&generator);
+    FillSpare(target, 0xA5);
+    target = m_Noise;
+    for (const COpenRotatable* const noise : {&std::as_const(m_Noise), &copy, &std::as_const(target)}) {
+        EXPECT_EQ(std::memcmp(noise->m_Basis, basis.data(), 2052), 0);
+        EXPECT_EQ(std::memcmp(noise->m_Phases, phases.data(), 3076), 0);
+        EXPECT_FALSE(noise->m_NoSpinVariation);
+        EXPECT_EQ(noise->m_SpinVariation, 0.6f);
+    }
+    EXPECT_EQ(m_Noise.m_LastTime, 0.7f);
 }
 
 TEST_F(RotatableFastNoiseLife, SelfAssignmentIsHarmless) {

@@ -3,6 +3,7 @@
 #include "batch_samplers.h"
 #include "rotatable_test_support.h"
 
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
@@ -23,6 +24,17 @@ TEST_F(RotatableFastNoise, EvenPhasesRiseAndOddOnesFall) {
         EXPECT_LE(m_Noise.m_Phases[k], k % 2 == 0 ? 1.5707964f : 4.712389f) << "entry " << k;
         EXPECT_NEAR(std::sin(static_cast<double>(m_Noise.m_Phases[k])), m_Noise.m_Basis[k], 3e-7)
             << "entry " << k;
+    }
+}
+
+// 0 is added to even phases, which makes +0 of the arcsine -0.
+TEST(RotatableFastNoisePhases, OfMinusZeroArePlusZeroAndPi) {
+    std::array<float, 256> values;
+    values.fill(-0.0f);
+    CListGenerator generator(values);
+    const COpenRotatable noise(&generator);
+    for (size_t k = 0; k < 256; ++k) {
+        EXPECT_EQ(FoldedBits(noise.m_Phases[k]), FoldedBits(k % 2 == 0 ? 0.0f : kPi)) << "entry " << k;
     }
 }
 
