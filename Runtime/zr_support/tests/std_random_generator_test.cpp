@@ -6,6 +6,7 @@
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -70,6 +71,15 @@ TEST(StdRandomGenerator, NeverLeavesTheInterval) {
         for (const float value : Draw(11, 20000, interval[0], interval[1])) {
             ASSERT_GE(value, interval[0]);
             ASSERT_LE(value, interval[1]);
+        }
+    }
+}
+
+// -0 * (1 - u) + 0 * u is +0, which equals both bounds and is put back to neither.
+TEST(StdRandomGenerator, BetweenZerosOfTwoSignsIsPlusZero) {
+    for (const auto& [min, max] : {std::pair(-0.0f, 0.0f), std::pair(0.0f, -0.0f)}) {
+        for (const float value : Draw(7, 100, min, max)) {
+            ASSERT_EQ(std::bit_cast<uint32_t>(value), 0u) << min << " to " << max;
         }
     }
 }
