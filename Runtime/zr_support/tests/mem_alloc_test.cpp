@@ -4,10 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <string>
+#include <sys/resource.h>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 // Sanitizers bring an allocator that ends the program on exhaustion, unless it is told not to.
@@ -26,6 +30,23 @@ using namespace Vestrel;
 constexpr Mem::EAllocType kType = static_cast<Mem::EAllocType>(0);
 constexpr Mem::EOrigin kOrigin = static_cast<Mem::EOrigin>(0);
 
+/// What the C library was last asked for.
+struct CRequest {
+    size_t m_Alignment;
+    size_t m_Size;
+} s_Request;
+
+} // namespace
+
+// In the place of the C library's, which takes sizes that the standard does not allow.
+extern "C" void* aligned_alloc(size_t alignment, size_t size) noexcept {
+    s_Request = {alignment, size};
+    void* block = nullptr;
+    return posix_memalign(&block, alignment, size) == 0 ? block : nullptr;
+}
+
+namespace {
+
 TEST(MemAlloc, BlocksAreAlignedAndWritableToTheirEnd) {
     for (const uint32_t alignment : {1u, 2u, 4u, 8u, 16u, 32u, 64u, 4096u}) {
         for (const uint64_t size : {1u, 31u, 32u, 33u, 2052u, 3076u}) {
@@ -37,6 +58,36 @@ TEST(MemAlloc, BlocksAreAlignedAndWritableToTheirEnd) {
             Mem::_RawFree(block, kType, kOrigin);
         }
     }
+}
+
+TEST(MemAlloc, AsksForTheLeastMultipleOfTheAlignment) {
+    for (const uint32_t alignment : {1u, 2u, 4u, 8u, 16u, 32u, 64u, 4096u}) {
+        for (uint64_t size = 0; size < 200; ++size) {
+            Mem::_RawFree(Mem::_RawAlloc(size, alignment, kType, kOrigin), kType, kOrigin);
+            const size_t expectedAlignment = std::max<size_t>(alignment, alignof(std::max_align_t));
+            size_t expectedSize = expectedAlignment;
+            while (expectedSize < size) {
+                expectedSize += expectedAlignment;
+            }
+            EXPECT_EQ(s_Request.m_Alignment, expectedAlignment) << size << " bytes aligned to " << alignment;
+            EXPECT_EQ(s_Request.m_Size, expectedSize) << size << " bytes aligned to " << alignment;
+        }
+    }
+}
+
+TEST(MemAlloc, FreedMemoryCanBeHadAgain) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "sanitizers take more address space than can be limited";
+#endif
+    const CChildResult result = RunInChild([] {
+        constexpr uint64_t kMebibyte = 1 << 20;
+        const rlimit limit = {512 * kMebibyte, 512 * kMebibyte};
+        setrlimit(RLIMIT_AS, &limit);
+        for (int k = 0; k < 1000; ++k) {
+            Mem::_RawFree(Mem::_RawAlloc(kMebibyte, 32, kType, kOrigin), kType, kOrigin);
+        }
+    });
+    EXPECT_TRUE(result.HasExitedWith(0)) << result.m_Errors;
 }
 
 TEST(MemAlloc, EmptyBlocksHaveAddressesOfTheirOwn) {
