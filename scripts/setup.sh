@@ -89,7 +89,7 @@ install_missing() {
   missing=()
 }
 
-# build PRESET [TARGET]: configures and builds, in seconds where nothing has changed.
+# build PRESET [TARGET...]: configures and builds, in seconds where nothing has changed.
 build() {
   local log="$root/build/configure-$1.log" cache="$root/build/$1/CMakeCache.txt"
   # A checkout that was moved or copied is built anew.
@@ -97,5 +97,5 @@ build() {
     rm -rf "$root/build/$1"
   fi
   (cd "$root" && cmake --preset "$1") >"$log" 2>&1 || { cat "$log" >&2; stop "configuring '$1' failed"; }
-  cmake --build "$root/build/$1" ${2:+--target "$2"} >&2 || stop "building '$1' failed"
+  cmake --build "$root/build/$1" ${2:+--target "${@:2}"} >&2 || stop "building '$1' failed"
 }

@@ -52,6 +52,7 @@ if [ "${configurations[*]}" != release ] && [ -z "$target" ]; then
   need qemu-user has_program qemu-aarch64
   need googletest has_file /usr/src/googletest
   need_fuzz_tools
+  need gcovr has_program gcovr
 fi
 install_missing
 
@@ -119,6 +120,7 @@ if [ -n "$portability" ]; then
   read -r good bad left_out <"$root/build/portability/results"
   count portability "$good" "$bad" "$left_out" $((SECONDS - start))
 fi
+[ -z "$portability" ] || "$root/scripts/coverage.sh" || broken=1
 
 printf '\n'
 printf '%s\n' "${table[@]}" "${named[@]}"

@@ -43,7 +43,7 @@ constexpr unsigned char kPattern = 0x3E; // floats of 0x3E3E3E3E, about 0.186
     ++s_NewCount;
     void* const block = std::malloc(size);
     if (block == nullptr) {
-        throw std::bad_alloc();
+        std::abort();
     }
     return block;
 }

@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# Shows which lines and branches of the libraries their tests run: with the processor's SIMD instructions and with the
+# portable backend. Fails unless it is all of them. The pages with every line are put into build/coverage-report/.
+set -euo pipefail
+root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
+source "$root/scripts/setup.sh"
+
+case "$*" in
+  '') ;;
+  --help | -h) sed -n '2,3s/^# //p' "$0"; exit 0 ;;
+  *) stop "there are no options, and so no '$*'" ;;
+esac
+
+need_build_tools
+need libgtest-dev has_header gtest/gtest.h
+need libmpfr-dev has_header mpfr.h
+need gcovr has_program gcovr
+install_missing
+unset DESTDIR "${!GTEST_@}"
+
+report=$root/build/coverage-report
+rm -rf "$report" && mkdir -p "$report"
+
+# What counts: the libraries' own sources and headers.
+filter='Runtime/[^/]*/(src|include)/'
+
+# table CSV: file, lines and branches; returns whether all of them were run.
+table() {
+  awk -F, -v status=0 '
+    function part(covered, all) { if (covered < all) status = 1; return sprintf("%5d of %5d", covered, all) }
+    NR > 1 { printf "%-68s %s lines %s branches\n", $1, part($3, $2), part($6, $5); l += $2; c += $3; b += $5; t += $6 }
+    END { printf "%-68s %s lines %s branches\n", "all", part(c, l), part(t, b); exit status || NR < 10 }' "$1"
+}
+
+# measure PRESET: counts what the tests run of a build.
+measure() {
+  local data=$root/build/$1/Runtime json=$report/$1.json
+  say "== $1: building"
+  build "$1" Runtime/zr_support/all Runtime/zr_maths/all
+  find "$data" -name '*.gcda' -delete
+  say "== $1: testing"
+  # The pinned bits run nothing that others do not, and take as long as all others.
+  ctest --test-dir "$root/build/$1" --label-exclude 'project|exhaustive' --exclude-regex PinnedBits --no-tests=error \
+    -j "$(nproc)" >"$report/$1.log" 2>&1 || { tail -n 20 "$report/$1.log" >&2; stop "$1: the tests fail"; }
+  # Not side by side, with -j, which gcovr 5.2 does not always come to an end of.
+  (cd "$root" && gcovr --root . --filter "$filter" --exclude-unreachable-branches --json "$json" "$data" &&
+    gcovr --root . --add-tracefile "$json" --csv "$report/$1.csv" --html-details "$report/$1.html") >"$report/$1.log" 2>&1 ||
+    { cat "$report/$1.log" >&2; stop "$1: gcovr fails"; }
+  printf '\n%s:\n' "$1"
+  table "$report/$1.csv" || {
+    printf '\n'
+    (cd "$root" && gcovr --root . --add-tracefile "$json" --txt && gcovr --root . --add-tracefile "$json" --branches --txt) |
+      awk '/Missing$/ { what = $2 } /^Runtime/ { name = $1 } /%/ && $NF ~ /[0-9]$/ && $NF !~ /%/ { print name ": " what " " $NF }'
+    return 1
+  }
+}
+
+complete=true
+for preset in coverage coverage-portable; do
+  measure "$preset" || complete=false
+done
+say "$report/ has every line"
+$complete || stop 'the tests leave something out'
