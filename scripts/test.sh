@@ -42,6 +42,7 @@ need libsleef-dev has_header sleef.h
 need binutils has_program objdump
 need clang-format-14 has_program clang-format-14
 need valgrind has_program valgrind
+need python3 has_program python3
 if [ "${configurations[*]}" != release ] && [ -z "$target" ]; then
   need clang has_program clang++
   need g++-aarch64-linux-gnu has_program aarch64-linux-gnu-g++

@@ -1,0 +1,37 @@
+"""The list of mutants that no test can tell from the original, and why."""
+
+import pathlib
+import re
+
+LIST = pathlib.Path(__file__).with_name("equivalents.txt")
+
+
+def written(key):
+    """A mutant as it stands in the list."""
+    file, original, mutated, number = key
+    return f"{file}:\n- {original}\n+ {mutated}{f' [{number}]' if number > 1 else ''}"
+
+
+def read_list(text):
+    """The reasons, by file, lines, changed lines, and the number among those that look the same. Raises a
+    ValueError, with the number of the line, for what cannot be understood."""
+    reasons, file, original, waiting = {}, None, None, []
+    for number, line in enumerate(text.splitlines(), 1):
+        kind, rest = line[:2], line[2:].strip()
+        if not line.strip() or line.startswith("#"):
+            continue
+        if kind == "- " and file:
+            original = rest
+        elif kind == "+ " and original:
+            counted = re.fullmatch(r"(.*) \[(\d+)\]", rest)
+            waiting.append((file, original, counted[1] if counted else rest, int(counted[2]) if counted else 1))
+        elif kind == "= " and waiting:
+            reasons.update((key, rest) for key in waiting)
+            waiting = []
+        elif line.endswith(":") and kind[0] not in "-+=" and not waiting:
+            file, original = line[:-1], None
+        else:
+            raise ValueError(f"line {number}: expected 'file:', then '- ', '+ ' and '= ' in this order")
+    if waiting:
+        raise ValueError("the last mutants have no reason")
+    return reasons
