@@ -87,11 +87,11 @@ class Worker:
 
 class Results:
     """What was found out, kept in a file, so that a run can be taken up again. It is kept for a source as long as
-    that stays the same; that a mutant survives, only as long as the tests do."""
+    that stays the same; that a mutant survives for no reason listed, only as long as the tests do."""
 
-    def __init__(self, tests, fresh):
+    def __init__(self, tests, listed, fresh):
         self.file = WORK / "results.jsonl"
-        self.tests = tests
+        self.tests, self.listed = tests, listed
         self.known = {}
         self.lock = threading.Lock()
         if fresh:
@@ -103,7 +103,7 @@ class Results:
 
     def get(self, key):
         outcome, _, its_tests = self.known.get(key, (None, None, None))
-        return outcome if outcome != SURVIVED or its_tests == self.tests else None
+        return outcome if outcome != SURVIVED or its_tests == self.tests or key[:4] in self.listed else None
 
     def put(self, key, outcome, by):
         with self.lock, self.file.open("a") as file:
@@ -238,7 +238,7 @@ def main():
         mutants = random.Random(1).sample(mutants, min(given.sample, len(mutants)))
     by_key = {(*mutant[:4], digest_of(texts[mutant.file])): mutant for mutant in mutants}
     tests = sorted(path for path in BASE.glob("Runtime/*/tests/**/*") if path.is_file())
-    results = Results(digest_of(*(path.read_text() for path in tests)), given.fresh)
+    results = Results(digest_of(*(path.read_text() for path in tests)), reasons, given.fresh)
     try_all(by_key, builds, results, jobs)
 
     counts, survivors = collections.defaultdict(collections.Counter), []
