@@ -1,4 +1,4 @@
-# The compilers that the library is built and tested with; <zr_support/compiler.h> says the same to programs that
+# The compilers that the library can be built with; <zr_support/compiler.h> says the same to programs that
 # use it.
 set(vestrel_oldest_GNU 12)
 set(vestrel_oldest_Clang 14)

@@ -46,8 +46,8 @@ measure() {
   # flags are inlined into each other, and have copies of branches that not every copy takes.
   (cd "$root" && gcovr --root . --filter "$filter" --exclude-unreachable-branches \
     --exclude-directories '.*/zr_support_flag_expressions_' --json "$json" "$data" &&
-    gcovr --root . --add-tracefile "$json" --csv "$report/$1.csv" --html-details "$report/$1.html") >"$report/$1.log" 2>&1 ||
-    { cat "$report/$1.log" >&2; stop "$1: gcovr fails"; }
+    gcovr --root . --add-tracefile "$json" --csv "$report/$1.csv" --html-details "$report/$1.html") \
+    >"$report/$1-gcovr.log" 2>&1 || { cat "$report/$1-gcovr.log" >&2; stop "$1: gcovr fails"; }
   printf '\n%s:\n' "$1"
   table "$report/$1.csv" || {
     printf '\n'

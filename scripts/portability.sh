@@ -32,23 +32,27 @@ need g++-riscv64-linux-gnu has_program riscv64-linux-gnu-g++
 need g++-s390x-linux-gnu has_program s390x-linux-gnu-g++
 need qemu-user has_program qemu-aarch64
 need lld-19 has_program wasm-ld-19
-need wasi-libc has_file /usr/include/wasm32-wasi/stdio.h
-need libc++-19-dev-wasm32 has_file /usr/lib/llvm-19/include/wasm32-wasi/c++/v1/vector
-need libc++abi-19-dev-wasm32 has_file /usr/lib/wasm32-wasi/libc++abi.a
-need libclang-rt-19-dev-wasm32 has_file /usr/lib/llvm-19/lib/clang/19/lib/wasi/libclang_rt.builtins-wasm32.a
+wasm_files=(/usr/include/wasm32-wasi/stdio.h /usr/lib/llvm-19/include/wasm32-wasi/c++/v1/vector
+  /usr/lib/wasm32-wasi/libc++abi.a /usr/lib/llvm-19/lib/clang/19/lib/wasi/libclang_rt.builtins-wasm32.a)
+need wasi-libc has_file "${wasm_files[0]}"
+need libc++-19-dev-wasm32 has_file "${wasm_files[1]}"
+need libc++abi-19-dev-wasm32 has_file "${wasm_files[2]}"
+need libclang-rt-19-dev-wasm32 has_file "${wasm_files[3]}"
 need nodejs has_program node
 need googletest has_file /usr/src/googletest
 if is_x86; then
   # The package without the 12 would take the cross compilers away.
   need g++-12-multilib compiles_for_32_bits
 fi
-# What cannot be had is told of the rows that need it.
-(install_missing) || say 'going on without them'
+# What cannot be had, for itself, is told of the rows that need it.
+(install_missing) || for package in "${missing[@]}"; do
+  (missing=("$package") && install_missing) || say "going on without $package"
+done
 
 work=$root/build/portability
-rm -rf "$work/rows"
+rm -rf "$work"
 mkdir -p "$work/rows"
-unset DESTDIR CXX CXXFLAGS LDFLAGS
+unset DESTDIR CXX CXXFLAGS LDFLAGS "${!GTEST_@}"
 export CMAKE_GENERATOR=Ninja
 
 # A row is a function that fails where the bits are not the pinned ones, and may say why it cannot run. It runs in a folder
@@ -58,7 +62,14 @@ cannot() {
   exit 77
 }
 
-needs_program() { has_program "$1" || cannot "there is no $1"; }
+# needs PROGRAM-OR-FILE...
+needs() {
+  local what
+  for what in "$@"; do
+    if [[ $what == /* ]]; then has_file "$what"; else has_program "$what"; fi || cannot "there is no $what"
+  done
+}
+
 needs_x86() { is_x86 || cannot 'this is not an x86-64 machine'; }
 needs_feature() { has_feature "$1" || cannot "the processor has no $1"; }
 
@@ -71,7 +82,7 @@ table() {
 
 # native COMPILER FLAGS [cmake option]...
 native() {
-  needs_program "$1"
+  needs "$1"
   table -DVESTREL_SOURCE="$root" -DCMAKE_CXX_COMPILER="$1" -DCMAKE_CXX_FLAGS="$2" "${@:3}"
 }
 
@@ -84,13 +95,13 @@ x86() {
 
 # old_x86 PROCESSOR: a build for every x86-64, on one of those that came before most instructions.
 old_x86() {
-  needs_program qemu-x86_64
+  needs qemu-x86_64
   x86 sse2 g++ -O2 -DCMAKE_CROSSCOMPILING_EMULATOR="qemu-x86_64;-cpu;$1"
 }
 
 # Shows that such a processor is one: what is built for a newer one does not run there.
 old_x86_refuses_newer() {
-  needs_program qemu-x86_64
+  needs qemu-x86_64
   needs_x86
   ! native g++ '-O2 -mavx' -DCMAKE_CROSSCOMPILING_EMULATOR="qemu-x86_64;-cpu;Nehalem" || return 1
   echo 'what is built with -mavx stops there' >reason
@@ -115,12 +126,13 @@ x86_32_bits() {
   native g++ "$flags_32_bits -msse2 -mfpmath=sse"
 }
 
-# emulated TOOLCHAIN PROGRAM... [-- cmake option]...: needs those programs. The tests of the lane operations run there too.
+# emulated TOOLCHAIN PROGRAM-OR-FILE... [-- cmake option]...: needs those. The tests of the lane operations run there too.
 emulated() {
   local toolchain=$root/cmake/toolchains/$1.cmake
   shift
+  needs /usr/src/googletest
   while [ $# -gt 0 ] && [ "$1" != -- ]; do
-    needs_program "$1"
+    needs "$1"
     shift
   done
   table -DVESTREL_SOURCE="$root" -DCMAKE_BUILD_TYPE=Release --toolchain "$toolchain" \
@@ -136,7 +148,7 @@ install_library() {
 
 # consumer COMPILER CALLER-FLAGS [cmake option]...
 consumer() {
-  needs_program "$1"
+  needs "$1"
   table -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_COMPILER="$1" -DCMAKE_BUILD_TYPE=Release \
     -DVESTREL_CALLER_FLAGS="$2" "${@:3}"
 }
@@ -177,7 +189,7 @@ rows=(
   'riscv64, emulated|emulated riscv64-qemu riscv64-linux-gnu-g++ qemu-riscv64'
   'ppc64le, emulated|emulated ppc64le-qemu powerpc64le-linux-gnu-g++ qemu-ppc64le'
   's390x big-endian, emulated|emulated s390x-qemu s390x-linux-gnu-g++ qemu-s390x'
-  'wasm32 SIMD, under node|emulated wasm32-node clang++-19 wasm-ld-19 node'
+  "wasm32 SIMD, under node|emulated wasm32-node clang++-19 wasm-ld-19 node ${wasm_files[*]}"
 )
 
 for index in "${!rows[@]}"; do

@@ -32,8 +32,9 @@ PINNED = "zr_maths_pinned_bits_tests"
 FEW = "pinned_bits_few"
 
 # Compiling takes most of the time: for the libraries, half of it without inlining and optimisation; for the tests,
-# more than half if what nearly all of them include is compiled beforehand. An index out of bounds ends a program.
-QUICK_LIBRARY = ["-O0", "-Dalways_inline=unused", "-D_GLIBCXX_ASSERTIONS", "-fsanitize=bounds",
+# more than half if what nearly all of them include is compiled beforehand. An index out of bounds ends a program, and
+# so does the conversion of a float beyond the integers.
+QUICK_LIBRARY = ["-O0", "-Dalways_inline=unused", "-D_GLIBCXX_ASSERTIONS", "-fsanitize=bounds,float-cast-overflow",
                  "-fsanitize-undefined-trap-on-error"]
 INCLUDED_BY_TESTS = "#include <gtest/gtest.h>\n#include <random>\n"
 PRECOMPILED = WORK / "precompiled" / "tests.h"
@@ -112,8 +113,9 @@ class Unit:
         if not compiled:
             stop(f"{self.source} does not compile:\n{messages}")
         self.seconds = time.monotonic() - start
-        words = listed.read_text().replace("\\\n", " ").split()[1:]
-        paths = [pathlib.Path(self.folder, word).resolve() for word in words]
+        # Blanks in a path are escaped.
+        words = re.findall(r"(?:\\.|\S)+", listed.read_text().replace("\\\n", " "))[1:]
+        paths = [pathlib.Path(self.folder, re.sub(r"\\(.)", r"\1", word)).resolve() for word in words]
         names = sorted({str(path.relative_to(BASE)) for path in paths if path.is_relative_to(BASE)})
         self.dependencies = set(names)
         note.write_text(json.dumps([self.seconds, names, self._digest(names)]))

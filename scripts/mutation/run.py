@@ -234,6 +234,8 @@ def main():
     jobs = os.cpu_count()
     builds = builds_for(sorted({mutant.file for mutant in mutants}), jobs)
     mutants = [mutant for mutant in mutants if mutant.file in builds]
+    if not mutants:
+        stop("there is nothing to change in these sources on this machine")
     if given.sample is not None:
         mutants = random.Random(1).sample(mutants, min(given.sample, len(mutants)))
     by_key = {(*mutant[:4], digest_of(texts[mutant.file])): mutant for mutant in mutants}

@@ -35,7 +35,7 @@ declare -A innocent=(
 )
 
 # The mnemonics of an object.
-mnemonics() { "$1" -d --no-show-raw-insn "$2" | sed -nE 's/^ *[0-9a-f]+:\t([a-z0-9._]+).*/\1/p'; }
+mnemonics() { "$1" -d --no-show-raw-insn "$2" | sed -nE 's/^ *[0-9a-f]+:\t(\{[a-z0-9]+\} )?([a-z0-9._]+).*/\2/p'; }
 
 # Those among the lines of the input that are forbidden on a processor.
 forbidden_on() { grep -E "^(${forbidden[$1]})" || true; }

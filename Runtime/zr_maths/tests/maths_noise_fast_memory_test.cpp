@@ -22,9 +22,9 @@ namespace {
 using namespace Vestrel;
 
 constexpr uint32_t kLastCount = 260;
-/// How far two views are from multiples of 16. Whatever the sizes, with one of these either view ends, to the
-/// byte, where the page begins; with the first, samplers may take their fast path, with the others they may
-/// not.
+/// How far two views are from multiples of 16. Whatever the sizes in whole floats, with one of these either
+/// view ends, to the byte, where the page begins; with the first, samplers may take their fast path, with the
+/// others they may not.
 struct COffsets {
     size_t m_Output;
     size_t m_Input;

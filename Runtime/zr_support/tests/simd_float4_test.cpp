@@ -209,6 +209,11 @@ TEST(SimdFloat4, ConversionOfNotANumberGivesZero) {
     ExpectTruncation(std::numeric_limits<float>::signaling_NaN(), 2.0f, kNan, -3.0f, BitsOf(0, 2, 0, -3));
 }
 
+TEST(SimdFloat4, ConversionTellsTheLastNotANumberFromInfinity) {
+    alignas(16) const uint32_t bits[4] = {0x7F800001u, 0xFF800001u, 0x7F800000u, 0xFF800000u};
+    EXPECT_EQ(BitsOf(TruncateToInt(LoadAligned(bits))), BitsOf(0, 0, kIntMax, kIntMin));
+}
+
 TEST(SimdFloat4, ConversionOfNumbersIsTheSameWithoutTheCareForNotANumber) {
     std::mt19937 random(3);
     for (int trial = 0; trial < 100000; ++trial) {

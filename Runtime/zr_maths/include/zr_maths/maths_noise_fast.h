@@ -22,8 +22,8 @@ namespace Vestrel {
 /// ## Same bits
 /// A position has one value: the same bits from every path of a sampler, on every platform, with every
 /// supported compiler. Only a sample that is not a number has an unspecified sign and payload. This holds in
-/// the default floating-point environment (round to nearest, denormals kept), which a program loses that g++
-/// links with -ffast-math: denormals are then 0.
+/// the default floating-point environment (round to nearest, denormals kept), which a program loses that is
+/// linked with -ffast-math: denormals are then 0.
 ///
 /// ## Threads
 /// Any number of samplers may run at once on one object. Construction, assignment, destruction and

@@ -5,13 +5,13 @@
 namespace Vestrel {
 
 /// Whether the samplers give the bits that they promise, here and now: with this build of the library, on
-/// this processor, in the floating-point environment of the thread that calls. It samples a fixed field with
-/// every operation and compares a hash of the results.
+/// this processor, in the floating-point environment of the thread that calls. It compares a hash of what all
+/// samplers of a fixed field, its gradients, two rotations and both streams give.
 ///
 /// The promise holds in the default environment: round to nearest, denormals kept. A program may lose that
-/// without knowing. g++ and clang++ link it with -ffast-math so that denormals are 0, and what it loads or
-/// runs in (plug-ins, sound, engines) may set other modes, thread by thread. Ask at start-up, and once more
-/// on threads that others have made:
+/// without knowing. On Linux, g++ and clang++ link it with -ffast-math, -Ofast or -funsafe-math-optimizations
+/// so that denormals are 0, and what it loads or runs in (plug-ins, sound, engines) may set other modes,
+/// thread by thread. Ask at start-up, and once more on threads that others have made:
 ///
 ///     if (!Vestrel::VerifyArithmetic()) {
 ///         std::fesetenv(FE_DFL_ENV); // from <cfenv>, for this thread

@@ -145,10 +145,10 @@ private:
 
     void AddFourLanes() {
         for (uint32_t k = 0; k < kFourLaneCount; ++k) {
-            Float4 positions[4];
-            for (size_t n = 0; n < 4; ++n) {
-                positions[n] = SIMD_Neon::LoadAligned(m_Coordinates + 4 * (k + n));
-            }
+            const float* const first = m_Coordinates + 4 * k;
+            const Float4 positions[] = {SIMD_Neon::LoadAligned(first), SIMD_Neon::LoadAligned(first + 4),
+                                        SIMD_Neon::LoadAligned(first + 8),
+                                        SIMD_Neon::LoadAligned(first + 12)};
             Add(Float4(m_Noise.SampleLinear(positions[0]), m_Noise.SampleCubic(positions[0]),
                        m_Noise.SampleQuintic(positions[0]), 0.0f));
             Add(m_Noise.CoherentSampleLinear(positions));
@@ -198,7 +198,7 @@ private:
         }
     }
 
-    /// One more than 4D positions need, for the shift, and another one to read beyond the last 3D position.
+    /// For 4D positions, and for them shifted by one float; what 3D positions need to be read is less.
     alignas(16) float m_Coordinates[4 * kPositionCount + 4];
     CFixedGenerator m_Generator;
     CRotatableFastNoise3 m_Noise{&m_Generator};

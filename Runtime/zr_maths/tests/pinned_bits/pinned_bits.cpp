@@ -165,9 +165,22 @@ constexpr CKind Rotation(float spinVariation) {
     return {16, 256, FillCoordinates<1>, ExpectRotation, spinVariation};
 }
 
-template <auto kOne>
+/// Coordinates, seven of eight made into numbers from -1 to 1, where an arcsine is a number.
+void FillSines(CCoordinates& coordinates, size_t itemCount, std::vector<float>& inputs) {
+    FillCoordinates<1>(coordinates, itemCount, inputs);
+    uint32_t mixed = 0;
+    for (float& input : inputs) {
+        mixed = (mixed ^ std::bit_cast<uint32_t>(input)) * 0x9E3779B1u;
+        mixed ^= mixed >> 15;
+        if (mixed % 8 != 0) {
+            input = static_cast<float>(static_cast<int32_t>(mixed)) * 0x1p-31f;
+        }
+    }
+}
+
+template <auto kOne, CFillInputs kFill = FillCoordinates<1>>
 constexpr CKind Stream() {
-    return {kMostPinnedItems, 1, FillCoordinates<1>,
+    return {kMostPinnedItems, 1, kFill,
             [](const CFields&, const float* inputs, float* expected) { *expected = kOne(*inputs); }};
 }
 

@@ -93,8 +93,9 @@ void Stream(const CPinnedSubjects&, const float* inputs, size_t itemCount, float
     std::memcpy(results, g_Samples, itemCount * kFloatSize);
 }
 
+/// Between bounds by which no product is exact.
 void Generate(const CPinnedSubjects& subjects, const float*, size_t itemCount, float* results) {
-    subjects.m_Generator.FillRandomFloats({results, static_cast<uint32_t>(itemCount)}, -1.0f, 1.0f);
+    subjects.m_Generator.FillRandomFloats({results, static_cast<uint32_t>(itemCount)}, -0.7f, 6.9115f);
 }
 
 struct CNamedOperation {
