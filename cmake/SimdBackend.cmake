@@ -17,6 +17,8 @@ check_cxx_source_compiles("
 #endif
 int main() {}" VESTREL_TARGET_HAS_WASM)
 
+# Besides its backend the library has kernels for wider registers, of which it takes those that the processor has.
+set(VESTREL_WIDE_KERNELS OFF)
 set(VESTREL_SIMD_BACKEND_NEON OFF)
 set(VESTREL_SIMD_BACKEND_SSE OFF)
 set(VESTREL_SIMD_BACKEND_WASM OFF)
@@ -27,6 +29,9 @@ elseif(VESTREL_TARGET_HAS_NEON)
   set(VESTREL_SIMD_BACKEND_NEON ON)
 elseif(VESTREL_TARGET_HAS_SSE)
   set(VESTREL_SIMD_BACKEND_SSE ON)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+    set(VESTREL_WIDE_KERNELS ON)
+  endif()
 elseif(VESTREL_TARGET_HAS_WASM)
   set(VESTREL_SIMD_BACKEND_WASM ON)
 else()

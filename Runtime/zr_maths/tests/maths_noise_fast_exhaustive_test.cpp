@@ -22,7 +22,7 @@ TEST(NoiseExhaustive, EveryCoordinateIsSplitAsByTheReference) {
     static TPatternResults<float> fractions, expectedFractions;
     VisitBitPatterns([](const CPatternBlock& block) {
         for (size_t k = 0; k < kPatternCount; k += 4) {
-            const CSplitCoordinates split = SplitCoordinates(SIMD_Neon::LoadAligned(&block.m_Floats[k]));
+            const auto split = SplitCoordinates(SIMD_Neon::LoadAligned(&block.m_Floats[k]));
             SIMD_Neon::StoreAligned(&cells.m_Values[k], split.m_Cell);
             SIMD_Neon::StoreAligned(&fractions.m_Values[k], split.m_Fraction);
         }
@@ -44,7 +44,7 @@ TEST(NoiseExhaustive, EveryCoordinateWithinTheIntegersIsSplitAtItsFloor) {
         for (size_t k = 0; k < kPatternCount; ++k) {
             const float x = std::fabs(block.m_Floats[k]) < 0x1p31f ? block.m_Floats[k] : 0.0f;
             const float floor = std::floor(x);
-            const CSplitCoordinates split = SplitCoordinates(Float4(x));
+            const auto split = SplitCoordinates(Float4(x));
             cells.m_Values[k] = SIMD_Neon::ExtractLane<0>(split.m_Cell);
             fractions.m_Values[k] = SIMD_Neon::ExtractLane<0>(split.m_Fraction);
             expectedCells.m_Values[k] = static_cast<int32_t>(floor) & 255;
@@ -85,7 +85,7 @@ TEST(NoiseExhaustive, QuinticFadeOfEveryFloat) {
 }
 
 /// A way through the batch samplers: the length of the runs that a block is sampled in, and how far the
-/// output is from a multiple of 16.
+/// output is from a multiple of 16. (Wide kernels, where they are chosen, take all but the last.)
 struct CPath {
     const char* m_Name;
     uint32_t m_RunLength;

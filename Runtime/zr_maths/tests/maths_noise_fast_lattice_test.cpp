@@ -22,7 +22,7 @@ struct COneSplit {
 
 /// The split of one coordinate, which must not depend on the lane.
 COneSplit SplitOne(float x) {
-    const CSplitCoordinates split = SplitCoordinates(Float4(x));
+    const auto split = SplitCoordinates(Float4(x));
     alignas(16) uint32_t cells[4];
     alignas(16) float fractions[4];
     SIMD_Neon::StoreAligned(cells, split.m_Cell);

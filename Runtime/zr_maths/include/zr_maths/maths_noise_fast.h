@@ -58,6 +58,11 @@ namespace Vestrel {
 ///   place in 1D, or from the start of the positions on.
 ///
 /// Nothing is checked, reported or thrown.
+///
+/// ## Processors
+/// Long runs are taken by the widest instructions that the library has for the processor: on x86-64 those of
+/// AVX2 and of AVX-512 with VBMI, besides SSE2. Nothing above depends on them, neither the bits nor what is
+/// read and written. Which the processor has is found out once, by the first call that asks.
 class CFastNoise3 {
 public:
     /// Draws the field from `generator`, which is borrowed for the call. With a null generator nothing is
@@ -185,7 +190,8 @@ protected:
 ///
 /// What CFastNoise3 says of bits and threads holds here: RotateBasis and SetSpinVariation, too, must not
 /// overlap any other call on the same object. A rotation allocates nothing and costs about as much as 60
-/// samples in 3D, beyond some 2500 turns twice as much; one to the time that the field is at costs nothing.
+/// samples in 3D, beyond some 2500 turns two to five times as much; one to the time that the field is at
+/// costs nothing.
 class CRotatableFastNoise3 : public CFastNoise3 {
 public:
     /// Draws the field and then the speeds from `generator`, which is borrowed for the call, with a spin

@@ -4,6 +4,7 @@
 // at a time, and the loops.
 
 #include "maths_noise_fast_sample.h"
+#include "wide/wide_kernels.h"
 
 #include <zr_support/memory_view.h>
 #include <zr_support/vector.h>
@@ -171,10 +172,11 @@ template <int kDimension, ENoiseQuality kQuality>
     _SampleFourAtATime<kDimension, kQuality>(TEdgeEnds<kDimension>{basis}, cursor);
 }
 
-/// The body of every batch sampler; what it promises and what its caller guarantees stands at CFastNoise3.
+/// Every batch sampler, four lanes at a time at most.
 template <int kDimension, ENoiseQuality kQuality>
-void SampleBatch(const float* basis, const TStridedMemoryView<float>& output,
-                 const TStridedMemoryView<const TPosition<kDimension>>& positions) noexcept {
+[[gnu::noinline]] void
+_SampleByFourLanes(const float* basis, const TStridedMemoryView<float>& output,
+                   const TStridedMemoryView<const TPosition<kDimension>>& positions) noexcept {
     CBatchCursor cursor = {reinterpret_cast<const unsigned char*>(positions.m_Data),
                            reinterpret_cast<unsigned char*>(output.m_Data),
                            output.m_Stride == 0 ? uint32_t{sizeof(float)} : output.m_Count * output.m_Stride};
@@ -192,6 +194,48 @@ void SampleBatch(const float* basis, const TStridedMemoryView<float>& output,
         _SamplePacked<kDimension, kQuality>(basis, cursor);
     }
     _SampleOneAtATime<kDimension, kQuality>(basis, cursor, positions.m_Stride, outputStride);
+}
+
+/// Whether wide kernels take positions so many bytes apart.
+template <int kDimension>
+[[gnu::always_inline]] inline bool _HasWideLayout(uint32_t stride) {
+    return stride == sizeof(TPosition<kDimension>) || (kDimension == 3 && stride == 4 * sizeof(float));
+}
+
+/// Samples by the wide kernels as many whole blocks as they take, at any alignment, and the rest by four
+/// lanes. A function of its own, to which calls of a few samples do not come, and whose registers the loops
+/// do not share.
+template <int kDimension, ENoiseQuality kQuality>
+[[gnu::noinline]] void
+_SampleByWideKernels(const float* basis, const TStridedMemoryView<float>& output,
+                     const TStridedMemoryView<const TPosition<kDimension>>& positions) noexcept {
+    const bool isPacked = positions.m_Stride == sizeof(TPosition<kDimension>);
+    const size_t layout = isPacked ? kDimension - 1 : static_cast<size_t>(EWideLayout::kPadded3D);
+    const CWideKernels& kernels = WideKernels();
+    const CWideSampler sampler = kernels.m_Samplers[layout][static_cast<size_t>(kQuality)];
+    const uint32_t count = output.m_Count * output.m_Stride / uint32_t{sizeof(float)};
+    uint32_t done = 0;
+    if (sampler != nullptr && count >= kernels.m_LeastCount[layout]) {
+        done = count / kWideBlock * kWideBlock;
+        sampler(basis, output.m_Data, positions.m_Data, done);
+    }
+    const auto* const rest =
+        reinterpret_cast<const unsigned char*>(positions.m_Data) + size_t{done} * positions.m_Stride;
+    _SampleByFourLanes<kDimension, kQuality>(
+        basis, {output.m_Data + done, count - done, sizeof(float)},
+        {reinterpret_cast<const TPosition<kDimension>*>(rest), count - done, positions.m_Stride});
+}
+
+/// The body of every batch sampler; what it promises and what its caller guarantees stands at CFastNoise3.
+template <int kDimension, ENoiseQuality kQuality>
+[[gnu::always_inline]] inline void
+SampleBatch(const float* basis, const TStridedMemoryView<float>& output,
+            const TStridedMemoryView<const TPosition<kDimension>>& positions) noexcept {
+    if (output.m_Stride == sizeof(float) && output.m_Count >= kWideBlock &&
+        _HasWideLayout<kDimension>(positions.m_Stride)) {
+        return _SampleByWideKernels<kDimension, kQuality>(basis, output, positions);
+    }
+    _SampleByFourLanes<kDimension, kQuality>(basis, output, positions);
 }
 
 } // namespace Vestrel::Internal

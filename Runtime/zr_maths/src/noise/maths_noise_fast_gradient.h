@@ -4,6 +4,7 @@
 // fades.
 
 #include "maths_noise_fast_lattice.h"
+#include "wide/wide_kernels.h"
 
 #include <zr_support/memory_view.h>
 #include <zr_support/pair.h>
@@ -133,27 +134,36 @@ template <ENoiseQuality kQuality, EGradientForm kForm>
     return corners;
 }
 
-/// Writes the gradients at four positions, worked out side by side. The bits are those of GradientAtOne.
-template <ENoiseQuality kQuality>
-[[gnu::always_inline]] inline void _GradientsAtFour(CAdjacentEnds ends, const CFractionsAndCell* records,
-                                                    TVector<float, 4>* output) {
+/// The gradients at several positions, worked out side by side, one value per axis. The bits are those of
+/// GradientAtOne.
+template <ENoiseQuality kQuality, typename TFloat>
+[[gnu::always_inline]] inline void GradientOfBatch(const std::array<TFloat, 8>& corners,
+                                                   const TFloat* fractions, TFloat* gradients) {
     constexpr EGradientForm kForm = EGradientForm::kBatch;
-    const auto [first, second, negatedThird] = DifferencesOfCorners<kForm>(_CornersOfFour(ends, records));
-    const SIMD_Neon::Float4x4 fractions = SIMD_Neon::Transpose(
-        SIMD_Neon::LoadUnaligned(&records[0].first), SIMD_Neon::LoadUnaligned(&records[1].first),
-        SIMD_Neon::LoadUnaligned(&records[2].first), SIMD_Neon::LoadUnaligned(&records[3].first));
-    Float4 weights[3];
+    const TCornerDifferences<TFloat> differences = DifferencesOfCorners<kForm>(corners);
+    TFloat weights[3];
     for (size_t axis = 0; axis < 3; ++axis) {
-        weights[axis] = Fade<kQuality>(fractions.m_Rows[axis]);
+        weights[axis] = Fade<kQuality>(fractions[axis]);
     }
-    Float4 gradients[3];
     for (size_t axis = 0; axis < 3; ++axis) {
         const size_t axis1 = (axis + 1) % 3;
         const size_t axis2 = (axis + 2) % 3;
-        const Float4 derivative = DerivativeOfBlend<kForm>(first[axis], weights[axis1], second[axis],
-                                                           weights[axis2], second[axis2], negatedThird);
-        gradients[axis] = _ThroughFade<kQuality>(derivative, fractions.m_Rows[axis]);
+        const TFloat derivative =
+            DerivativeOfBlend<kForm>(differences.m_First[axis], weights[axis1], differences.m_Second[axis],
+                                     weights[axis2], differences.m_Second[axis2], differences.m_NegatedThird);
+        gradients[axis] = _ThroughFade<kQuality>(derivative, fractions[axis]);
     }
+}
+
+/// Writes the gradients at four positions.
+template <ENoiseQuality kQuality>
+[[gnu::always_inline]] inline void _GradientsAtFour(CAdjacentEnds ends, const CFractionsAndCell* records,
+                                                    TVector<float, 4>* output) {
+    const SIMD_Neon::Float4x4 fractions = SIMD_Neon::Transpose(
+        SIMD_Neon::LoadUnaligned(&records[0].first), SIMD_Neon::LoadUnaligned(&records[1].first),
+        SIMD_Neon::LoadUnaligned(&records[2].first), SIMD_Neon::LoadUnaligned(&records[3].first));
+    Float4 gradients[3];
+    GradientOfBatch<kQuality>(_CornersOfFour(ends, records), fractions.m_Rows, gradients);
     const SIMD_Neon::Float4x4 rows =
         SIMD_Neon::Transpose(gradients[0], gradients[1], gradients[2], Float4(0.0f));
     for (size_t k = 0; k < 4; ++k) {
@@ -164,7 +174,7 @@ template <ENoiseQuality kQuality>
 /// The gradient at the position in lanes 0 to 2.
 template <ENoiseQuality kQuality>
 [[gnu::always_inline]] inline Float4 GradientAt(const float* basis, Float4 position) {
-    const CSplitCoordinates split = SplitCoordinates(position);
+    const auto split = SplitCoordinates(position);
     alignas(16) uint32_t cell[4];
     SIMD_Neon::SpillAligned(cell, split.m_Cell);
     return GradientAtOne<kQuality, EGradientForm::kSingle>(CAdjacentEnds{basis}, split.m_Fraction, cell);
@@ -176,6 +186,14 @@ void GradientBatch(const float* basis, const TMemoryView<const CFractionsAndCell
                    const TMemoryView<TVector<float, 4>>& output) noexcept {
     const CAdjacentEnds ends = {basis};
     size_t k = 0;
+    if (cells.m_Count >= kWideBlock) {
+        const CWideKernels& kernels = WideKernels();
+        const CWideGradients gradients = kernels.m_Gradients[static_cast<size_t>(kQuality)];
+        if (gradients != nullptr && cells.m_Count >= kernels.m_LeastRecordCount) {
+            k = cells.m_Count / kWideBlock * kWideBlock;
+            gradients(basis, output.m_Data, cells.m_Data, k);
+        }
+    }
     for (; k + 4 <= cells.m_Count; k += 4) {
         _GradientsAtFour<kQuality>(ends, cells.m_Data + k, output.m_Data + k);
     }

@@ -23,23 +23,26 @@ using SIMD_Neon::Int4;
 
 enum class ENoiseQuality { kLinear, kCubic, kQuintic };
 
-/// Four coordinates, each split into its cell on the lattice, reduced to 0 to 255, and its fraction within
-/// it.
-struct CSplitCoordinates {
-    Int4 m_Cell;
-    Float4 m_Fraction;
+/// Coordinates, each split into its cell on the lattice, reduced to 0 to 255, and its fraction within it.
+template <typename TFloat, typename TInt>
+struct TSplitCoordinates {
+    TInt m_Cell;
+    TFloat m_Fraction;
 };
 
-/// Splits four coordinates. Fractions lie in [0, 1]: exactly 0 for integral coordinates, and rounded to
-/// exactly 1 just below some of them. This form, with its saturating conversion, says what the noise is for
-/// every bit pattern: the fraction of -0 is +0; beyond +-2^31 the cell stays put and the fraction grows;
-/// not-a-number has a fraction that is not a number, and cell 0, which linear gradients depend on.
-[[gnu::always_inline]] inline CSplitCoordinates SplitCoordinates(Float4 coordinates) {
-    const Int4 truncated = SIMD_Neon::TruncateNumberToInt(coordinates);
-    const Float4 rounded = SIMD_Neon::ToFloat(truncated);
-    const Int4 isAbove = SIMD_Neon::GreaterThan(rounded, coordinates);
-    const Float4 one = SIMD_Neon::Constants::_Constant_Fp32_1_1_1_1;
-    return {(truncated + isAbove) & Int4(kPeriod - 1), (coordinates - rounded) + (one & isAbove)};
+/// Splits coordinates, several side by side. Fractions lie in [0, 1]: exactly 0 for integral coordinates, and
+/// rounded to exactly 1 just below some of them. This form, with its saturating conversion, says what the
+/// noise is for every bit pattern: the fraction of -0 is +0; beyond +-2^31 the cell stays put and the
+/// fraction grows; not-a-number has a fraction that is not a number, and cell 0, which linear gradients
+/// depend on.
+template <typename TFloat>
+[[gnu::always_inline]] inline auto SplitCoordinates(TFloat coordinates) {
+    const auto truncated = TruncateNumberToInt(coordinates);
+    const TFloat rounded = ToFloat(truncated);
+    const auto isAbove = GreaterThan(rounded, coordinates);
+    const auto cell = (truncated + isAbove) & decltype(truncated)(kPeriod - 1);
+    return TSplitCoordinates<TFloat, std::remove_const_t<decltype(cell)>>{cell, (coordinates - rounded) +
+                                                                                    (TFloat(1.0f) & isAbove)};
 }
 
 /// The weight of the upper side at the fraction `t`. The order of operations is part of the noise's
@@ -72,22 +75,33 @@ template <typename TValue>
 template <int kDimension>
 inline constexpr size_t kEdgeCount = size_t{1} << (kDimension - 1);
 
-template <size_t... kEdges>
-[[gnu::always_inline]] inline std::array<uint32_t, sizeof...(kEdges)>
-_HashNextAxis(const std::array<uint32_t, sizeof...(kEdges) / 2>& hashes, uint32_t coordinate,
-              std::index_sequence<kEdges...>) {
-    return {(kFastNoisePermutations[hashes[kEdges / 2] + kEdges % 2] + coordinate)...};
+/// The permutation, looked up entry by entry.
+struct CPermutationEntries {
+    /// The hash that follows `hash` on the lower (0) or the upper (1) side of the next axis.
+    template <size_t kSide>
+    [[gnu::always_inline]] uint32_t Next(uint32_t hash, uint32_t coordinate) const {
+        return kFastNoisePermutations[hash + kSide] + coordinate;
+    }
+};
+
+template <typename THash, typename TPermutations, size_t... kEdges>
+[[gnu::always_inline]] inline std::array<THash, sizeof...(kEdges)>
+_HashNextAxis(const TPermutations& permutations, const std::array<THash, sizeof...(kEdges) / 2>& hashes,
+              THash coordinate, std::index_sequence<kEdges...>) {
+    return {permutations.template Next<kEdges % 2>(hashes[kEdges / 2], coordinate)...};
 }
 
 /// The hash of every edge of a cell: the first coordinate, looked up in the permutation and the next one
-/// added, and so on to the last. `cell` holds kDimension coordinates in 0 to 255; a hash is in 0 to 510.
-template <int kDimension>
-[[gnu::always_inline]] inline std::array<uint32_t, kEdgeCount<kDimension>> HashEdges(const uint32_t* cell) {
+/// added, and so on to the last. `cell` holds kDimension coordinates in 0 to 255; a hash is in 0 to 510, or
+/// that modulo 256, after which all tables repeat.
+template <int kDimension, typename THash, typename TPermutations = CPermutationEntries>
+[[gnu::always_inline]] inline std::array<THash, kEdgeCount<kDimension>>
+HashEdges(const THash* cell, const TPermutations& permutations = {}) {
     if constexpr (kDimension == 1) {
         return {cell[0]};
     } else {
-        return _HashNextAxis(HashEdges<kDimension - 1>(cell), cell[kDimension - 1],
-                             std::make_index_sequence<kEdgeCount<kDimension>>());
+        return _HashNextAxis(permutations, HashEdges<kDimension - 1>(cell, permutations),
+                             cell[kDimension - 1], std::make_index_sequence<kEdgeCount<kDimension>>());
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include "maths_noise_fast_permutations.h"
 #include "maths_noise_fast_tables.h"
+#include "wide/wide_kernels.h"
 
 #include <zr_support/simd_streams.h>
 
@@ -118,7 +119,10 @@ void CRotatableFastNoise3::RotateBasis(float time) noexcept {
                                                     elapsed * SIMD_Neon::LoadAligned(m_SpinSpeeds + k));
         });
     }
-    SIMD_Neon::LowPrecision::SinStream_Aligned16(angles, m_Basis, kPeriod);
+    const Internal::CWideSines sines = Internal::WideKernels().m_Sines;
+    if (sines == nullptr || !sines(angles, m_Basis, kPeriod)) {
+        SIMD_Neon::LowPrecision::SinStream_Aligned16(angles, m_Basis, kPeriod);
+    }
     _RefreshBasis();
 }
 

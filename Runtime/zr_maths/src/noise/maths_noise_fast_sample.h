@@ -27,7 +27,7 @@ _LoadEdgesOfTwo(TEnds ends, const std::array<uint32_t, sizeof...(kEdges)>& hashe
 /// bits for every bit pattern; a true floor in scalar arithmetic would not beyond +-2^31.
 template <int kDimension, ENoiseQuality kQuality, typename TEnds>
 [[gnu::always_inline]] inline float SampleOne(TEnds ends, Float4 position) {
-    const CSplitCoordinates split = SplitCoordinates(position);
+    const auto split = SplitCoordinates(position);
     const Float4 weights = Fade<kQuality>(split.m_Fraction);
 
     alignas(16) uint32_t cell[4];
@@ -41,24 +41,40 @@ template <int kDimension, ENoiseQuality kQuality, typename TEnds>
                 SIMD_Neon::ExtractLane<kDimension - 1>(weights));
 }
 
+/// The weights of positions side by side, one axis after the other: as they are, and twice each, those of the
+/// first half of the positions and those of the second.
+template <int kDimension, typename TFloat>
+struct TPairWeights {
+    std::array<TFloat, kDimension> m_Each;
+    std::array<TFloat, kDimension> m_Twice01;
+    std::array<TFloat, kDimension> m_Twice23;
+
+    [[gnu::always_inline]] void Set(size_t axis, TFloat weights) {
+        m_Each[axis] = weights;
+        m_Twice01[axis] = InterleaveLow(weights, weights);
+        m_Twice23[axis] = InterleaveHigh(weights, weights);
+    }
+};
+
+/// The last blend. Up to here both ends of an edge are blended side by side, as pairs of neighbours, (lower
+/// 0, upper 0, lower 1, upper 1), those of the first positions in `edges01` and of the others in `edges23`;
+/// with more than four lanes, so in each four. Now the ends part.
+template <typename TFloat>
+[[gnu::always_inline]] inline TFloat LerpPairs(TFloat edges01, TFloat edges23, TFloat weights) {
+    return Lerp(DeinterleaveEven(edges01, edges23), DeinterleaveOdd(edges01, edges23), weights);
+}
+
 /// The noise at four positions, given as one value per axis: lane n belongs to position n.
-///
-/// Look-ups bring whole edges, and the blends of all axes but the last run on the edges of two positions at a
-/// time, (lower 0, upper 0, lower 1, upper 1). Only then the two ends part, for the last blend.
 template <int kDimension, ENoiseQuality kQuality, typename TEnds>
 [[gnu::always_inline]] inline Float4 SampleFour(TEnds ends,
                                                 const std::array<Float4, kDimension>& coordinates) {
     alignas(16) uint32_t cells[kDimension][4];
-    std::array<Float4, kDimension> weights;
-    std::array<Float4, kDimension> weights01;
-    std::array<Float4, kDimension> weights23;
+    TPairWeights<kDimension, Float4> weights;
 #pragma GCC unroll 4
     for (size_t axis = 0; axis < kDimension; ++axis) {
-        const CSplitCoordinates split = SplitCoordinates(coordinates[axis]);
+        const auto split = SplitCoordinates(coordinates[axis]);
         SIMD_Neon::SpillAligned(cells[axis], split.m_Cell);
-        weights[axis] = Fade<kQuality>(split.m_Fraction);
-        weights01[axis] = SIMD_Neon::InterleaveLow(weights[axis], weights[axis]);
-        weights23[axis] = SIMD_Neon::InterleaveHigh(weights[axis], weights[axis]);
+        weights.Set(axis, Fade<kQuality>(split.m_Fraction));
     }
     uint32_t cell[4][kDimension];
 #pragma GCC unroll 4
@@ -69,21 +85,20 @@ template <int kDimension, ENoiseQuality kQuality, typename TEnds>
         }
     }
     constexpr auto allEdges = std::make_index_sequence<kEdgeCount<kDimension>>();
-    const Float4 edge01 = BlendEdges(_LoadEdgesOfTwo<kDimension>(ends, HashEdges<kDimension>(cell[0]),
-                                                                 HashEdges<kDimension>(cell[1]), allEdges),
-                                     weights01.data());
-    const Float4 edge23 = BlendEdges(_LoadEdgesOfTwo<kDimension>(ends, HashEdges<kDimension>(cell[2]),
-                                                                 HashEdges<kDimension>(cell[3]), allEdges),
-                                     weights23.data());
-    return Lerp(SIMD_Neon::DeinterleaveEven(edge01, edge23), SIMD_Neon::DeinterleaveOdd(edge01, edge23),
-                weights[kDimension - 1]);
+    const Float4 edges01 = BlendEdges(_LoadEdgesOfTwo<kDimension>(ends, HashEdges<kDimension>(cell[0]),
+                                                                  HashEdges<kDimension>(cell[1]), allEdges),
+                                      &weights.m_Twice01[0]);
+    const Float4 edges23 = BlendEdges(_LoadEdgesOfTwo<kDimension>(ends, HashEdges<kDimension>(cell[2]),
+                                                                  HashEdges<kDimension>(cell[3]), allEdges),
+                                      &weights.m_Twice23[0]);
+    return LerpPairs(edges01, edges23, weights.m_Each[kDimension - 1]);
 }
 
 /// The 3D noise at four positions in the cell of the first, each with its axes in lanes 0 to 2: lane n of the
 /// result belongs to position n. Positions outside that cell continue its blend.
 template <ENoiseQuality kQuality>
 [[gnu::always_inline]] inline Float4 SampleCoherent(CAdjacentEnds ends, const Float4* positions) {
-    const CSplitCoordinates split = SplitCoordinates(positions[0]);
+    const auto split = SplitCoordinates(positions[0]);
     alignas(16) uint32_t cell[4];
     SIMD_Neon::SpillAligned(cell, split.m_Cell);
     const auto hashes = HashEdges<3>(cell);

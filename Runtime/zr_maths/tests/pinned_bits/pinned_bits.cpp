@@ -3,6 +3,7 @@
 #include "batch_samplers.h"
 #include "pinned_operations.h"
 #include "rotatable_reference.h"
+#include "wide/wide_kernels.h"
 
 #include <zr_support/simd_streams.h>
 
@@ -260,6 +261,16 @@ COutcome Run(const CPinned& pinned, CPinnedOperation operation, size_t resultCou
 }
 
 } // namespace
+
+size_t PinnedKernelsCount() {
+    return Internal::WideKernelsHere().size();
+}
+
+const char* UsePinnedKernels(size_t index) {
+    const Internal::CWideKernels& kernels = *Internal::WideKernelsHere()[index];
+    Internal::ChooseWideKernels(kernels);
+    return kernels.m_Name;
+}
 
 size_t PinnedCount() {
     return std::size(kPinned);

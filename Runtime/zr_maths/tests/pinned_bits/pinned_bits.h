@@ -14,6 +14,12 @@ constexpr size_t kManyPinnedResults = 4194304;
 
 size_t PinnedCount();
 
+/// How many instruction sets there are, here, that long runs can be sampled with.
+size_t PinnedKernelsCount();
+
+/// Makes all samplers use the kernels of one of them, the best first, and returns its name.
+const char* UsePinnedKernels(size_t index);
+
 const char* PinnedName(size_t index);
 
 /// Hashes the results of an operation of the table, kFewPinnedResults or kManyPinnedResults of them. Empty if

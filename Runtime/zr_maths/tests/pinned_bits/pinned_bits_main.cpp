@@ -11,6 +11,21 @@
 
 using namespace Vestrel;
 
+namespace {
+
+/// Returns how many operations have the pinned bits, and tells of the others.
+size_t CountEqual(size_t resultCount) {
+    size_t equalCount = 0;
+    for (size_t k = 0; k < PinnedCount(); ++k) {
+        const std::string mismatch = PinnedMismatch(k, resultCount);
+        std::fputs(mismatch.c_str(), stdout);
+        equalCount += mismatch.empty() ? 1 : 0;
+    }
+    return equalCount;
+}
+
+} // namespace
+
 int main(int argumentCount, char** arguments) {
     const bool isFew = argumentCount == 2 && std::strcmp(arguments[1], "--few") == 0;
     if (argumentCount > 2 || (argumentCount == 2 && !isFew)) {
@@ -18,18 +33,20 @@ int main(int argumentCount, char** arguments) {
                      kFewPinnedResults);
         return 2;
     }
-    const size_t resultCount = isFew ? kFewPinnedResults : kManyPinnedResults;
-    size_t equalCount = 0;
-    for (size_t k = 0; k < PinnedCount(); ++k) {
-        const std::string mismatch = PinnedMismatch(k, resultCount);
-        std::fputs(mismatch.c_str(), stdout);
-        equalCount += mismatch.empty() ? 1 : 0;
-    }
     const bool isVerified = VerifyArithmetic();
     if (!isVerified) {
         std::printf("VerifyArithmetic() is false\n");
     }
-    std::printf("%s backend: %zu of %zu operations have the pinned bits, over %zu results each\n",
-                SIMD_Neon::BackendName(), equalCount, PinnedCount(), resultCount);
-    return equalCount == PinnedCount() && isVerified ? 0 : 1;
+    // First with the kernels that the library takes by itself, and then with the others that the processor
+    // has.
+    bool areEqual = true;
+    for (size_t kernels = 0; kernels < PinnedKernelsCount(); ++kernels) {
+        const char* const name = UsePinnedKernels(kernels);
+        const size_t resultCount = isFew || kernels > 0 ? kFewPinnedResults : kManyPinnedResults;
+        const size_t equalCount = CountEqual(resultCount);
+        std::printf("%s backend, %s: %zu of %zu operations have the pinned bits, over %zu results each\n",
+                    SIMD_Neon::BackendName(), name, equalCount, PinnedCount(), resultCount);
+        areEqual = areEqual && equalCount == PinnedCount();
+    }
+    return areEqual && isVerified ? 0 : 1;
 }

@@ -17,7 +17,8 @@ constexpr size_t kFloatSize = sizeof(float);
 alignas(16) float g_Positions[4 * kMostPinnedItems + 8];
 alignas(16) float g_Samples[kMostPinnedItems + 4];
 
-/// Four at a time, or with positions and samples out of line, so that each is taken on its own.
+/// Positions and samples in line, which go four at a time where four lanes take them, or out of line, which
+/// go one at a time.
 template <typename TPosition, bool kIsAligned, auto kSample>
 void SampleBatch(const CPinnedSubjects& subjects, const float* inputs, size_t itemCount, float* results) {
     const size_t shift = kIsAligned ? 0 : 1;

@@ -1,0 +1,182 @@
+#pragma once
+
+// Eight floats side by side, for sources that are compiled for AVX2. All that is made here has a type of this
+// namespace in its name, so that the linker never takes it for the code of another source.
+
+#include <zr_support/simd_float4.h>
+
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Vestrel::Internal::Avx2 {
+
+struct IntX8 {
+    __m256i m_Register;
+
+    IntX8() = default;
+    [[gnu::always_inline]] explicit IntX8(__m256i value) : m_Register(value) {}
+    [[gnu::always_inline]] explicit IntX8(int32_t allLanes) : m_Register(_mm256_set1_epi32(allLanes)) {}
+};
+
+struct FloatX8 {
+    using CInt = IntX8;
+    static constexpr size_t kLanes = 8;
+
+    __m256 m_Register;
+
+    FloatX8() = default;
+    [[gnu::always_inline]] explicit FloatX8(__m256 value) : m_Register(value) {}
+    [[gnu::always_inline]] explicit FloatX8(float allLanes) : m_Register(_mm256_set1_ps(allLanes)) {}
+};
+
+[[gnu::always_inline]] inline FloatX8 operator+(FloatX8 a, FloatX8 b) {
+    return FloatX8(_mm256_add_ps(a.m_Register, b.m_Register));
+}
+
+[[gnu::always_inline]] inline FloatX8 operator-(FloatX8 a, FloatX8 b) {
+    return FloatX8(_mm256_sub_ps(a.m_Register, b.m_Register));
+}
+
+[[gnu::always_inline]] inline FloatX8 operator*(FloatX8 a, FloatX8 b) {
+    return FloatX8(_mm256_mul_ps(a.m_Register, b.m_Register));
+}
+
+[[gnu::always_inline]] inline IntX8 operator+(IntX8 a, IntX8 b) {
+    return IntX8(_mm256_add_epi32(a.m_Register, b.m_Register));
+}
+
+[[gnu::always_inline]] inline IntX8 operator&(IntX8 a, IntX8 b) {
+    return IntX8(_mm256_and_si256(a.m_Register, b.m_Register));
+}
+
+[[gnu::always_inline]] inline FloatX8 operator&(FloatX8 a, IntX8 b) {
+    return FloatX8(_mm256_and_ps(a.m_Register, _mm256_castsi256_ps(b.m_Register)));
+}
+
+/// A mask: -1 or 0 in each lane.
+[[gnu::always_inline]] inline IntX8 GreaterThan(FloatX8 a, FloatX8 b) {
+    return IntX8(_mm256_castps_si256(_mm256_cmp_ps(a.m_Register, b.m_Register, _CMP_GT_OQ)));
+}
+
+/// Beyond the range of the integers, and for not-a-number, -2^31.
+[[gnu::always_inline]] inline IntX8 TruncateInRange(FloatX8 value) {
+    return IntX8(_mm256_cvttps_epi32(value.m_Register));
+}
+
+/// Saturates; not-a-number gives -2^31.
+[[gnu::always_inline]] inline IntX8 TruncateNumberToInt(FloatX8 value) {
+    const __m256 isAbove = _mm256_cmp_ps(value.m_Register, FloatX8(0x1p31f).m_Register, _CMP_GE_OQ);
+    return IntX8(_mm256_xor_si256(TruncateInRange(value).m_Register, _mm256_castps_si256(isAbove)));
+}
+
+[[gnu::always_inline]] inline FloatX8 ToFloat(IntX8 value) {
+    return FloatX8(_mm256_cvtepi32_ps(value.m_Register));
+}
+
+[[gnu::always_inline]] inline FloatX8 Floor(FloatX8 value) {
+    return FloatX8(_mm256_floor_ps(value.m_Register));
+}
+
+[[gnu::always_inline]] inline IntX8 Min(IntX8 a, IntX8 b) {
+    return IntX8(_mm256_min_epi32(a.m_Register, b.m_Register));
+}
+
+[[gnu::always_inline]] inline bool AnyIs(int32_t number, IntX8 value) {
+    return _mm256_movemask_epi8(_mm256_cmpeq_epi32(value.m_Register, IntX8(number).m_Register)) != 0;
+}
+
+/// Every cell in both halves of its lane, to be added to two hashes at once.
+[[gnu::always_inline]] inline IntX8 AsNextCoordinate(IntX8 cells) {
+    return IntX8(_mm256_or_si256(cells.m_Register, _mm256_slli_epi32(cells.m_Register, 16)));
+}
+
+[[gnu::always_inline]] inline void Load(const void* source, FloatX8& value) {
+    value = FloatX8(_mm256_loadu_ps(static_cast<const float*>(source)));
+}
+
+[[gnu::always_inline]] inline void Store(void* target, FloatX8 value) {
+    _mm256_storeu_ps(static_cast<float*>(target), value.m_Register);
+}
+
+[[gnu::always_inline]] inline void Store(void* target, IntX8 value) {
+    _mm256_storeu_si256(static_cast<__m256i*>(target), value.m_Register);
+}
+
+// Movement of lanes, in each half of 128 bits.
+
+/// (a0, b0, a1, b1)
+[[gnu::always_inline]] inline FloatX8 InterleaveLow(FloatX8 a, FloatX8 b) {
+    return FloatX8(_mm256_unpacklo_ps(a.m_Register, b.m_Register));
+}
+
+/// (a2, b2, a3, b3)
+[[gnu::always_inline]] inline FloatX8 InterleaveHigh(FloatX8 a, FloatX8 b) {
+    return FloatX8(_mm256_unpackhi_ps(a.m_Register, b.m_Register));
+}
+
+/// (a0, a2, b0, b2)
+[[gnu::always_inline]] inline FloatX8 DeinterleaveEven(FloatX8 a, FloatX8 b) {
+    return FloatX8(_mm256_shuffle_ps(a.m_Register, b.m_Register, _MM_SHUFFLE(2, 0, 2, 0)));
+}
+
+/// (a1, a3, b1, b3)
+[[gnu::always_inline]] inline FloatX8 DeinterleaveOdd(FloatX8 a, FloatX8 b) {
+    return FloatX8(_mm256_shuffle_ps(a.m_Register, b.m_Register, _MM_SHUFFLE(3, 1, 3, 1)));
+}
+
+// Records of several components, one behind the other, as one value per component. Each half of the registers
+// is loaded from its own records, so that nothing has to cross from half to half.
+
+/// Four floats for the lower half, four for the upper.
+[[gnu::always_inline]] inline FloatX8 LoadHalves(const float* lower, const float* upper) {
+    return FloatX8(_mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(lower)), _mm_loadu_ps(upper), 1));
+}
+
+[[gnu::always_inline]] inline void LoadInterleaved2(const float* source, FloatX8* axes) {
+    const FloatX8 xy01 = LoadHalves(source, source + 8);
+    const FloatX8 xy23 = LoadHalves(source + 4, source + 12);
+    axes[0] = DeinterleaveEven(xy01, xy23);
+    axes[1] = DeinterleaveOdd(xy01, xy23);
+}
+
+[[gnu::always_inline]] inline void LoadInterleaved3(const float* source, FloatX8* axes) {
+    const __m256 a = LoadHalves(source, source + 12).m_Register;          // x0 y0 z0 x1
+    const __m256 b = LoadHalves(source + 4, source + 16).m_Register;      // y1 z1 x2 y2
+    const __m256 c = LoadHalves(source + 8, source + 20).m_Register;      // z2 x3 y3 z3
+    const __m256 xy23 = _mm256_shuffle_ps(b, c, _MM_SHUFFLE(2, 1, 3, 2)); // x2 y2 x3 y3
+    const __m256 yz01 = _mm256_shuffle_ps(a, b, _MM_SHUFFLE(1, 0, 2, 1)); // y0 z0 y1 z1
+    axes[0] = FloatX8(_mm256_shuffle_ps(a, xy23, _MM_SHUFFLE(2, 0, 3, 0)));
+    axes[1] = FloatX8(_mm256_shuffle_ps(yz01, xy23, _MM_SHUFFLE(3, 1, 2, 0)));
+    axes[2] = FloatX8(_mm256_shuffle_ps(yz01, c, _MM_SHUFFLE(3, 0, 3, 1)));
+}
+
+[[gnu::always_inline]] inline void LoadInterleaved4(const float* source, FloatX8* axes) {
+    const FloatX8 a = LoadHalves(source, source + 16);
+    const FloatX8 b = LoadHalves(source + 4, source + 20);
+    const FloatX8 c = LoadHalves(source + 8, source + 24);
+    const FloatX8 d = LoadHalves(source + 12, source + 28);
+    const FloatX8 ac01 = InterleaveLow(a, c);
+    const FloatX8 bd01 = InterleaveLow(b, d);
+    const FloatX8 ac23 = InterleaveHigh(a, c);
+    const FloatX8 bd23 = InterleaveHigh(b, d);
+    axes[0] = InterleaveLow(ac01, bd01);
+    axes[1] = InterleaveHigh(ac01, bd01);
+    axes[2] = InterleaveLow(ac23, bd23);
+    axes[3] = InterleaveHigh(ac23, bd23);
+}
+
+/// What was made of records of four, as it is.
+[[gnu::always_inline]] inline FloatX8 InOrder(FloatX8 value) {
+    return value;
+}
+
+/// Four pairs of neighbours: two for the lower half, two for the upper.
+[[gnu::always_inline]] inline FloatX8 LoadFourPairs(const float* pair0, const float* pair1,
+                                                    const float* pair2, const float* pair3) {
+    const __m256 lower = _mm256_castps128_ps256(SIMD_Neon::LoadTwoPairs(pair0, pair1).m_Register);
+    return FloatX8(_mm256_insertf128_ps(lower, SIMD_Neon::LoadTwoPairs(pair2, pair3).m_Register, 1));
+}
+
+} // namespace Vestrel::Internal::Avx2

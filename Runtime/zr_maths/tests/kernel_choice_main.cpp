@@ -1,0 +1,48 @@
+// A main for the tests of what the wide kernels take part in. With --kernels=NAME all samplers use those of
+// one instruction set, which the tests otherwise leave to the library. Where the processor has none of that
+// name, the program says so as skipped tests do.
+
+#include "wide/wide_kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+using namespace Vestrel::Internal;
+
+int main(int argumentCount, char** arguments) {
+    testing::InitGoogleTest(&argumentCount, arguments);
+    // Before any test has chosen.
+    if (&WideKernels() != WideKernelsHere()[0]) {
+        std::fprintf(stderr, "the library has not chosen its best kernels, but those for %s\n",
+                     WideKernels().m_Name);
+        return 1;
+    }
+    constexpr std::string_view kOption = "--kernels=";
+    for (int k = 1; k < argumentCount; ++k) {
+        const std::string_view argument = arguments[k];
+        if (!argument.starts_with(kOption)) {
+            std::fprintf(stderr, "there is no option '%s'; there is --kernels=NAME\n", arguments[k]);
+            return 2;
+        }
+        const std::string_view name = argument.substr(kOption.size());
+        const CWideKernels* chosen = nullptr;
+        for (const CWideKernels* kernels : WideKernelsHere()) {
+            chosen = kernels->m_Name == name ? kernels : chosen;
+        }
+        const bool isKnown = name == "four lanes" || name == "AVX2" || name == "AVX-512";
+        if (!isKnown) {
+            std::fprintf(stderr, "no processor has kernels of the name in '%s'\n", arguments[k]);
+            return 2;
+        }
+        if (chosen == nullptr) {
+            std::printf("[  SKIPPED ] this library on this processor has no kernels for %s\n", arguments[k]);
+            return 0;
+        }
+        ChooseWideKernels(*chosen);
+    }
+    std::printf("kernels: %s\n", WideKernels().m_Name);
+    return RUN_ALL_TESTS();
+}
