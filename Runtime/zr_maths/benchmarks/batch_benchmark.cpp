@@ -1,4 +1,4 @@
-// Nanoseconds per position of every batch sampler: four positions at a time, one at a time, and against both
+// Nanoseconds per position of every batch sampler: packed positions, aligned and misaligned, and against both
 // the same work written as a plain scalar loop.
 
 #include "batch_samplers.h"
@@ -28,11 +28,11 @@ constexpr uint32_t kMaxCount = 4194304;
 /// that is sampled again and again by heart, which flatters code that branches on the sign of a coordinate.
 constexpr uint32_t kWindow = 131072;
 
-enum class EPath { kFourAtATime, kOneAtATime, kPlain };
-constexpr EPath kPaths[] = {EPath::kFourAtATime, EPath::kOneAtATime, EPath::kPlain};
+enum class EPath { kAligned, kMisaligned, kPlain };
+constexpr EPath kPaths[] = {EPath::kAligned, EPath::kMisaligned, EPath::kPlain};
 
 constexpr const char* NameOf(EPath path) {
-    constexpr const char* names[] = {"four at a time", "one at a time", "plain loop"};
+    constexpr const char* names[] = {"aligned", "misaligned", "plain loop"};
     return names[static_cast<size_t>(path)];
 }
 
@@ -94,8 +94,8 @@ void Run(benchmark::State& state, const CBatchSampler& sampler, EPath path, uint
     CData& data = Data();
     const CPlainLoop plain = PlainLoopOf(sampler);
     const uint32_t window = std::max(count, kWindow);
-    // An output that is off by a float sends everything one at a time.
-    float* const samples = CData::Aligned(data.m_Samples) + (path == EPath::kOneAtATime ? 1 : 0);
+    // An output that is off by a float, which sends short runs one at a time.
+    float* const samples = CData::Aligned(data.m_Samples) + (path == EPath::kMisaligned ? 1 : 0);
     const float* const coordinates = CData::Aligned(data.m_Coordinates);
     const uint32_t floats = sampler.PositionSize() / uint32_t{sizeof(float)};
     uint32_t first = 0;
@@ -150,7 +150,7 @@ void PrintSampler(const CMedians& medians, const CBatchSampler& sampler) {
     for (const EPath path : kPaths) {
         PrintRow(sampler, NameOf(path), [&](uint32_t count) { return median(path, count); });
     }
-    for (const EPath path : {EPath::kFourAtATime, EPath::kOneAtATime}) {
+    for (const EPath path : {EPath::kAligned, EPath::kMisaligned}) {
         PrintRow(sampler, std::string("plain loop : ") + NameOf(path),
                  [&](uint32_t count) { return median(EPath::kPlain, count) / median(path, count); });
     }

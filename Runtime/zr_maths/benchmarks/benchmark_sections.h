@@ -16,6 +16,9 @@ public:
     /// The median time of an item; not a number where a filter has left the benchmark out.
     double Nanoseconds(const std::string& name) const;
 
+    /// How far the quarters of the times lie from the median, on average and as a part of it.
+    double Spread(const std::string& name) const;
+
     size_t BenchmarkCount() const {
         return m_Nanoseconds.size();
     }
@@ -32,5 +35,8 @@ void PrintBatchBenchmarks(const CMedians& medians);
 
 void RegisterOperationBenchmarks();
 void PrintOperationBenchmarks(const CMedians& medians);
+
+void RegisterKernelBenchmarks();
+void PrintKernelBenchmarks(const CMedians& medians);
 
 } // namespace Vestrel::Benchmarks

@@ -24,6 +24,16 @@ double CMedians::Nanoseconds(const std::string& name) const {
     return times[times.size() / 2];
 }
 
+double CMedians::Spread(const std::string& name) const {
+    const auto found = m_Nanoseconds.find(name);
+    if (found == m_Nanoseconds.end()) {
+        return std::numeric_limits<double>::quiet_NaN();
+    }
+    std::vector<double> times = found->second;
+    std::sort(times.begin(), times.end());
+    return (times[3 * times.size() / 4] - times[times.size() / 4]) / (2.0 * times[times.size() / 2]);
+}
+
 void PrintNumber(double number) {
     std::isfinite(number) ? std::printf("%9.2f", number) : std::printf("%9s", "-");
 }
@@ -56,6 +66,7 @@ public:
         std::fprintf(stderr, "\n");
         PrintBatchBenchmarks(m_Medians);
         PrintOperationBenchmarks(m_Medians);
+        PrintKernelBenchmarks(m_Medians);
     }
 
 private:
@@ -67,6 +78,7 @@ private:
 int main(int argumentCount, char** arguments) {
     RegisterBatchBenchmarks();
     RegisterOperationBenchmarks();
+    RegisterKernelBenchmarks();
     benchmark::Initialize(&argumentCount, arguments);
     if (benchmark::ReportUnrecognizedArguments(argumentCount, arguments)) {
         return 2;

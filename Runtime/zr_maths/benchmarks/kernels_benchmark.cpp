@@ -1,0 +1,251 @@
+// The kernels of every instruction set side by side: nanoseconds per position or entry, and how many times as
+// fast they are as the code for four lanes in the same run.
+
+#include "batch_samplers.h"
+#include "benchmark_sections.h"
+#include "noise_test_support.h"
+#include "wide/wide_kernels.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace Vestrel::Benchmarks {
+
+namespace {
+
+using Internal::CWideKernels;
+using SIMD_Neon::Float4;
+using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;
+using CGradient = TVector<float, 4>;
+
+constexpr uint32_t kCount = 4096;
+constexpr uint32_t kMaxCount = 1 << 24;
+
+/// Positions for all dimensions, as far as they go, and room for samples and gradients.
+struct CData {
+    std::vector<float> m_Coordinates;
+    std::vector<float> m_Results;
+    std::vector<CRecord> m_Records;
+    CStdRandomGenerator m_Generator{3};
+    COpenNoise m_Noise{&m_Generator};
+    COpenRotatable m_Rotatable{&m_Generator};
+    float m_Time = 0.25f;
+
+    CData() : m_Coordinates(3 * kMaxCount + 64), m_Results(kMaxCount + 64), m_Records(kCount) {
+        m_Generator.FillRandomFloats({m_Coordinates.data(), uint32_t(m_Coordinates.size())}, -128.0f, 128.0f);
+        for (CRecord& record : m_Records) {
+            float numbers[6];
+            m_Generator.FillRandomFloats({numbers, 6}, 0.0f, 0.999f);
+            const auto cell = [](float number) { return static_cast<int>(number * 256.0f); };
+            record = {{numbers[0], numbers[1], numbers[2], 0.0f},
+                      {cell(numbers[3]), cell(numbers[4]), cell(numbers[5]), 0}};
+        }
+    }
+
+    static float* Aligned(std::vector<float>& values) {
+        const uintptr_t past = reinterpret_cast<uintptr_t>(values.data()) % 64;
+        return values.data() + (64 - past) % 64 / sizeof(float);
+    }
+};
+
+CData& Data() {
+    static CData data;
+    return data;
+}
+
+/// An operation on so many items.
+struct CCase {
+    std::string m_Name;
+    uint32_t m_Count;
+    std::function<void()> m_Run;
+};
+
+CCase SamplerCase(const CBatchSampler& sampler, const std::string& name, uint32_t count, uint32_t stride,
+                  size_t offset) {
+    return {name, count, [&sampler, count, stride, offset] {
+                CData& data = Data();
+                sampler.m_Sample(data.m_Noise, {CData::Aligned(data.m_Results), count, sizeof(float)},
+                                 CData::Aligned(data.m_Coordinates) + offset, count, stride);
+            }};
+}
+
+const CBatchSampler& SamplerNamed(const char* name) {
+    return *std::find_if(
+        std::begin(kBatchSamplers), std::end(kBatchSamplers),
+        [&](const CBatchSampler& sampler) { return std::strcmp(sampler.m_Name, name) == 0; });
+}
+
+std::vector<CCase> CasesOfOperations() {
+    std::vector<CCase> cases;
+    for (const CBatchSampler& sampler : kBatchSamplers) {
+        cases.push_back(SamplerCase(sampler, sampler.m_Name, kCount, sampler.PositionSize(), 0));
+    }
+    const CBatchSampler& cubic = SamplerNamed("SampleCubic3D");
+    cases.push_back(SamplerCase(cubic, "SampleCubic3D, misaligned", kCount, 12, 1));
+    cases.push_back(SamplerCase(cubic, "SampleCubic3D, padded", kCount, 16, 0));
+    cases.push_back(SamplerCase(cubic, "SampleCubic3D, 256 positions", 256, 12, 0));
+    cases.push_back(SamplerCase(cubic, "SampleCubic3D, 256 misaligned", 256, 12, 1));
+    cases.push_back(SamplerCase(cubic, "SampleCubic3D, 256 padded", 256, 16, 0));
+    cases.push_back({"Sample1stOrderDerivativesQuintic, batch", kCount, [] {
+                         CData& data = Data();
+                         data.m_Noise.Sample1stOrderDerivativesQuintic(
+                             {data.m_Records.data(), kCount},
+                             {reinterpret_cast<CGradient*>(CData::Aligned(data.m_Results)), kCount});
+                     }});
+    cases.push_back({"RotateBasis", 1, [] {
+                         CData& data = Data();
+                         data.m_Time = 1.0f - data.m_Time; // to and fro
+                         data.m_Rotatable.RotateBasis(data.m_Time);
+                     }});
+    return cases;
+}
+
+/// Every power of two and what lies just beyond, where blocks leave a rest.
+std::vector<CCase> CasesOfCounts() {
+    std::vector<CCase> cases;
+    for (uint32_t count = 1; count <= kMaxCount; count *= 2) {
+        cases.push_back(
+            SamplerCase(SamplerNamed("SampleCubic3D"), "counts/" + std::to_string(count), count, 12, 0));
+    }
+    for (const uint32_t count : {63u, 65u, 100u, 127u, 129u, 191u}) {
+        cases.push_back(
+            SamplerCase(SamplerNamed("SampleCubic3D"), "counts/" + std::to_string(count), count, 12, 0));
+    }
+    // The cheapest samples, where kernels begin to take them: that is where they could be slower.
+    for (const char* name : {"SampleLinear1D", "SampleLinear2D", "SampleLinear3D", "SampleLinear4D"}) {
+        const CBatchSampler& sampler = SamplerNamed(name);
+        for (const uint32_t count : {64u, 127u, 128u, 191u, 256u, 319u, 512u, 575u}) {
+            cases.push_back(SamplerCase(sampler, std::string("first/") + name + "/" + std::to_string(count),
+                                        count, sampler.PositionSize(), 0));
+        }
+    }
+    return cases;
+}
+
+/// Short calls several times over, so that one iteration, which may be all that there is, is worth measuring.
+void Run(benchmark::State& state, const CCase& run) {
+    const uint32_t repeats = std::max(1u, 65536 / run.m_Count);
+    for (auto _ : state) {
+        for (uint32_t k = 0; k < repeats; ++k) {
+            run.m_Run();
+            benchmark::ClobberMemory();
+        }
+    }
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * repeats * run.m_Count);
+}
+
+void RunWith(benchmark::State& state, const CWideKernels& kernels, const CCase& run) {
+    const CWideKernels& before = Internal::WideKernels();
+    Internal::ChooseWideKernels(kernels);
+    Run(state, run);
+    Internal::ChooseWideKernels(before);
+}
+
+/// Reads twelve bytes and writes four for each position, four positions at a time, and does nothing besides.
+void Stream(uint32_t count) {
+    const float* const source = CData::Aligned(Data().m_Coordinates);
+    float* const target = CData::Aligned(Data().m_Results);
+    for (uint32_t k = 0; k < count; k += 4) {
+        const float* const positions = source + size_t{3} * k;
+        const Float4 all = SIMD_Neon::LoadAligned(positions) + SIMD_Neon::LoadAligned(positions + 4) +
+                           SIMD_Neon::LoadAligned(positions + 8);
+        SIMD_Neon::StoreAligned(target + k, all);
+    }
+}
+
+/// Samples with several threads, each a part of the positions, on one object.
+void SampleWithThreads(uint32_t threadCount) {
+    CData& data = Data();
+    constexpr uint32_t kAll = 1 << 22;
+    const uint32_t part = kAll / threadCount;
+    std::vector<std::thread> threads;
+    for (uint32_t thread = 0; thread < threadCount; ++thread) {
+        threads.emplace_back([&data, part, first = thread * part] {
+            const auto* const positions =
+                reinterpret_cast<const TVector<float, 3>*>(CData::Aligned(data.m_Coordinates));
+            data.m_Noise.SampleCubic3D({CData::Aligned(data.m_Results) + first, part, sizeof(float)},
+                                       {positions + first, part, sizeof(TVector<float, 3>)});
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+std::string NameOf(const CWideKernels& kernels, const std::string& name) {
+    return std::string("kernels/") + kernels.m_Name + "/" + name;
+}
+
+void Register(const CCase& run) {
+    for (const CWideKernels* kernels : Internal::WideKernelsHere()) {
+        benchmark::RegisterBenchmark(
+            NameOf(*kernels, run.m_Name).c_str(),
+            [kernels, run](benchmark::State& state) { RunWith(state, *kernels, run); });
+    }
+}
+
+void PrintRow(const CMedians& medians, const CCase& run) {
+    const auto here = Internal::WideKernelsHere();
+    const auto nanoseconds = [&](const CWideKernels& kernels) {
+        return medians.Nanoseconds(NameOf(kernels, run.m_Name));
+    };
+    if (std::isnan(nanoseconds(*here.back()))) {
+        return; // left out by a filter
+    }
+    std::printf("%-41s", run.m_Name.c_str());
+    for (const CWideKernels* kernels : here) {
+        PrintNumber(nanoseconds(*kernels));
+        std::printf(" %4.1f %%", 100.0 * medians.Spread(NameOf(*kernels, run.m_Name)));
+    }
+    for (const CWideKernels* kernels : here.first(here.size() - 1)) {
+        PrintNumber(nanoseconds(*here.back()) / nanoseconds(*kernels));
+    }
+    std::printf("\n");
+}
+
+} // namespace
+
+void RegisterKernelBenchmarks() {
+    for (const auto& cases : {CasesOfOperations(), CasesOfCounts()}) {
+        for (const CCase& run : cases) {
+            Register(run);
+        }
+    }
+    for (uint32_t count = 4; count <= kMaxCount; count *= 2) {
+        const CCase run = {"", count, [count] { Stream(count); }};
+        benchmark::RegisterBenchmark(("stream/" + std::to_string(count)).c_str(),
+                                     [run](benchmark::State& state) { Run(state, run); });
+    }
+    for (const uint32_t threadCount : {1u, 2u}) {
+        const CCase run = {"", 1 << 22, [threadCount] { SampleWithThreads(threadCount); }};
+        benchmark::RegisterBenchmark(("threads/" + std::to_string(threadCount)).c_str(),
+                                     [run](benchmark::State& state) { Run(state, run); })
+            ->UseRealTime();
+    }
+}
+
+void PrintKernelBenchmarks(const CMedians& medians) {
+    const auto here = Internal::WideKernelsHere();
+    std::printf("\n%-41s", "nanoseconds, medians and their spread");
+    for (const CWideKernels* kernels : here) {
+        std::printf("%16s", kernels->m_Name);
+    }
+    std::printf("  times as fast as four lanes\n");
+    for (const auto& cases : {CasesOfOperations(), CasesOfCounts()}) {
+        for (const CCase& run : cases) {
+            PrintRow(medians, run);
+        }
+    }
+}
+
+} // namespace Vestrel::Benchmarks
