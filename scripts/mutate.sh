@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Changes the libraries' sources, one small change at a time, and shows which of the changes no test notices. All of it
-# takes hours; --file and --sample take a part, and an interrupted run is taken up again. --help lists the options.
+# takes one to two hours on two cores; --file and --sample take a part, and an interrupted run is taken up again. --help
+# lists the options.
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"

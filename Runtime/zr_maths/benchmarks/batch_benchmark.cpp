@@ -47,11 +47,6 @@ struct CData {
         m_Noise.ResetSampler(&generator);
         generator.FillRandomFloats({m_Coordinates.data(), uint32_t(m_Coordinates.size())}, -128.0f, 128.0f);
     }
-
-    static float* Aligned(std::vector<float>& values) {
-        const uintptr_t past = reinterpret_cast<uintptr_t>(values.data()) % 64;
-        return values.data() + (64 - past) % 64 / sizeof(float);
-    }
 };
 
 CData& Data() {
@@ -95,8 +90,8 @@ void Run(benchmark::State& state, const CBatchSampler& sampler, EPath path, uint
     const CPlainLoop plain = PlainLoopOf(sampler);
     const uint32_t window = std::max(count, kWindow);
     // An output that is off by a float, which sends short runs one at a time.
-    float* const samples = CData::Aligned(data.m_Samples) + (path == EPath::kMisaligned ? 1 : 0);
-    const float* const coordinates = CData::Aligned(data.m_Coordinates);
+    float* const samples = Aligned(data.m_Samples) + (path == EPath::kMisaligned ? 1 : 0);
+    const float* const coordinates = Aligned(data.m_Coordinates);
     const uint32_t floats = sampler.PositionSize() / uint32_t{sizeof(float)};
     uint32_t first = 0;
     for (auto _ : state) {

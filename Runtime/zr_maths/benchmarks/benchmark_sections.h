@@ -27,6 +27,9 @@ private:
     std::map<std::string, std::vector<double>> m_Nanoseconds;
 };
 
+/// The first of the values at a multiple of 64 bytes; up to 15 before it are left out.
+float* Aligned(std::vector<float>& values);
+
 /// Nine columns: a number, or - where there is none.
 void PrintNumber(double number);
 

@@ -51,11 +51,6 @@ struct CData {
                       {cell(numbers[3]), cell(numbers[4]), cell(numbers[5]), 0}};
         }
     }
-
-    static float* Aligned(std::vector<float>& values) {
-        const uintptr_t past = reinterpret_cast<uintptr_t>(values.data()) % 64;
-        return values.data() + (64 - past) % 64 / sizeof(float);
-    }
 };
 
 CData& Data() {
@@ -74,8 +69,8 @@ CCase SamplerCase(const CBatchSampler& sampler, const std::string& name, uint32_
                   size_t offset) {
     return {name, count, [&sampler, count, stride, offset] {
                 CData& data = Data();
-                sampler.m_Sample(data.m_Noise, {CData::Aligned(data.m_Results), count, sizeof(float)},
-                                 CData::Aligned(data.m_Coordinates) + offset, count, stride);
+                sampler.m_Sample(data.m_Noise, {Aligned(data.m_Results), count, sizeof(float)},
+                                 Aligned(data.m_Coordinates) + offset, count, stride);
             }};
 }
 
@@ -100,7 +95,7 @@ std::vector<CCase> CasesOfOperations() {
                          CData& data = Data();
                          data.m_Noise.Sample1stOrderDerivativesQuintic(
                              {data.m_Records.data(), kCount},
-                             {reinterpret_cast<CGradient*>(CData::Aligned(data.m_Results)), kCount});
+                             {reinterpret_cast<CGradient*>(Aligned(data.m_Results)), kCount});
                      }});
     cases.push_back({"RotateBasis", 1, [] {
                          CData& data = Data();
@@ -153,8 +148,8 @@ void RunWith(benchmark::State& state, const CWideKernels& kernels, const CCase& 
 
 /// Reads twelve bytes and writes four for each position, four positions at a time, and does nothing besides.
 void Stream(uint32_t count) {
-    const float* const source = CData::Aligned(Data().m_Coordinates);
-    float* const target = CData::Aligned(Data().m_Results);
+    const float* const source = Aligned(Data().m_Coordinates);
+    float* const target = Aligned(Data().m_Results);
     for (uint32_t k = 0; k < count; k += 4) {
         const float* const positions = source + size_t{3} * k;
         const Float4 all = SIMD_Neon::LoadAligned(positions) + SIMD_Neon::LoadAligned(positions + 4) +
@@ -172,8 +167,8 @@ void SampleWithThreads(uint32_t threadCount) {
     for (uint32_t thread = 0; thread < threadCount; ++thread) {
         threads.emplace_back([&data, part, first = thread * part] {
             const auto* const positions =
-                reinterpret_cast<const TVector<float, 3>*>(CData::Aligned(data.m_Coordinates));
-            data.m_Noise.SampleCubic3D({CData::Aligned(data.m_Results) + first, part, sizeof(float)},
+                reinterpret_cast<const TVector<float, 3>*>(Aligned(data.m_Coordinates));
+            data.m_Noise.SampleCubic3D({Aligned(data.m_Results) + first, part, sizeof(float)},
                                        {positions + first, part, sizeof(TVector<float, 3>)});
         });
     }

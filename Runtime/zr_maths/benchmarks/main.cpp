@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <limits>
 #include <unistd.h>
@@ -32,6 +33,11 @@ double CMedians::Spread(const std::string& name) const {
     std::vector<double> times = found->second;
     std::sort(times.begin(), times.end());
     return (times[3 * times.size() / 4] - times[times.size() / 4]) / (2.0 * times[times.size() / 2]);
+}
+
+float* Aligned(std::vector<float>& values) {
+    const uintptr_t past = reinterpret_cast<uintptr_t>(values.data()) % 64;
+    return values.data() + (64 - past) % 64 / sizeof(float);
 }
 
 void PrintNumber(double number) {

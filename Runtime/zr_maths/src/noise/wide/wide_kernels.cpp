@@ -5,7 +5,6 @@
 #include "wide_instruction_sets.h"
 
 #include <atomic>
-#include <cassert>
 
 namespace Vestrel::Internal {
 

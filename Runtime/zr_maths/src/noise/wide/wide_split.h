@@ -10,7 +10,6 @@
 #include "../maths_noise_fast_lattice.h"
 #include "wide_kernels.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 
