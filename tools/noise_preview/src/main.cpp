@@ -1,4 +1,4 @@
-#include "command_line.h"
+#include "options/command_line.h"
 #include "preview.h"
 
 #include <csignal>
@@ -28,7 +28,8 @@ void OpenStandardStreams() {
 
 void Run(const COptions& options) {
     const std::string report = DrawPreview(options);
-    if (std::fputs(report.c_str(), stdout) < 0 || std::fflush(stdout) != 0) {
+    const bool isForFile = options.m_Output == "-";
+    if (std::fputs(report.c_str(), isForFile ? stderr : stdout) < 0 || std::fflush(stdout) != 0) {
         throw std::runtime_error("the report cannot be written to standard output");
     }
 }

@@ -51,13 +51,21 @@ TEST_F(NoisePreview, HelpExplainsEveryOptionWithItsDefault) {
     for (const std::string text : {"--dimension 1|2|3|4 ",
                                    "--quality linear|cubic|quintic",
                                    "--shade value|gradient ",
+                                   "--colours grey|viridis|magma|coolwarm|terrain",
+                                   "--compare qualities|dimensions",
+                                   "--curve Plot",
+                                   "--line Y ",
+                                   "--tile Show",
                                    "--size WxH ",
                                    "--cells N ",
                                    "--slice Z ",
                                    "--slice-w W ",
                                    "--stats ",
                                    "--seed S ",
-                                   "--output FILE|FOLDER/ ",
+                                   "--bits 8|16 ",
+                                   "--positions FILE ",
+                                   "--format png|webp|exr|npy|raw",
+                                   "--output FILE|FOLDER/|- ",
                                    "--animate SECONDS ",
                                    "--fps N ",
                                    "--turn-seconds T ",
@@ -65,13 +73,16 @@ TEST_F(NoisePreview, HelpExplainsEveryOptionWithItsDefault) {
                                    "(default: 3).",
                                    "(default: quintic).",
                                    "(default: value).",
+                                   "(default: grey).",
                                    "(default: 1024x1024).",
                                    "(default: 16).",
                                    "(default: 0.5).",
                                    "(default: 1).",
                                    "(default: 25).",
                                    "(default: 0).",
-                                   "(default: noise.png, or noise.webp with --animate)."}) {
+                                   "(default: 8).",
+                                   "(default: png; webp with --animate; npy with --positions).",
+                                   "(default: noise and the ending of the format)."}) {
         EXPECT_NE(help.find(text), std::string::npos) << text << " in:\n" << result.m_Output;
     }
 }
@@ -107,10 +118,16 @@ TEST_F(NoisePreview, BadOptionsGetOneLineThatNamesThem) {
     for (const std::string dimension : {"1", "2", "3"}) {
         ExpectFailure("--slice-w 1 --dimension " + dimension, "--slice-w: it is for --dimension 4 alone");
     }
-    for (const std::string name : {"a.jpg", "a.webp", "a.WEBP", "README.md", "b/a.tar.gz"}) {
-        ExpectFailure("--output " + name, "--output: '" + name + "' is not the name of a PNG file");
-        ExpectFailure("--animate 1 --output " + (name == "a.webp" || name == "a.WEBP" ? "a.png" : name),
-                      "' is not the name of a WebP file");
+    for (const std::string name : {"a.jpg", "README.md", "b/a.tar.gz", "a.csv"}) {
+        ExpectFailure("--output " + name, "--output: '" + name + "' is of no format");
+        ExpectFailure("--animate 1 --output " + name, "--output: '" + name + "' is of no format");
+    }
+    for (const std::string name : {"a.webp", "a.WEBP"}) {
+        ExpectFailure("--output " + name,
+                      "--output: '" + name + "' is for a WebP file, which only --animate makes");
+    }
+    for (const std::string name : {"a.png", "a.exr", "a.npy", "a.raw"}) {
+        ExpectFailure("--animate 1 --output " + name, "--output: '" + name + "' is not for a WebP file");
     }
     for (const std::string value : {"-1", "4294967296", "1.5", "seed", "''"}) {
         ExpectFailure("--seed " + value, "--seed");

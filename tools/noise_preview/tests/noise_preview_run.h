@@ -34,7 +34,7 @@ inline std::string WithoutProgress(const std::string& text) {
     std::istringstream lines(text);
     std::string rest;
     for (std::string line; std::getline(lines, line);) {
-        if (!line.starts_with("sampling") && !line.starts_with("writing")) {
+        if (!line.starts_with("sampling ") && !line.starts_with("drawing ")) {
             rest += line + "\n";
         }
     }

@@ -33,7 +33,7 @@ TEST_F(NoisePreview, AnInterruptedRunLeavesNothingBehind) {
         // Seconds of work, ended as soon as it has begun. The shell becomes the program, and keeps its
         // number.
         const CResult result =
-            Run("--size 20000x10000 --output field.png", "{ until grep -q sampling '" + m_Folder.string() +
+            Run("--size 20000x10000 --output field.png", "{ until grep -q drawing '" + m_Folder.string() +
                                                              ".errors'; do sleep 0.02; done; kill -" +
                                                              std::to_string(signal) + " $$; } & exec");
         EXPECT_EQ(result.m_ExitCode, -signal) << result.m_Errors;

@@ -210,8 +210,8 @@ TEST_F(NoisePreviewAnimation, TheDefaultNameIsThatOfTheFormat) {
     fs::create_directory(m_Folder / "folder");
     EXPECT_EQ(Run(options + "--output folder/ --animate 0.1").m_Output.find("folder/noise.webp: "), 0u);
     EXPECT_EQ(ReadWebp(m_Folder / "folder/noise.webp").m_Width, 10u);
-    ExpectFailure("--animate 1 --output a.png", "'a.png' is not the name of a WebP file");
-    ExpectFailure("--output a.webp", "'a.webp' is not the name of a PNG file");
+    ExpectFailure("--animate 1 --output a.png", "'a.png' is not for a WebP file, as animations are");
+    ExpectFailure("--output a.webp", "'a.webp' is for a WebP file, which only --animate makes");
 }
 
 TEST_F(NoisePreviewAnimation, BadOptionsGetOneLineThatNamesThem) {
@@ -230,7 +230,7 @@ TEST_F(NoisePreviewAnimation, BadOptionsGetOneLineThatNamesThem) {
     ExpectFailure("--fps 10", "--fps requires --animate");
     ExpectFailure("--spin-variation 0", "--spin-variation requires --animate");
     ExpectFailure("--turn-seconds 1", "--turn-seconds requires --animate");
-    ExpectFailure("--animate 1 --size 16384x1", "--size: '16384x1' is too large for an animation");
+    ExpectFailure("--animate 1 --size 16384x1", "--size: '16384x1' is too large for a WebP file");
     ExpectFailure("--animate 1 --size 1x16384", "16383x16383");
     ExpectFailure("--animate 1 --shade gradient --dimension 4", "--shade");
 }

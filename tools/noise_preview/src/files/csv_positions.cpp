@@ -1,0 +1,113 @@
+#include "files/csv_positions.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <optional>
+#include <string_view>
+
+namespace NoisePreview {
+
+namespace {
+
+constexpr const char* kBlanks = " \t\r";
+
+std::string_view Trimmed(std::string_view text) {
+    const size_t first = text.find_first_not_of(kBlanks);
+    return first == std::string_view::npos ? ""
+                                           : text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
+}
+
+std::optional<float> NumberOf(std::string_view text) {
+    float number = 0.0f;
+    text.remove_prefix(text.starts_with('+') ? 1 : 0);
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool isWhole = error == std::errc() && end == text.data() + text.size();
+    return isWhole ? std::optional(number) : std::nullopt;
+}
+
+/// What stands between the commas.
+std::vector<std::string_view> FieldsOf(std::string_view line) {
+    std::vector<std::string_view> fields;
+    for (size_t comma = 0; comma != std::string_view::npos;) {
+        comma = line.find(',');
+        fields.push_back(Trimmed(line.substr(0, comma)));
+        line.remove_prefix(comma == std::string_view::npos ? 0 : comma + 1);
+    }
+    return fields;
+}
+
+bool IsWord(std::string_view field) {
+    return !NumberOf(field);
+}
+
+} // namespace
+
+CCsvPositions::CCsvPositions(const std::string& path) : CPositionFile(path), m_File(path) {
+    if (!m_File) {
+        _Fail(std::strerror(errno));
+    }
+    if (!_NextLine()) {
+        _Fail("there are no positions in it");
+    }
+    if (const std::vector<std::string_view> fields = FieldsOf(m_Line);
+        m_LineNumber == 1 && std::all_of(fields.begin(), fields.end(), IsWord) && !_NextLine()) {
+        _Fail("there are no positions in it");
+    }
+    const size_t count = FieldsOf(m_Line).size();
+    if (count > 4) {
+        _Fail("line " + std::to_string(m_LineNumber) + " has " + std::to_string(count) +
+              " numbers, more than 4");
+    }
+    m_Dimension = static_cast<uint32_t>(count);
+    _ParseLine();
+}
+
+size_t CCsvPositions::Read(std::span<float> coordinates) {
+    size_t count = 0;
+    for (; !m_Numbers.empty() && coordinates.size() >= m_Dimension; ++count) {
+        std::copy(m_Numbers.begin(), m_Numbers.end(), coordinates.begin());
+        coordinates = coordinates.subspan(m_Dimension);
+        m_Numbers.clear();
+        if (_NextLine()) {
+            _ParseLine();
+        }
+    }
+    return count;
+}
+
+/// Goes on to the next line that is not passed over, if there is one.
+bool CCsvPositions::_NextLine() {
+    while (std::getline(m_File, m_Line)) {
+        ++m_LineNumber;
+        m_ReadByteCount += m_Line.size() + 1;
+        const std::string_view text = Trimmed(m_Line);
+        if (!text.empty() && !text.starts_with('#')) {
+            return true;
+        }
+    }
+    if (m_File.bad()) {
+        _Fail(std::strerror(errno));
+    }
+    m_ReadByteCount = m_ByteCount;
+    return false;
+}
+
+void CCsvPositions::_ParseLine() {
+    const std::string line = "line " + std::to_string(m_LineNumber);
+    const std::vector<std::string_view> fields = FieldsOf(m_Line);
+    if (fields.size() != m_Dimension) {
+        _Fail(line + " has " + std::to_string(fields.size()) + " numbers, not " +
+              std::to_string(m_Dimension) + " as the lines before");
+    }
+    for (const std::string_view field : fields) {
+        const std::optional<float> number = NumberOf(field);
+        if (!number) {
+            _Fail(line + ": '" + std::string(field) + "' is not a number that a float can hold");
+        }
+        m_Numbers.push_back(*number);
+    }
+}
+
+} // namespace NoisePreview

@@ -1,0 +1,57 @@
+#include "painting/curve_plot.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace NoisePreview {
+
+namespace {
+
+const CPixel kGrid = Grey(224.0f / 255.0f);
+
+/// Where a lattice point is, in columns.
+uint64_t ColumnOf(uint32_t cell, uint64_t columnCount, uint32_t cells) {
+    return uint64_t{cell} * columnCount / cells;
+}
+
+} // namespace
+
+CCurvePlot::CCurvePlot(std::vector<float> heights, float range, uint64_t rowCount, uint32_t cells,
+                       const CPixel& colour)
+    : m_RowCount(rowCount), m_Cells(cells), m_Colour(colour), m_Spans(heights.size()) {
+    const float middle = static_cast<float>(rowCount) * 0.5f;
+    std::transform(heights.begin(), heights.end(), heights.begin(),
+                   [&](float height) { return middle - height / range * middle; });
+    for (size_t column = 0; column < heights.size(); ++column) {
+        m_Spans[column] = _SpanOf(heights, column);
+    }
+}
+
+void CCurvePlot::PaintRow(uint64_t row, std::span<CPixel> pixels) const {
+    std::fill(pixels.begin(), pixels.end(), row == m_RowCount / 2 ? kGrid : CPixel());
+    // Lines that are too close together would hide the curve.
+    const bool hasLattice = pixels.size() / m_Cells >= 8;
+    for (uint32_t cell = 1; hasLattice && cell < m_Cells; ++cell) {
+        pixels[ColumnOf(cell, pixels.size(), m_Cells)] = kGrid;
+    }
+    const float top = static_cast<float>(row);
+    for (size_t column = 0; column < pixels.size(); ++column) {
+        // Where the curve covers a pixel in part, it darkens it in part.
+        const CSpan& span = m_Spans[column];
+        const float covered = std::min(span.m_Bottom, top + 1.0f) - std::max(span.m_Top, top);
+        pixels[column] = Mixed(pixels[column], m_Colour, std::max(covered, 0.0f));
+    }
+}
+
+CCurvePlot::CSpan CCurvePlot::_SpanOf(const std::vector<float>& places, size_t column) const {
+    constexpr float kHalfWidth = 1.0f; // of the line, in rows
+    // A column covers the curve half-way to its neighbours, so that steep parts stay joined, and more of it
+    // the steeper it is, so that the line is equally thick everywhere.
+    const float here = places[column];
+    const float left = column > 0 ? (places[column - 1] + here) * 0.5f : here;
+    const float right = column + 1 < places.size() ? (places[column + 1] + here) * 0.5f : here;
+    const float reach = kHalfWidth * std::hypot(1.0f, right - left);
+    return {std::min({left, here - reach, right}), std::max({left, here + reach, right})};
+}
+
+} // namespace NoisePreview

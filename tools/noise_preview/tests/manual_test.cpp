@@ -1,0 +1,77 @@
+#include "noise_preview_run.h"
+
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+class NoisePreviewManual : public NoisePreview {
+protected:
+    /// The options that --help knows.
+    std::set<std::string> Options() const {
+        const std::string help = Run("--help").m_Output;
+        std::set<std::string> options;
+        const std::regex option("\n +(-h,)?(--[a-z-]+)");
+        for (std::sregex_iterator found(help.begin(), help.end(), option); found != std::sregex_iterator();
+             ++found) {
+            options.insert((*found)[2]);
+        }
+        return options;
+    }
+
+    /// What Bash completes `words` to, the last of which is begun.
+    std::string Completed(const std::string& words) const {
+        std::ofstream(m_Folder / "script")
+            << Run("--print-bash-completion").m_Output << "COMP_WORDS=(" << words
+            << ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n"
+            << "compopt() { :; }\n_noise_preview\necho \"${COMPREPLY[*]}\" >reply\n";
+        const std::string command = "cd '" + m_Folder.string() + "' && bash script";
+        EXPECT_EQ(std::system(command.c_str()), 0);
+        std::string reply = ReadFile(m_Folder / "reply");
+        return reply.substr(0, reply.find('\n'));
+    }
+};
+
+TEST_F(NoisePreviewManual, ThePageExplainsEveryOption) {
+    const CResult page = Run("--print-man-page");
+    EXPECT_EQ(page.m_ExitCode, 0);
+    EXPECT_EQ(page.m_Output.find(".TH NOISE_PREVIEW 1 "), 0u);
+    const std::set<std::string> options = Options();
+    EXPECT_EQ(options.size(), 23u);
+    for (const std::string& option : options) {
+        const std::string name = std::regex_replace(option, std::regex("-"), "\\-");
+        EXPECT_NE(page.m_Output.find("\n\\fB" + name + "\\fR"), std::string::npos) << option;
+    }
+    // No line but the page's own begins with what man would take for a command.
+    std::istringstream lines(page.m_Output);
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_TRUE(std::regex_match(line, std::regex("(\\.(TH|SH|TP|B)\\b.*|[^.'].*)"))) << line;
+    }
+}
+
+TEST_F(NoisePreviewManual, BashCompletesOptionsAndTheirWords) {
+    std::string all;
+    for (const std::string& option : Options()) {
+        all += (all.empty() ? "" : " ") + option;
+    }
+    std::istringstream words(Completed("noise_preview --"));
+    const std::set<std::string> offered{std::istream_iterator<std::string>(words), {}};
+    EXPECT_EQ(offered, Options());
+    EXPECT_EQ(Completed("noise_preview --qu"), "--quality");
+    EXPECT_EQ(Completed("noise_preview --quality ''"), "linear cubic quintic");
+    EXPECT_EQ(Completed("noise_preview --quality c"), "cubic");
+    EXPECT_EQ(Completed("noise_preview --dimension ''"), "1 2 3 4");
+    EXPECT_EQ(Completed("noise_preview --seed ''"), "");
+    std::ofstream(m_Folder / "points.csv") << "";
+    EXPECT_EQ(Completed("noise_preview --positions po"), "points.csv");
+    EXPECT_EQ(Completed("noise_preview --stats --compare d"), "dimensions");
+}
+
+TEST_F(NoisePreviewManual, NeitherIsInTheHelp) {
+    EXPECT_EQ(Run("--help").m_Output.find("--print"), std::string::npos);
+    EXPECT_EQ(Run("--print-man-page >/dev/full").m_ExitCode, 1);
+}
+
+} // namespace

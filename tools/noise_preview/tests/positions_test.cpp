@@ -1,0 +1,213 @@
+#include "noise_preview_run.h"
+#include "picture_reference.h"
+
+#include <zr_maths/maths_noise_fast.h>
+
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace PictureReference;
+
+class NoisePreviewPositions : public NoisePreview {
+protected:
+    /// More positions than the program samples at once, each number of which is short in decimals.
+    static constexpr uint32_t kCount = 40000;
+
+    static std::vector<float> Numbers(uint32_t dimension) {
+        CStdRandomGenerator generator(3);
+        std::vector<float> numbers(size_t{kCount} * dimension + 1);
+        generator.FillRandomFloats({numbers.data(), kCount * dimension}, -300.0f, 300.0f);
+        for (float& number : numbers) {
+            number = std::round(number * 8.0f) / 8.0f;
+        }
+        return numbers;
+    }
+
+    void WriteNumpy(const std::string& name, const std::string& type, const std::string& shape,
+                    const std::vector<float>& numbers, size_t numberCount, const std::string& order = "False",
+                    char version = 1) const {
+        std::string words =
+            "{'descr': '" + type + "', 'fortran_order': " + order + ", 'shape': " + shape + ", }\n";
+        std::ofstream file(m_Folder / name, std::ios::binary);
+        file << "\x93NUMPY" << version << '\0' << static_cast<char>(words.size()) << '\0';
+        if (version > 1) {
+            file << '\0' << '\0';
+        }
+        file << words;
+        file.write(reinterpret_cast<const char*>(numbers.data()),
+                   static_cast<std::streamsize>(4 * numberCount));
+    }
+
+    void WriteText(const std::string& name, const std::string& text) const {
+        std::ofstream(m_Folder / name) << text;
+    }
+
+    std::vector<float> Sampled(const std::string& options) const {
+        const CResult result = Run("--seed 7 " + options + " --output a.npy");
+        EXPECT_EQ(result.m_ExitCode, 0) << options << ": " << result.m_Errors;
+        const std::string content = ReadFile(m_Folder / "a.npy");
+        std::vector<float> samples(content.size() < 128 ? 0 : (content.size() - 128) / 4);
+        std::memcpy(samples.data(), content.data() + 128, samples.size() * 4);
+        EXPECT_NE(content.find("'shape': (" + std::to_string(samples.size()) + ",), }"), std::string::npos);
+        return samples;
+    }
+
+    static std::vector<float> Expected(uint32_t dimension, const std::vector<float>& numbers,
+                                       uint32_t count = kCount) {
+        CStdRandomGenerator generator(7);
+        const CFastNoise3 noise(&generator);
+        std::vector<float> samples(count);
+        const TStridedMemoryView<float> output(samples.data(), count, 4);
+        const auto positions = [&]<typename TPosition>(TPosition*) {
+            return TStridedMemoryView<const TPosition>(reinterpret_cast<const TPosition*>(numbers.data()),
+                                                       count, sizeof(TPosition));
+        };
+        switch (dimension) {
+        case 1:
+            noise.SampleQuintic1D(output, positions(static_cast<float*>(nullptr)));
+            break;
+        case 2:
+            noise.SampleQuintic2D(output, positions(static_cast<TVector<float, 2>*>(nullptr)));
+            break;
+        case 3:
+            noise.SampleQuintic3D(output, positions(static_cast<TVector<float, 3>*>(nullptr)));
+            break;
+        default:
+            noise.SampleQuintic4D(output, positions(static_cast<TVector<float, 4>*>(nullptr)));
+            break;
+        }
+        return samples;
+    }
+};
+
+TEST_F(NoisePreviewPositions, OfNumpyArraysInEveryDimension) {
+    for (uint32_t dimension = 1; dimension <= 4; ++dimension) {
+        const std::vector<float> numbers = Numbers(dimension);
+        WriteNumpy("p.npy", "<f4", "(40000, " + std::to_string(dimension) + ")", numbers,
+                   size_t{kCount} * dimension);
+        EXPECT_TRUE(Sampled("--positions p.npy") == Expected(dimension, numbers)) << dimension;
+        EXPECT_TRUE(Sampled("--positions p.npy --dimension " + std::to_string(dimension)) ==
+                    Expected(dimension, numbers))
+            << dimension;
+    }
+    const std::vector<float> numbers = Numbers(1);
+    WriteNumpy("p.npy", "<f4", "(40000,)", numbers, kCount, "False", 2);
+    EXPECT_TRUE(Sampled("--positions p.npy") == Expected(1, numbers)) << "a list, in a file of version 2";
+}
+
+TEST_F(NoisePreviewPositions, OfTextInEveryDimension) {
+    for (uint32_t dimension = 1; dimension <= 4; ++dimension) {
+        const std::vector<float> numbers = Numbers(dimension);
+        std::ofstream file(m_Folder / "p.csv");
+        for (size_t k = 0; k < size_t{kCount} * dimension; ++k) {
+            file << numbers[k] << ((k + 1) % dimension == 0 ? '\n' : ',');
+        }
+        file.close();
+        EXPECT_TRUE(Sampled("--positions p.csv") == Expected(dimension, numbers)) << dimension;
+    }
+}
+
+TEST_F(NoisePreviewPositions, TextMayHaveCommentsBlanksAndAHeader) {
+    const std::vector<float> numbers = {1.5f, -2.0f, 0.25f, 1000.0f, 7.0f, 0.125f, 0.0f};
+    WriteText("p.csv",
+              "x, y ,z\r\n\n# the first\n 1.5 ,\t-2,+.25\r\n\n1e3,7,0.125"); // no end of the last line
+    EXPECT_TRUE(Sampled("--positions p.csv") == Expected(3, numbers, 2));
+}
+
+TEST_F(NoisePreviewPositions, NumbersThatAreNoneAreCounted) {
+    WriteText("p.csv", "nan\n1\nnan\n2\n");
+    const CResult result = Run("--positions p.csv --stats --output a.npy");
+    EXPECT_NE(result.m_Output.find("a.npy: 4 positions, "), std::string::npos) << result.m_Output;
+    EXPECT_NE(result.m_Output.find("\nnot numbers: 2\nminimum "), std::string::npos) << result.m_Output;
+    WriteText("p.csv", "nan\n");
+    EXPECT_EQ(Run("--positions p.csv --stats --output a.npy").m_Output.find("minimum"), std::string::npos);
+}
+
+TEST_F(NoisePreviewPositions, TheDefaultIsANumpyFile) {
+    WriteText("p.csv", "1,2\n");
+    ASSERT_EQ(Run("--positions p.csv").m_ExitCode, 0);
+    EXPECT_EQ(ReadFile(m_Folder / "noise.npy").size(), 132u);
+    ASSERT_EQ(Run("--positions p.csv --output a.raw").m_ExitCode, 0);
+    EXPECT_EQ(ReadFile(m_Folder / "a.raw").find("vestrel noise raw 1\nfloat32 little-endian\nshape 1 "), 0u);
+    ExpectFailure("--positions p.csv --output a.png", "not for a NumPy or a raw file");
+    ExpectFailure("--positions p.csv --output a.exr", "not for a NumPy or a raw file");
+}
+
+TEST_F(NoisePreviewPositions, BadTextIsNamedWithItsLine) {
+    const auto expectFailure = [&](const std::string& text, const std::string& about) {
+        WriteText("p.csv", text);
+        ExpectFailure("--positions p.csv", "'p.csv' cannot be read: " + about);
+    };
+    expectFailure("1,2,3\n4,5,6\n7,8\n", "line 3 has 2 numbers, not 3 as the lines before");
+    expectFailure("1,2,3\n\n# a note\n4,5,", "line 4: '' is not a number");
+    expectFailure("x,y\n1,2\n3,4,5\n", "line 3 has 3 numbers, not 2");
+    expectFailure("1,2\n3,four\n", "line 2: 'four' is not a number");
+    expectFailure("1,2\n3,1e99\n", "line 2: '1e99' is not a number that a float can hold");
+    expectFailure("1;2\n", "there are no positions in it"); // all words, and nothing behind them
+    expectFailure("1,2,3,4,5\n", "line 1 has 5 numbers, more than 4");
+    expectFailure("x,2\n", "line 1: 'x' is not a number");
+    expectFailure("", "there are no positions in it");
+    expectFailure("# nothing\n\n", "there are no positions in it");
+    std::string many;
+    for (int k = 0; k < 50000; ++k) {
+        many += "1,2,3\n";
+    }
+    expectFailure(many + "1,2\n", "line 50001 has 2 numbers");
+}
+
+TEST_F(NoisePreviewPositions, BadArraysAreNamed) {
+    const std::vector<float> numbers(64);
+    const auto expectFailure = [&](const std::string& about) {
+        ExpectFailure("--positions p.npy", "'p.npy' cannot be read: " + about);
+    };
+    WriteNumpy("p.npy", "<f8", "(4, 3)", numbers, 24);
+    expectFailure("its numbers are of type '<f8', not '<f4'");
+    WriteNumpy("p.npy", ">f4", "(4, 3)", numbers, 12);
+    expectFailure("its numbers are of type '>f4'");
+    WriteNumpy("p.npy", "<f4", "(4, 3)", numbers, 12, "True");
+    expectFailure("it is not stored row by row");
+    for (const std::string shape : {"(4, 5)", "(4, 0)", "(4, 3, 1)", "()", "(4, x)", "(-1, 3)"}) {
+        WriteNumpy("p.npy", "<f4", shape, numbers, 64);
+        expectFailure("its shape is ");
+    }
+    WriteNumpy("p.npy", "<f4", "3", numbers, 64);
+    expectFailure("its header has no shape");
+    WriteNumpy("p.npy", "<f4", "(4, 3)", numbers, 11);
+    expectFailure("it ends after 3 of 4 positions");
+    WriteNumpy("p.npy", "<f4", "(18446744073709551615, 3)", numbers, 64);
+    expectFailure("it ends after 21 of 18446744073709551615 positions");
+    WriteText("p.npy", "x,y,z");
+    expectFailure("it is not a NumPy array");
+    WriteText("p.npy", "");
+    expectFailure("it is not a NumPy array");
+    WriteText("p.npy", std::string("\x93NUMPY\x01\x00\xFF\x00{'descr'", 18));
+    expectFailure("its header is not that of a NumPy array");
+    WriteText("p.npy", std::string("\x93NUMPY\x07\x00\x02\x00\x00\x00{}", 14));
+    expectFailure("its header is not that of a NumPy array");
+}
+
+TEST_F(NoisePreviewPositions, FilesThatCannotBeReadAreNamed) {
+    ExpectFailure("--positions missing.csv", "'missing.csv' cannot be read: No such file or directory");
+    ExpectFailure("--positions missing.npy", "'missing.npy' cannot be read: No such file or directory");
+    fs::create_directory(m_Folder / "folder.csv");
+    ExpectFailure("--positions folder.csv", "'folder.csv' cannot be read: it is not a file");
+    WriteText("p.txt", "1,2\n");
+    ExpectFailure("--positions p.txt", "'p.txt' is of no kind that positions are read from: .npy and .csv");
+    ExpectFailure("--positions ''", "--positions");
+}
+
+TEST_F(NoisePreviewPositions, OtherDimensionsAndPicturesAreRefused) {
+    WriteText("p.csv", "1,2\n");
+    ExpectFailure("--positions p.csv --dimension 3", "'p.csv' has positions in 2D, not in --dimension 3");
+    for (const std::string option :
+         {"--shade value", "--colours magma", "--compare qualities", "--curve", "--tile", "--size 9x9",
+          "--cells 3", "--slice 1", "--slice-w 1", "--animate 1", "--bits 16", "--curve --line 1"}) {
+        ExpectFailure("--positions p.csv " + option, ": it is for pictures, not for --positions");
+    }
+}
+
+} // namespace
