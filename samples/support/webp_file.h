@@ -25,6 +25,9 @@ public:
             WebPPictureInit(&m_Frame) == 0) {
             throw std::runtime_error("libwebp is of another version than its headers");
         }
+        // Whole frames alone: of parts that hardly differ from the frame before, loss would keep what is
+        // past.
+        options.kmax = 1;
         m_Config.quality = quality;
         m_Frame.width = static_cast<int>(width);
         m_Frame.height = static_cast<int>(height);
