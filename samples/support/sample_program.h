@@ -13,6 +13,7 @@ namespace Samples {
 
 /// What a program says that goes wrong: one line, and the exit code for it.
 inline int Fail(const char* program, const char* reason, int exitCode = 1) {
+    std::fflush(stdout); // what was said before comes first
     std::fprintf(stderr, "%s: %s\n", program, reason);
     return exitCode;
 }
