@@ -53,6 +53,6 @@ for unwritable in folder no/such/folder/picture /dev/null/picture; do
   grep -qF "'$unwritable' cannot be written: " error || fail "it does not say that $unwritable cannot be written"
   [ ! -s output ] || fail "it works although $unwritable cannot be written"
 done
-run 2 one two
+run 2 one two three
 run 2 --help
 run 2 ''
