@@ -45,6 +45,7 @@ need binutils has_program objdump
 need clang-format-14 has_program clang-format-14
 need valgrind has_program valgrind
 need python3 has_program python3
+need python3-pil has_python_module PIL
 if [ "${configurations[*]}" != release ] && [ -z "$target" ]; then
   need clang has_program clang++
   need g++-aarch64-linux-gnu has_program aarch64-linux-gnu-g++
