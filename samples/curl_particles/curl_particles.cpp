@@ -25,15 +25,15 @@ using SIMD_Neon::Float4;
 using CVector = TVector<float, 3>;
 
 constexpr uint32_t kWidth = 640;
-constexpr uint32_t kHeight = 340;
+constexpr uint32_t kHeight = 320;
 constexpr float kPixelsPerCell = 120.0f;
-constexpr uint32_t kParticles = 560;
+constexpr uint32_t kParticles = 430;
 constexpr int kFrames = 40;
 constexpr int kMillisecondsPerFrame = 50;
-constexpr int kStepsPerFrame = 3;
-constexpr int kTrailSteps = 20 * kStepsPerFrame;
+constexpr int kStepsPerFrame = 4;
+constexpr int kTrailSteps = 32 * kStepsPerFrame;
 constexpr int kLifeSteps = kFrames * kStepsPerFrame; // as long as the animation, which has no seam then
-constexpr float kCellsPerStep = 0.006f;              // where the speed is 1
+constexpr float kCellsPerStep = 0.0053f;             // where the speed is 1
 
 /// The flow of an incompressible fluid.
 class CCurlFlow {
@@ -131,7 +131,7 @@ public:
 
     /// Light without bounds, in colours that have some.
     void Paint(CPicture& picture) const {
-        static constexpr CColour kGround = {0.020f, 0.028f, 0.060f};
+        static constexpr CColour kGround = {0.028f, 0.042f, 0.085f};
         for (uint32_t k = 0; k < m_Light.size(); ++k) {
             const CColour light = m_Light[k] + kGround;
             picture.Set(k % kWidth, k / kWidth,
@@ -146,7 +146,7 @@ private:
 /// A particle with its trail, `age` steps after its birth: it comes and goes softly.
 void DrawParticle(CLight& light, const CPath& path, CColour colour, int age) {
     const float life = static_cast<float>(age) / kLifeSteps;
-    const float strength = std::min(1.8f, 8.0f * std::min(life, 1.0f - life));
+    const float strength = std::min(2.2f, 9.0f * std::min(life, 1.0f - life));
     for (int step = 0; step <= kTrailSteps; ++step) {
         const CVector& place = path[static_cast<size_t>(age + step)];
         const float newness = static_cast<float>(step) / kTrailSteps;
@@ -177,7 +177,7 @@ std::vector<uint8_t> Draw() {
         paths.push_back(PathFrom(flow, Moved(position, birth.z, kAway)));
     }
     CPicture picture(kWidth, kHeight);
-    CWebpAnimation animation(kWidth, kHeight, kMillisecondsPerFrame, 50.0f);
+    CWebpAnimation animation(kWidth, kHeight, kMillisecondsPerFrame, 40.0f);
     for (int frame = 0; frame < kFrames; ++frame) {
         CLight light;
         for (uint32_t k = 0; k < kParticles; ++k) {
