@@ -27,8 +27,8 @@ constexpr uint32_t kGap = 8;
 constexpr uint32_t kCount = kSide * kSide;
 constexpr int kOctaves = 8;
 
-/// In no simple ratio to the size of a cell, so that lattice points of different octaves do not meet
-/// anywhere.
+/// Any two octaves still meet somewhere, as any two lattices do whose sizes differ; but no three of them do,
+/// and none at the origin.
 constexpr TVector<float, 3> kOffset = {37.31f, 71.83f, 13.57f};
 
 /// The origin is in the middle.

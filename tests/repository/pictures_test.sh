@@ -49,8 +49,8 @@ expect_difference "cubic-value.png cannot be read: cannot identify image file '$
 
 # What documents say of how a picture is made is how it is made, for every sample.
 "$source/scripts/pictures.sh" --list >"$work/commands"
-cat "$source"/*.md "$source"/docs/*.md "$source"/samples/*.md | tr '\n' ' ' | grep -oE '`[^`]* docs/pictures/[^` ]*`' | tr -d '`' |
-  sort -u >"$work/told"
+cat "$source"/*.md "$source"/docs/*.md "$source"/samples/*.md | tr '\n' ' ' |
+  grep -oE '`[^`]* docs/pictures/[^` ]*`' | tr -d '`' | sort -u >"$work/told"
 while read -r command; do
   grep -Fxq -- "$command" "$work/commands" || { echo "documents say '$command', which makes no picture"; exit 1; }
 done <"$work/told"
