@@ -34,6 +34,11 @@ has_version() {
 
 has_file() { [ -e "$1" ]; }
 
+# Debian's modules are those of Debian's own Python, which need not be the first in the path.
+python=/usr/bin/python3
+
+has_python_module() { "$python" -c "import $1" 2>/dev/null; }
+
 # lacking_features FEATURE...: those that the processor does not have, by the names that Linux has for them on x86.
 lacking_features() {
   local present feature lacking=()

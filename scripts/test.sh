@@ -37,12 +37,15 @@ need sollya has_program sollya
 need libcli11-dev has_header CLI/CLI.hpp
 need libpng-dev has_header png.h
 need libwebp-dev has_header webp/mux.h
+need libopenmpi-dev has_program mpicxx
+need openmpi-bin has_program mpirun
 need libbenchmark-dev has_header benchmark/benchmark.h
 need libsleef-dev has_header sleef.h
 need binutils has_program objdump
 need clang-format-14 has_program clang-format-14
 need valgrind has_program valgrind
 need python3 has_program python3
+need python3-pil has_python_module PIL
 if [ "${configurations[*]}" != release ] && [ -z "$target" ]; then
   need clang has_program clang++
   need g++-aarch64-linux-gnu has_program aarch64-linux-gnu-g++

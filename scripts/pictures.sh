@@ -1,0 +1,90 @@
+#!/usr/bin/env bash
+# Makes every picture of the documentation anew. pictures.sh --list prints the commands; pictures.sh --check makes the
+# pictures in a folder of its own, and fails where one in docs/pictures/ has other pixels, is missing, or is not made by any
+# command. pictures.sh --check BUILD takes the programs of that build, rather than build the preset `release`.
+set -euo pipefail
+root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
+source "$root/scripts/setup.sh"
+
+# Every picture: its name in docs/pictures/, and its program with all arguments but the last one, which is that name.
+field='noise_preview --size 320x320 --cells 6 --slice 0 --quality'
+pictures=(
+  "linear-value.png|$field linear --output"
+  "cubic-value.png|$field cubic --output"
+  "quintic-value.png|$field quintic --output"
+  "linear-gradient.png|$field linear --shade gradient --output"
+  "cubic-gradient.png|$field cubic --shade gradient --output"
+  "quintic-gradient.png|$field quintic --shade gradient --output"
+  'rotating.webp|noise_preview --shade gradient --slice 0 --size 640x240 --animate 4 --turn-seconds 4 --output'
+  'samples/camera_shake.png|camera_shake'
+  'samples/curl_particles.webp|curl_particles'
+  'samples/lit_heightfield.png|lit_heightfield'
+  'samples/mpi_volume.png|whole_volume'
+  'samples/octaves.png|octaves'
+  'samples/threaded_batch.png|threaded_batch'
+  'samples/volume_slice.webp|volume_slice'
+)
+
+# The commands as documents have them.
+list() {
+  local picture command
+  for picture in "${pictures[@]}"; do
+    command=${picture#*|}
+    case $command in
+      noise_preview*) printf 'scripts/preview.sh%s' "${command#noise_preview}" ;;
+      *) printf 'build/release/samples/%s' "$command" ;;
+    esac
+    printf ' docs/pictures/%s\n' "${picture%%|*}"
+  done
+}
+
+check= programs=
+case "$#,${1:-}" in
+  0,) ;;
+  1,--check) check=yes ;;
+  2,--check) check=yes programs=$2 ;;
+  1,--list) list; exit 0 ;;
+  1,--help | 1,-h) sed -n '2,4s/^# //p' "$0"; exit 0 ;;
+  *) stop "there is no option '$*'; there are --list, --check and --check BUILD" ;;
+esac
+
+if [ -z "$programs" ]; then
+  need_build_tools
+  need libgtest-dev has_header gtest/gtest.h
+  need libmpfr-dev has_header mpfr.h
+  need libbenchmark-dev has_header benchmark/benchmark.h
+  need libsleef-dev has_header sleef.h
+  need libcli11-dev has_header CLI/CLI.hpp
+  need libpng-dev has_header png.h
+  need libwebp-dev has_header webp/mux.h
+fi
+[ -z "$check" ] || need python3-pil has_python_module PIL
+install_missing
+if [ -z "$programs" ]; then
+  programs=$root/build/release
+  mapfile -t targets < <(printf '%s\n' "${pictures[@]#*|}" | cut -d ' ' -f 1 | sort -u)
+  build release "${targets[@]}"
+fi
+
+# program_of NAME
+program_of() {
+  case $1 in
+    noise_preview) printf '%s' "$programs/tools/noise_preview/noise_preview" ;;
+    *) printf '%s' "$programs/samples/$1" ;;
+  esac
+}
+
+folder=$root/docs/pictures work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+[ -z "$check" ] || folder=$work/pictures
+mkdir -p "$folder/samples"
+for picture in "${pictures[@]}"; do
+  name=${picture%%|*}
+  read -ra command <<<"${picture#*|}"
+  program=$(program_of "${command[0]}")
+  [ -x "$program" ] || stop "there is no program '$program'"
+  "$program" "${command[@]:1}" "$folder/$name" >"$work/log" 2>&1 || { cat "$work/log" >&2; stop "'$name' cannot be made"; }
+done
+if [ -n "$check" ]; then
+  "$python" "$root/scripts/pictures/compare.py" "$root/docs/pictures" "$folder"
+fi
