@@ -57,6 +57,7 @@ if [ -z "$programs" ]; then
   need libcli11-dev has_header CLI/CLI.hpp
   need libpng-dev has_header png.h
   need libwebp-dev has_header webp/mux.h
+  need libopenexr-dev has_header OpenEXR/ImfOutputFile.h
 fi
 [ -z "$check" ] || need python3-pil has_python_module PIL
 install_missing

@@ -9,6 +9,7 @@ need_build_tools
 need libcli11-dev has_header CLI/CLI.hpp
 need libpng-dev has_header png.h
 need libwebp-dev has_header webp/mux.h
+need libopenexr-dev has_header OpenEXR/ImfOutputFile.h
 install_missing
 build preview noise_preview
 exec "$root/build/preview/tools/noise_preview/noise_preview" --output "$root/build/" "$@"

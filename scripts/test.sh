@@ -37,6 +37,7 @@ need sollya has_program sollya
 need libcli11-dev has_header CLI/CLI.hpp
 need libpng-dev has_header png.h
 need libwebp-dev has_header webp/mux.h
+need libopenexr-dev has_header OpenEXR/ImfOutputFile.h
 need libopenmpi-dev has_program mpicxx
 need openmpi-bin has_program mpirun
 need libbenchmark-dev has_header benchmark/benchmark.h
