@@ -49,8 +49,6 @@ function(vestrel_runtime_library target)
   target_compile_features(${target} PUBLIC cxx_std_17)
   target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
                                               $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-  install(TARGETS ${target} EXPORT VestrelTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-  install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 endfunction()
 
 # find_package for something that only a part of the build needs, with a message that says how to go on without.

@@ -43,6 +43,9 @@ need binutils has_program objdump
 need clang-format-14 has_program clang-format-14
 need valgrind has_program valgrind
 need python3 has_program python3
+need pkgconf has_program pkg-config
+need dpkg-dev has_program dpkg-shlibdeps
+need file has_program file
 if [ "${configurations[*]}" != release ] && [ -z "$target" ]; then
   need clang has_program clang++
   need g++-aarch64-linux-gnu has_program aarch64-linux-gnu-g++
