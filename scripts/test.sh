@@ -7,7 +7,7 @@ set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
 
-configurations=(release debug asan-ubsan tsan clang portable arm64 msan fuzz) left_out_label=none target='' portability=''
+configurations=(release dev asan-ubsan tsan clang portable arm64-qemu msan fuzz) left_out_label=none target='' portability=''
 case "$#,${1:-}" in
   0,) portability=yes ;;
   1,--quick) configurations=(release) left_out_label=exhaustive ;;
