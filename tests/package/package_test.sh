@@ -147,6 +147,7 @@ case $case in
     expect_public_names "${libraries[@]}"
     for library in "${libraries[@]}"; do
       readelf -d "$library" | grep -qE 'SONAME.*\[libzr_[a-z]*\.so\.0\.1\]' || fail "the SONAME of $library is another one"
+      ! ldd "$library" | grep 'not found' || fail "$library does not find what it needs"
     done
     # No sampler or stream is among them. (The class that checks the arithmetic calls them all, as programs do.)
     functions_with_outside_calls "${libraries[@]}" >"$own/calls"
