@@ -3,8 +3,11 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME vestrel-noise)
 set(CPACK_PACKAGE_CONTACT "Vestrel maintainers <maintainers@vestrel.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
-set(CPACK_PACKAGE_DESCRIPTION "Lattice value noise in one to four dimensions, sampled in batches: the libraries and
-their headers, files for CMake and pkg-config, and a tool that draws a field.")
+set(CPACK_PACKAGE_DESCRIPTION "Lattice value noise in one to four dimensions, sampled in batches: the libraries,
+their headers, and files for CMake and pkg-config.")
+if(VESTREL_BUILD_TOOLS)
+  string(APPEND CPACK_PACKAGE_DESCRIPTION " noise_preview draws a field.")
+endif()
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
