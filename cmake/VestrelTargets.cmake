@@ -1,4 +1,5 @@
 # What the project's targets have in common.
+include(CheckLinkerFlag)
 
 # Warnings for the project's own code. They are errors where a preset says so.
 function(vestrel_own_code target)
@@ -20,6 +21,19 @@ function(vestrel_exact_arithmetic target)
   set_target_properties(${target} PROPERTIES INTERPROCEDURAL_OPTIMIZATION OFF)
 endfunction()
 
+# What a shared library has besides: its version, and where it finds the other one, which is installed beside it. Before 1.0
+# a minor version may change what the library promises.
+function(vestrel_shared_library target)
+  set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR} INSTALL_RPATH "$ORIGIN")
+  set(script ${PROJECT_SOURCE_DIR}/cmake/shared_library.map)
+  check_linker_flag(CXX "LINKER:--version-script=${script}" VESTREL_LINKER_TAKES_VERSION_SCRIPTS)
+  if(VESTREL_LINKER_TAKES_VERSION_SCRIPTS)
+    target_link_options(${target} PRIVATE "LINKER:--version-script=${script}")
+    set_target_properties(${target} PROPERTIES LINK_DEPENDS ${script})
+  endif()
+endfunction()
+
 # A library of the runtime: its public headers are in include/, in C++17.
 function(vestrel_runtime_library target)
   vestrel_own_code(${target})
@@ -27,11 +41,14 @@ function(vestrel_runtime_library target)
   add_library(Vestrel::${target} ALIAS ${target})
   # A program may take the place of the allocator, which has to stay in an object file of its own.
   set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON UNITY_BUILD OFF)
+  # What is public says so, by VESTREL_PUBLIC.
+  set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+  if(VESTREL_SHARED)
+    vestrel_shared_library(${target})
+  endif()
   target_compile_features(${target} PUBLIC cxx_std_17)
   target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
                                               $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-  install(TARGETS ${target} EXPORT VestrelTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-  install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 endfunction()
 
 # find_package for something that only a part of the build needs, with a message that says how to go on without.

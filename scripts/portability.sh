@@ -6,7 +6,7 @@ set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
 
-suites=(release arm64) wanted=
+suites=(release arm64-qemu) wanted=
 case "$#,${1:-}" in
   0,) ;;
   1,--table) suites=() ;;

@@ -7,7 +7,7 @@ set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
 
-configurations=(release debug asan-ubsan tsan clang portable arm64 msan fuzz) left_out_label=none target='' portability=''
+configurations=(release dev asan-ubsan tsan clang portable arm64-qemu msan fuzz) left_out_label=none target='' portability=''
 case "$#,${1:-}" in
   0,) portability=yes ;;
   1,--quick) configurations=(release) left_out_label=exhaustive ;;
@@ -47,6 +47,9 @@ need clang-format-14 has_program clang-format-14
 need valgrind has_program valgrind
 need python3 has_program python3
 need python3-pil has_python_module PIL
+need pkgconf has_program pkg-config
+need dpkg-dev has_program dpkg-shlibdeps
+need file has_program file
 if [ "${configurations[*]}" != release ] && [ -z "$target" ]; then
   need clang has_program clang++
   need g++-aarch64-linux-gnu has_program aarch64-linux-gnu-g++

@@ -63,7 +63,7 @@ namespace Vestrel {
 /// Long runs are taken by the widest instructions that the library has for the processor: on x86-64 those of
 /// AVX2 and of AVX-512 with VBMI, besides SSE2. Nothing above depends on them, neither the bits nor what is
 /// read and written. Which the processor has is found out once, by the first call that asks.
-class CFastNoise3 {
+class VESTREL_PUBLIC CFastNoise3 {
 public:
     /// Draws the field from `generator`, which is borrowed for the call. With a null generator nothing is
     /// drawn: the field is unspecified until ResetSampler is called with a generator or a drawn object is
@@ -192,7 +192,7 @@ protected:
 /// overlap any other call on the same object. A rotation allocates nothing and costs about as much as 60
 /// samples in 3D, beyond some 2500 turns two to five times as much; one to the time that the field is at
 /// costs nothing.
-class CRotatableFastNoise3 : public CFastNoise3 {
+class VESTREL_PUBLIC CRotatableFastNoise3 : public CFastNoise3 {
 public:
     /// Draws the field and then the speeds from `generator`, which is borrowed for the call, with a spin
     /// variation of 0.2. The field is at time 0: exactly as drawn. With a null generator the field is

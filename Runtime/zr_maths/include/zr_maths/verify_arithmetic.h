@@ -1,6 +1,7 @@
 #pragma once
 
 #include <zr_support/compiler.h>
+#include <zr_support/config.h>
 
 namespace Vestrel {
 
@@ -22,6 +23,6 @@ namespace Vestrel {
 /// that are taken for 0. It takes about 0.3 ms in an optimised build, 32 KB of the stack, and meanwhile the
 /// tables of one CRotatableFastNoise3. Any number of threads may call it at once. Floating-point exceptions
 /// must not trap, as by default they do not.
-bool VerifyArithmetic() noexcept;
+VESTREL_PUBLIC bool VerifyArithmetic() noexcept;
 
 } // namespace Vestrel

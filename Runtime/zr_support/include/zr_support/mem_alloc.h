@@ -1,6 +1,7 @@
 #pragma once
 
 #include <zr_support/compiler.h>
+#include <zr_support/config.h>
 
 #include <cstdint>
 
@@ -18,12 +19,13 @@ enum class EOrigin : uint32_t { kUnspecified = 0 };
 /// Never returns null: when memory is exhausted it says so on standard error and aborts. The caller
 /// guarantees that `alignment` is a power of two.
 ///
-/// A program linked statically with this library may define _RawAlloc and _RawFree itself, both of them; the
-/// library then takes every block from the program's. They keep the same promises.
-void* _RawAlloc(uint64_t size, uint32_t alignment, EAllocType type, EOrigin origin);
+/// A program may define _RawAlloc and _RawFree itself, both of them; the library then takes every block from
+/// the program's. They keep the same promises. Where the library is a shared one, this holds on systems whose
+/// programs are ELF files, such as Linux.
+VESTREL_PUBLIC void* _RawAlloc(uint64_t size, uint32_t alignment, EAllocType type, EOrigin origin);
 
 /// Releases a block from _RawAlloc; `type` and `origin` are those that it was asked for with. Null is allowed
 /// and ignored.
-void _RawFree(void* ptr, EAllocType type, EOrigin origin);
+VESTREL_PUBLIC void _RawFree(void* ptr, EAllocType type, EOrigin origin);
 
 } // namespace Vestrel::Mem

@@ -1,12 +1,13 @@
 #pragma once
 
+#include <zr_support/config.h>
 #include <zr_support/memory_view.h>
 
 namespace Vestrel {
 
 /// A source of random floats that a caller lends to the noise module. The module borrows it for the length of
 /// one call and keeps no pointer to it.
-class CAbstractRandomGenerator {
+class VESTREL_PUBLIC CAbstractRandomGenerator {
 public:
     virtual ~CAbstractRandomGenerator() = default;
 

@@ -6,11 +6,11 @@
 namespace Vestrel::SIMD_Neon {
 
 /// The backend that the library was built with: "NEON", "SSE", "wasm" or "portable".
-const char* BackendName() noexcept;
+VESTREL_PUBLIC const char* BackendName() noexcept;
 
 /// The lanes of `value` as the compiled library receives them. They differ from the caller's only if the
 /// caller was compiled with another backend than the library, in which case no four-lane value may cross
 /// between them.
-TVector<float, 4> _LanesAsReceived(Float4 value) noexcept;
+VESTREL_PUBLIC TVector<float, 4> _LanesAsReceived(Float4 value) noexcept;
 
 } // namespace Vestrel::SIMD_Neon

@@ -4,6 +4,9 @@
 // made of plain IEEE operations, and never call the C library, so that the bits are the same on every
 // platform, in the default floating-point environment (round to nearest, denormals kept).
 
+#include <zr_support/compiler.h>
+#include <zr_support/config.h>
+
 #include <cstdint>
 
 namespace Vestrel::SIMD_Neon {
@@ -14,13 +17,13 @@ namespace FullPrecision {
 /// the true arcsine, so that it lies in [-pi/2, pi/2] (as floats) and is odd to the bit. The error is at most
 /// half a unit in the last place, and comes closest to it at 0.532136559 (0x1.107434p-1). Anything outside
 /// [-1, 1], and not-a-number, gives not-a-number.
-float ArcSin(float x) noexcept;
+VESTREL_PUBLIC float ArcSin(float x) noexcept;
 
 /// `out[k]` = ArcSin(`in[k]`), bit for bit, for k below `count`.
 ///
 /// The caller guarantees that `count` is a multiple of 4, that both arrays are 16-byte aligned, and that they
 /// do not overlap. Any bit pattern may be in `in`.
-void ArcSinStream_Aligned16(const float* in, float* out, uint32_t count) noexcept;
+VESTREL_PUBLIC void ArcSinStream_Aligned16(const float* in, float* out, uint32_t count) noexcept;
 
 } // namespace FullPrecision
 
@@ -30,13 +33,13 @@ namespace LowPrecision {
 /// 14092.6465 (0x1.b8652cp+13) is off the most. It is never outside [-1, 1], and odd to the bit. Infinities
 /// and not-a-number give not-a-number. Angles from 2^14 on take more than twice as long, and so does a group
 /// of four with one.
-float Sin(float radians) noexcept;
+VESTREL_PUBLIC float Sin(float radians) noexcept;
 
 /// `out[k]` = Sin(`in[k]`), bit for bit, for k below `count`.
 ///
 /// The caller guarantees that `count` is a multiple of 4, that both arrays are 16-byte aligned, and that they
 /// do not overlap. Any bit pattern may be in `in`.
-void SinStream_Aligned16(const float* in, float* out, uint32_t count) noexcept;
+VESTREL_PUBLIC void SinStream_Aligned16(const float* in, float* out, uint32_t count) noexcept;
 
 } // namespace LowPrecision
 

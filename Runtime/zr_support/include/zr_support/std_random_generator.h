@@ -1,5 +1,6 @@
 #pragma once
 
+#include <zr_support/config.h>
 #include <zr_support/random_generator.h>
 
 #include <cstdint>
@@ -14,7 +15,7 @@ namespace Vestrel {
 /// bound.
 ///
 /// The constructor allocates the engine's state, and throws std::bad_alloc where that fails.
-class CStdRandomGenerator final : public CAbstractRandomGenerator {
+class VESTREL_PUBLIC CStdRandomGenerator final : public CAbstractRandomGenerator {
 public:
     explicit CStdRandomGenerator(uint32_t seed);
     ~CStdRandomGenerator() override;
