@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <fstream>
+#include <regex>
 #include <string>
 
 namespace {
@@ -12,6 +13,8 @@ TEST_F(NoisePreview, FilesThatCannotBeWrittenAreNamed) {
     ExpectFailure("--output missing/field.png",
                   "'missing/field.png' cannot be written: No such file or directory");
     ExpectFailure("--output /dev/full", "'/dev/full' cannot be written: it is not a file");
+    // A folder that takes no files, from root either.
+    ExpectFailure("--output /sys/field.png", "'/sys/field.png' cannot be written: ");
     ExpectFailure("--output ''", "--output");
     ExpectFailure("--output " + std::string(300, 'x'), "cannot be written: File name too long");
 }
@@ -39,6 +42,28 @@ TEST_F(NoisePreview, AnInterruptedRunLeavesNothingBehind) {
         EXPECT_EQ(result.m_ExitCode, -signal) << result.m_Errors;
         EXPECT_TRUE(Files() == filesBefore) << "signal " << signal << " left something behind";
     }
+}
+
+TEST_F(NoisePreview, AnInterruptedRunOfFloatsLeavesNothingBehind) {
+    for (const std::string name : {"field.npy", "field.exr", "field.raw"}) {
+        const CResult result = Run("--size 60000x60000 --output " + name,
+                                   "{ until grep -q sampling '" + m_Folder.string() +
+                                       ".errors'; do sleep 0.02; done; kill -INT $$; } & exec");
+        EXPECT_EQ(result.m_ExitCode, -SIGINT) << name << ": " << result.m_Errors;
+        EXPECT_TRUE(Files().empty()) << name << " left something behind";
+    }
+}
+
+TEST_F(NoisePreview, LongWorkTellsItsRateAndTheTimeLeft) {
+    const CResult result = Run("--size 20000x20000 --output field.png",
+                               "{ until grep -q left '" + m_Folder.string() +
+                                   ".errors'; do sleep 0.1; done; kill -INT $$; } & exec");
+    EXPECT_EQ(result.m_ExitCode, -SIGINT) << result.m_Errors;
+    EXPECT_TRUE(std::regex_search(
+        result.m_Errors,
+        std::regex(
+            "drawing (25|50|75) %, [0-9.]+( thousand| million)? pixels/s, ([0-9]+ min )?[0-9]+ s left\n")))
+        << result.m_Errors;
 }
 
 TEST_F(NoisePreview, ASuccessfulRunReplacesTheFileThatIsThere) {
