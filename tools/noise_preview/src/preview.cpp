@@ -6,6 +6,7 @@
 #include "files/png_file.h"
 #include "files/terminal_picture.h"
 #include "files/webp_animation.h"
+#include "format_text.h"
 #include "painting/compare_painter.h"
 #include "painting/field_painter.h"
 #include "progress.h"
@@ -13,7 +14,6 @@
 #include <zr_maths/maths_noise_fast.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <new>
 #include <unistd.h>
 #include <vector>
@@ -115,11 +115,10 @@ std::string ReportOf(const COptions& options, const CSamplingRecord& record) {
     const std::string name = options.m_Format == EFormat::kTerminal ? "seed " + std::to_string(options.m_Seed)
                              : options.m_Output == "-"              ? "standard output"
                                                                     : options.m_Output;
-    char line[64];
-    std::snprintf(line, sizeof(line), ": %llu positions, %.2f ns per position\n",
-                  static_cast<unsigned long long>(record.m_PositionCount),
-                  record.m_Seconds * 1e9 /
-                      static_cast<double>(std::max<uint64_t>(record.m_PositionCount, 1)));
+    const double count = static_cast<double>(std::max<uint64_t>(record.m_PositionCount, 1));
+    const std::string line =
+        Format(": %llu positions, %.2f ns per position\n",
+               static_cast<unsigned long long>(record.m_PositionCount), record.m_Seconds * 1e9 / count);
     return name + line + (options.m_HasStatistics ? record.m_Statistics.Text() : "");
 }
 

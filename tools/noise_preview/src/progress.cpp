@@ -1,5 +1,7 @@
 #include "progress.h"
 
+#include "format_text.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <unistd.h>
@@ -8,13 +10,6 @@
 namespace NoisePreview {
 
 namespace {
-
-template <typename... TValues>
-std::string Format(const char* format, TValues... values) {
-    char text[128];
-    std::snprintf(text, sizeof(text), format, values...);
-    return text;
-}
 
 /// A rate with the name of its thousands.
 std::string RateText(double rate) {

@@ -1,21 +1,11 @@
 #include "field/statistics.h"
 
+#include "format_text.h"
+
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 namespace NoisePreview {
-
-namespace {
-
-template <typename... TValues>
-std::string Format(const char* format, TValues... values) {
-    char line[128];
-    std::snprintf(line, sizeof(line), format, values...);
-    return line;
-}
-
-} // namespace
 
 void CStatistics::Add(Vestrel::TMemoryView<const float> samples) {
     constexpr int kMiddle = kBarCount / 2;
