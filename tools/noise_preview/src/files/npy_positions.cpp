@@ -76,7 +76,10 @@ std::string CNpyPositions::_ReadHeader() {
     }
     const bool isFirst = start[6] == 1;
     m_File.read(reinterpret_cast<char*>(length), isFirst ? 2 : 4);
-    const size_t size = length[0] | length[1] << 8 | length[2] << 16 | static_cast<size_t>(length[3]) << 24;
+    size_t size = 0;
+    for (int k = 3; k >= 0; --k) {
+        size = size << 8 | length[k];
+    }
     std::string header(std::min(size, kMostWords), '\0');
     m_File.read(header.data(), static_cast<std::streamsize>(header.size()));
     if (!m_File || size > kMostWords || start[6] < 1 || start[6] > 3) {
