@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+/// Memory: the one allocator that the library takes its tables from.
 namespace Vestrel::Mem {
 
 /// What a block is for. An allocator of one's own may sort blocks by it; the one of this library does not.
