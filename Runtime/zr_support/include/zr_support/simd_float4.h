@@ -80,24 +80,25 @@ inline constexpr Float4 _Constant_Fp32_1_1_1_1{1.0f, 1.0f, 1.0f, 1.0f};
 
 } // namespace Constants
 
-// Loads and stores. "Aligned" asks the caller for an address that is a multiple of 16; the others take any.
+// Loads and stores.
 
-/// Reads 16 bytes.
+/// Reads 16 bytes. The caller guarantees an address that is a multiple of 16.
 [[gnu::always_inline]] inline Float4 LoadAligned(const void* source) {
     return Float4(Backend::LoadAligned(source));
 }
 
-/// Reads 16 bytes.
+/// Reads 16 bytes, from any address.
 [[gnu::always_inline]] inline Float4 LoadUnaligned(const void* source) {
     return Float4(Backend::LoadUnaligned(source));
 }
 
-/// Reads 8 bytes: (source[0], source[1], 0, 0).
+/// Reads 8 bytes, from any address: (source[0], source[1], 0, 0).
 [[gnu::always_inline]] inline Float4 LoadPair(const void* source) {
     return Float4(Backend::LoadPair(source));
 }
 
-/// Reads two pairs of neighbours, 8 bytes from each address: (first[0], first[1], second[0], second[1]).
+/// Reads two pairs of neighbours, 8 bytes from each of any two addresses: (first[0], first[1], second[0],
+/// second[1]).
 [[gnu::always_inline]] inline Float4 LoadTwoPairs(const void* first, const void* second) {
     return Float4(Backend::LoadTwoPairs(first, second));
 }
@@ -110,28 +111,30 @@ struct Float4x3 {
 };
 
 /// Reads 48 bytes, (x0 y0 z0) to (x3 y3 z3), as (x0, x1, x2, x3), (y0, y1, y2, y3) and (z0, z1, z2, z3).
+/// The caller guarantees an address that is a multiple of 16.
 [[gnu::always_inline]] inline Float4x3 LoadAlignedInterleaved3(const void* source) {
     const Backend::FloatRegisterX3 loaded = Backend::LoadAlignedInterleaved3(source);
     return {Float4(loaded.m_X), Float4(loaded.m_Y), Float4(loaded.m_Z)};
 }
 
-/// Writes 16 bytes.
+/// Writes 16 bytes. The caller guarantees an address that is a multiple of 16.
 [[gnu::always_inline]] inline void StoreAligned(void* target, Float4 value) {
     Backend::StoreAligned(target, value.m_Register);
 }
 
-/// Writes 16 bytes.
+/// Writes 16 bytes, to any address.
 [[gnu::always_inline]] inline void StoreUnaligned(void* target, Float4 value) {
     Backend::StoreUnaligned(target, value.m_Register);
 }
 
-/// Writes 16 bytes.
+/// Writes 16 bytes. The caller guarantees an address that is a multiple of 16.
 [[gnu::always_inline]] inline void StoreAligned(void* target, Int4 value) {
     Backend::StoreAligned(target, value.m_Register);
 }
 
-/// Writes the lanes to `lanes`, aligned, for reading them one by one. Left to themselves, compilers forget
-/// the store and take each lane out of the register, with instructions that need the ports of the arithmetic.
+/// Writes the lanes to `lanes`, at a multiple of 16 by the caller's guarantee, for reading them one by one.
+/// Left to themselves, compilers forget the store and take each lane out of the register, with instructions
+/// that need the ports of the arithmetic.
 template <typename TLane, typename TLanes>
 [[gnu::always_inline]] inline void SpillAligned(TLane (&lanes)[4], TLanes value) {
     static_assert(sizeof(lanes) == sizeof(value));
