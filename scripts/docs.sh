@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Makes the documentation as a site, from nothing but a checkout: build/docs/html/index.html. docs.sh --into FOLDER makes it in
-# another folder, which must not be there yet. It fails where a public name has no comment, or a link leads nowhere.
+# Makes the documentation as a site, from nothing but a checkout: build/docs/html/index.html. docs.sh --into FOLDER makes it
+# in another folder, which must not be there yet. It fails where a public name has no comment, or a link leads nowhere.
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
@@ -28,14 +28,15 @@ mkdir "$work/html"
 version=$(sed -n 's/^project(Vestrel VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLists.txt")
 {
   cat "$root/scripts/docs/Doxyfile"
-  printf '%s = "%s"\n' PROJECT_NUMBER "$version" INPUT "$work/pages" OUTPUT_DIRECTORY "$work" LAYOUT_FILE "$work/layout.xml" \
-    STRIP_FROM_PATH "$work/include" STRIP_FROM_INC_PATH "$work/include" \
+  printf '%s = "%s"\n' PROJECT_NUMBER "$version" INPUT "$work/pages" OUTPUT_DIRECTORY "$work" \
+    LAYOUT_FILE "$work/layout.xml" STRIP_FROM_PATH "$work/include" STRIP_FROM_INC_PATH "$work/include" \
     HTML_FOOTER "$root/scripts/docs/footer.html" HTML_EXTRA_STYLESHEET "$root/scripts/docs/style.css"
   printf 'INPUT += "%s"\n' "$work/include"
 } >"$work/Doxyfile"
 # Complaints name the files that are to be mended.
 doxygen "$work/Doxyfile" >"$work/log" 2>&1 || {
-  sed -E "s|$work/pages/||g; s|$work/include/(zr_[a-z]+)/|Runtime/\\1/include/\\1/|g; s/config\\.h:/config.h.in:/g" "$work/log" >&2
+  sed -E "s|$work/pages/||g; s|$work/include/(zr_[a-z]+)/|Runtime/\\1/include/\\1/|g; s/config\\.h:/config.h.in:/g" \
+    "$work/log" >&2
   stop 'the documentation is not as it should be'
 }
 [ ! -s "$work/log" ] || cat "$work/log" >&2

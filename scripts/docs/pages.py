@@ -34,8 +34,8 @@ class Site:
         self.front = checkout / "README.md"
         self.guide = checkout / "docs/guide/README.md"
         self.guide_pages = sorted(path for path in self.guide.parent.glob("*.md") if path != self.guide)
-        self.others = [checkout / name for name in ("samples/README.md", "docs/guarantees.md", "docs/performance.md", "CHANGELOG.md",
-                                                    "CONTRIBUTING.md")]
+        others = ("samples/README.md", "docs/guarantees.md", "docs/performance.md", "CHANGELOG.md", "CONTRIBUTING.md")
+        self.others = [checkout / name for name in others]
         self.pages = [self.front, self.guide, *self.guide_pages, *self.others]
 
     def page_name(self, path):
@@ -53,6 +53,7 @@ class Site:
 
     def link(self, page, match):
         is_picture, words, target = match.groups()
+        words = words.replace("\n", " ")  # doxygen takes no link over two lines
         if is_picture:
             return self.picture(page, words, target)
         file, _, heading = target.partition("#")
@@ -92,7 +93,10 @@ class Site:
 
     def configuration(self, text):
         """<zr_support/config.h>, of no build in particular."""
-        numbers = re.search(r"^project\(Vestrel VERSION (\d+)\.(\d+)\.(\d+)", (self.checkout / "CMakeLists.txt").read_text(), re.MULTILINE)
+        project = (self.checkout / "CMakeLists.txt").read_text()
+        numbers = re.search(r"^project\(Vestrel VERSION (\d+)\.(\d+)\.(\d+)", project, re.MULTILINE)
+        if numbers is None:
+            sys.exit("pages.py: CMakeLists.txt names no version")
         for name, number in zip(("_MAJOR", "_MINOR", "_PATCH", ""), (*numbers.groups(), ".".join(numbers.groups()))):
             text = text.replace(f"@PROJECT_VERSION{name}@", number)
         return text.replace("#cmakedefine01", "#define")
@@ -101,14 +105,15 @@ class Site:
         """What stands on the left."""
         def tab(path):
             return f'<tab type="user" url="@ref {self.page_name(path)}" title="{escape(title_of(path))}"/>'
+        def tabs(kind, title, *kinds):
+            inner = "".join(f'<tab type="{name}" visible="yes" title="" intro=""/>' for name in kinds)
+            return f'<tab type="{kind}" visible="yes" title="{title}">{inner}</tab>'
         guide = "".join(map(tab, self.guide_pages))
         return (f'<navindex><tab type="usergroup" url="@ref {self.page_name(self.guide)}" title="Guide">{guide}</tab>'
-                f'{"".join(map(tab, self.others))}'
-                '<tab type="classes" visible="yes" title="Classes"><tab type="classlist" visible="yes" title="" intro=""/>'
-                '<tab type="classmembers" visible="yes" title="" intro=""/></tab>'
-                '<tab type="namespaces" visible="yes" title="Namespaces"><tab type="namespacelist" visible="yes" title="" intro=""/>'
-                '<tab type="namespacemembers" visible="yes" title="" intro=""/></tab>'
-                '<tab type="files" visible="yes" title="Headers"><tab type="filelist" visible="yes" title="" intro=""/></tab></navindex>')
+                + "".join(map(tab, self.others))
+                + tabs("classes", "Classes", "classlist", "classmembers")
+                + tabs("namespaces", "Namespaces", "namespacelist", "namespacemembers")
+                + tabs("files", "Headers", "filelist") + "</navindex>")
 
     def write(self, target, text):
         target.parent.mkdir(parents=True, exist_ok=True)
@@ -121,7 +126,8 @@ class Site:
             for path in sorted(include.glob("*/*.h")):  # simd/*.h, one folder further down, are the backends
                 self.write(self.folder / "include" / path.relative_to(include), self.header(path))
             for path in sorted(include.glob("*/*.h.in")):
-                self.write(self.folder / "include" / path.relative_to(include).with_suffix(""), self.configuration(self.header(path)))
+                target = self.folder / "include" / path.relative_to(include).with_suffix("")
+                self.write(target, self.configuration(self.header(path)))
         layout = self.folder / "layout.xml"
         text, count = re.subn(r"<navindex>.*</navindex>", lambda _: self.tree(), layout.read_text(), flags=re.DOTALL)
         if count != 1:

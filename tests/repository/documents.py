@@ -1,8 +1,8 @@
-"""Holds documents to what they say: C++ compiles without warnings, runs, and prints the text beneath it; a CMake project builds
-and runs; commands name scripts, programs and options that exist, and the cheap ones run; links lead somewhere.
+"""Holds documents to what they say: C++ compiles without warnings, runs, and prints the text beneath it; a CMake project
+builds and runs; commands name scripts, programs and options that exist, and the cheap ones run; links lead somewhere.
 
-documents.py SOURCE DOCUMENTS COMPILER BUILD PREFIX WORK: the documents are those below the folder DOCUMENTS; what they speak of is
-in the checkout SOURCE, its build BUILD, and the installed package PREFIX.
+documents.py SOURCE DOCUMENTS COMPILER BUILD PREFIX WORK: the documents are those below the folder DOCUMENTS; what they speak
+of is in the checkout SOURCE, its build BUILD, and the installed package PREFIX.
 """
 
 import concurrent.futures
@@ -33,8 +33,9 @@ class Wrong(Exception):
 
 
 def blocks_of(name, document):
-    found = re.findall(r"^```(\S*)\n(.*?)^```$", document, re.MULTILINE | re.DOTALL)
-    starts = [document[:match.start()].count("\n") + 1 for match in re.finditer(r"^```\S*\n.*?^```$", document, re.MULTILINE | re.DOTALL)]
+    matches = list(re.finditer(r"^```(\S*)\n(.*?)^```$", document, re.MULTILINE | re.DOTALL))
+    found = [match.groups() for match in matches]
+    starts = [document[:match.start()].count("\n") + 1 for match in matches]
     if document.count("```") != 2 * len(found):
         raise Wrong(f"{name}: a code block does not begin or end as they do")
     for k, (language, text) in enumerate(found):
@@ -48,7 +49,8 @@ def blocks_of(name, document):
 
 class Checks:
     def __init__(self, source, documents, compiler, build, prefix, work):
-        self.source, self.documents, self.build, self.prefix, self.work = map(pathlib.Path, (source, documents, build, prefix, work))
+        self.source, self.documents = pathlib.Path(source), pathlib.Path(documents)
+        self.build, self.prefix, self.work = pathlib.Path(build), pathlib.Path(prefix), pathlib.Path(work)
         self.compiler = compiler
         self.preview = self.build / "tools/noise_preview/noise_preview"
 
@@ -71,9 +73,9 @@ class Checks:
     def check_cpp(self, block):
         folder = self.folder_of(block)
         (folder / "main.cpp").write_text(block.text)
-        self.run(block, [self.compiler, "-std=c++17", "-O1", "-Wall", "-Wextra", "-Werror", "-pthread", "main.cpp", "-o", "program",
-                         f"-I{self.prefix}/include", f"-L{self.prefix}/lib", f"-Wl,-rpath,{self.prefix}/lib", "-lzr_maths",
-                         "-lzr_support"], folder)
+        flags = ["-std=c++17", "-O1", "-Wall", "-Wextra", "-Werror", "-pthread", f"-I{self.prefix}/include"]
+        libraries = [f"-L{self.prefix}/lib", f"-Wl,-rpath,{self.prefix}/lib", "-lzr_maths", "-lzr_support"]
+        self.run(block, [self.compiler, *flags, "main.cpp", "-o", "program", *libraries], folder)
         self.compare(block, self.run(block, ["./program"], folder))
 
     def check_cmake(self, block):
@@ -89,7 +91,8 @@ class Checks:
 
     def commands_of(self, text):
         """The commands of a script as lists of words, without what they are redirected to."""
-        words = shlex.shlex(re.sub(r"(^| )# .*$", "", text.replace("\\\n", " "), flags=re.MULTILINE), posix=True, punctuation_chars="<>|&;\n")
+        without_comments = re.sub(r"(^| )# .*$", "", text.replace("\\\n", " "), flags=re.MULTILINE)
+        words = shlex.shlex(without_comments, posix=True, punctuation_chars="<>|&;\n")
         words.whitespace, words.whitespace_split, words.commenters = " \t", True, ""
         command, redirected = [], False
         for word in [*words, "\n"]:
@@ -164,7 +167,7 @@ class Checks:
     def check_links(self, path):
         """Every link to a file, and to a heading in one."""
         name = path.relative_to(self.documents)
-        for target in re.findall(r"\]\(([^)\s]*)\)", re.sub(r"^```.*?^```$", "", path.read_text(), flags=re.MULTILINE | re.DOTALL)):
+        for target in re.findall(r"\]\(([^)\s]*)\)", prose_of(path)):
             if re.match(r"[a-z]+:", target):
                 continue
             file, _, heading = target.partition("#")
@@ -194,9 +197,14 @@ class Checks:
         print(f"{len(self.paths(PATTERNS))} documents, code blocks: {', '.join(counts)}")
 
 
+def prose_of(path):
+    """A document without its code blocks."""
+    return re.sub(r"^```.*?^```$", "", path.read_text(), flags=re.MULTILINE | re.DOTALL)
+
+
 def anchors_of(path):
     """The names that code hosting sites give to headings."""
-    headings = re.findall(r"^#+ (.*)$", re.sub(r"^```.*?^```$", "", path.read_text(), flags=re.MULTILINE | re.DOTALL), re.MULTILINE)
+    headings = re.findall(r"^#+ (.*)$", prose_of(path), re.MULTILINE)
     return {re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-") for heading in headings}
 
 
