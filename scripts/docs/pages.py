@@ -54,17 +54,18 @@ class Site:
     def link(self, page, match):
         is_picture, words, target = match.groups()
         words = words.replace("\n", " ")  # doxygen takes no link over two lines
+        plain = words.replace("`", "")    # nor code in one
         if is_picture:
             return self.picture(page, words, target)
         file, _, heading = target.partition("#")
         found = page if file == "" else (page.parent / file).resolve()
         if found in self.pages:
             name = f"{self.page_name(found)}-{heading}" if heading else self.page_name(found)
-            return f"[{words}](@ref {name})"
+            return f"[{plain}](@ref {name})"
         place = str(found.relative_to(self.checkout))
         if re.fullmatch(r"Runtime/\w+/include/\w+/\w+\.h", place):
-            return f"[{words}](@ref {found.name})"
-        return f"`{place}`" if words.strip("`") in place else f"{words} (`{place}`)"
+            return f"[{plain}](@ref {found.name})"
+        return f"`{place}`" if plain in place else f"{words} (`{place}`)"
 
     def heading(self, page, match):
         signs, words = match.groups()

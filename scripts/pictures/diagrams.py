@@ -5,6 +5,7 @@ diagrams.py NAME FILE
 """
 
 import os
+import pathlib
 import sys
 from xml.sax.saxutils import escape
 
@@ -168,6 +169,7 @@ def main():
             file.write(DIAGRAMS[name]().svg())
         os.replace(unfinished, target)
     except OSError as error:
+        pathlib.Path(unfinished).unlink(missing_ok=True)
         sys.exit(f"diagrams.py: '{target}' cannot be written: {error.strerror}")
 
 
