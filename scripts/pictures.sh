@@ -7,6 +7,7 @@ root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
 
 # Every picture: its name in docs/pictures/, and its program with all arguments but the last one, which is that name.
+# (Charts of times are made by bench.sh.)
 field='noise_preview --size 320x320 --cells 6 --slice 0 --quality'
 pictures=(
   "linear-value.png|$field linear --output"
@@ -16,6 +17,18 @@ pictures=(
   "cubic-gradient.png|$field cubic --shade gradient --output"
   "quintic-gradient.png|$field quintic --shade gradient --output"
   'rotating.webp|noise_preview --shade gradient --slice 0 --size 640x240 --animate 4 --turn-seconds 4 --output'
+  'guide/terrain.png|noise_preview --size 700x300 --cells 14 --colours terrain --shade gradient --output'
+  'guide/moving.webp|noise_preview --size 480x240 --cells 8 --colours magma --animate 2 --turn-seconds 2 --output'
+  'guide/qualities.png|noise_preview --size 230x230 --cells 5 --slice 0 --compare qualities --shade gradient --output'
+  'guide/curves.png|noise_preview --size 230x260 --cells 5 --compare qualities --curve --output'
+  'guide/dimensions.png|noise_preview --size 170x170 --cells 6 --compare dimensions --output'
+  'guide/tile.png|noise_preview --size 640x240 --cells 12 --colours viridis --tile --output'
+  'guide/packed.svg|diagrams.py packed'
+  'guide/padded.svg|diagrams.py padded'
+  'guide/structs.svg|diagrams.py structs'
+  'guide/spare.svg|diagrams.py spare'
+  'guide/in_place.svg|diagrams.py in_place'
+  'guide/alignment.svg|diagrams.py alignment'
   'samples/camera_shake.png|camera_shake'
   'samples/curl_particles.webp|curl_particles'
   'samples/lit_heightfield.png|lit_heightfield'
@@ -32,6 +45,7 @@ list() {
     command=${picture#*|}
     case $command in
       noise_preview*) printf 'scripts/preview.sh%s' "${command#noise_preview}" ;;
+      diagrams.py*) printf 'scripts/pictures/%s' "$command" ;;
       *) printf 'build/release/samples/%s' "$command" ;;
     esac
     printf ' docs/pictures/%s\n' "${picture%%|*}"
@@ -59,11 +73,12 @@ if [ -z "$programs" ]; then
   need libwebp-dev has_header webp/mux.h
   need libopenexr-dev has_header OpenEXR/ImfOutputFile.h
 fi
+need python3 has_program "$python"
 [ -z "$check" ] || need python3-pil has_python_module PIL
 install_missing
 if [ -z "$programs" ]; then
   programs=$root/build/release
-  mapfile -t targets < <(printf '%s\n' "${pictures[@]#*|}" | cut -d ' ' -f 1 | sort -u)
+  mapfile -t targets < <(printf '%s\n' "${pictures[@]#*|}" | cut -d ' ' -f 1 | grep -v '\.py$' | sort -u)
   build release "${targets[@]}"
 fi
 
@@ -71,6 +86,7 @@ fi
 program_of() {
   case $1 in
     noise_preview) printf '%s' "$programs/tools/noise_preview/noise_preview" ;;
+    *.py) printf '%s' "$root/scripts/pictures/$1" ;;
     *) printf '%s' "$programs/samples/$1" ;;
   esac
 }
@@ -78,7 +94,7 @@ program_of() {
 folder=$root/docs/pictures work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 [ -z "$check" ] || folder=$work/pictures
-mkdir -p "$folder/samples"
+mkdir -p "$folder/guide" "$folder/samples"
 for picture in "${pictures[@]}"; do
   name=${picture%%|*}
   read -ra command <<<"${picture#*|}"

@@ -1,8 +1,10 @@
-"""Holds the pictures of one folder to those of another: the same files, and in each the same pixels, frame by frame.
+"""Holds the pictures of one folder to those of another: the same files, and in each the same pixels, frame by frame. Of
+SVG files it compares the text.
 
 compare.py EXPECTED DRAWN
 """
 
+import itertools
 import pathlib
 import sys
 
@@ -21,8 +23,19 @@ def frames_of(image):
         yield pixels.size, image.info.get("duration"), pixels.tobytes()
 
 
+def difference_of_text(expected, drawn):
+    """The first line that is different, or nothing."""
+    lines = [path.read_text(errors="replace").splitlines() for path in (expected, drawn)]
+    for number, (line, other) in enumerate(itertools.zip_longest(*lines), 1):
+        if line != other:
+            return f"has another line {number} than is drawn"
+    return None
+
+
 def difference(expected, drawn):
     """What is different first, or nothing."""
+    if expected.suffix == ".svg":
+        return difference_of_text(expected, drawn)
     try:
         with Image.open(expected) as left, Image.open(drawn) as right:
             counts = [getattr(image, "n_frames", 1) for image in (left, right)]

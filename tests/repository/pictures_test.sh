@@ -16,10 +16,11 @@ expect_difference() {
   cp -r "$work/drawn" "$work/changed"
 }
 
-# To see that this would be seen: one pixel, one frame, a picture too few, one too many, and one that is none.
-mkdir -p "$work/drawn/samples"
+# To see that this would be seen: one pixel, one frame, one line, a picture too few, one too many, and one that is none.
+mkdir -p "$work/drawn/guide" "$work/drawn/samples"
 cp "$pictures"/{linear-value.png,cubic-value.png,rotating.webp} "$work/drawn/"
 cp "$pictures/samples/camera_shake.png" "$work/drawn/samples/"
+cp "$pictures/guide/packed.svg" "$work/drawn/guide/"
 cp -r "$work/drawn" "$work/changed"
 /usr/bin/python3 - "$work/changed/linear-value.png" <<'END'
 import sys
@@ -40,6 +41,8 @@ for index in range(image.n_frames - 1):
 frames[0].save(sys.argv[1], save_all=True, append_images=frames[1:], duration=40, loop=0)
 END
 expect_difference 'rotating.webp has 99 frames, and 100 are drawn'
+sed -i '5s/position 0/position 1/' "$work/changed/guide/packed.svg"
+expect_difference 'guide/packed.svg has another line 5 than is drawn'
 rm "$work/changed/samples/camera_shake.png"
 expect_difference 'samples/camera_shake.png is missing'
 cp "$work/changed/linear-value.png" "$work/changed/other.png"
@@ -47,14 +50,20 @@ expect_difference 'other.png is drawn by no command'
 echo 'no picture' >"$work/changed/cubic-value.png"
 expect_difference "cubic-value.png cannot be read: cannot identify image file '$work/changed/cubic-value.png'"
 
-# What documents say of how a picture is made is how it is made, for every sample.
+# What documents say of how a picture is made is how it is made, for every sample and all of the guide's own pictures.
 "$source/scripts/pictures.sh" --list >"$work/commands"
-cat "$source"/*.md "$source"/docs/*.md "$source"/samples/*.md | tr '\n' ' ' |
+cat "$source"/*.md "$source"/docs/*.md "$source"/docs/guide/*.md "$source"/samples/*.md | tr '\n' ' ' |
   grep -oE '`[^`]* docs/pictures/[^` ]*`' | tr -d '`' | sort -u >"$work/told"
 while read -r command; do
   grep -Fxq -- "$command" "$work/commands" || { echo "documents say '$command', which makes no picture"; exit 1; }
 done <"$work/told"
 while read -r command; do
   grep -Fxq -- "$command" "$work/told" || { echo "no document says '$command'"; exit 1; }
-done < <(grep -F docs/pictures/samples/ "$work/commands")
+done < <(grep -E ' docs/pictures/(guide|samples)/' "$work/commands")
+# In the guide it stands on the page that shows the picture.
+for page in "$source"/docs/guide/*.md; do
+  while read -r picture; do
+    tr '\n' ' ' <"$page" | grep -qF " docs/pictures/$picture\`" || { echo "$page does not say how $picture is made"; exit 1; }
+  done < <(grep -oE '\]\(\.\./pictures/[^)]*\)' "$page" | sed 's|](../pictures/||; s|)$||')
+done
 echo "$(wc -l <"$work/told") commands are told"

@@ -9,6 +9,7 @@
 #include <zr_support/std_random_generator.h>
 #include <zr_support/vector.h>
 
+/// The noise module, and what it builds on.
 namespace Vestrel {
 
 /// Smooth, repeatable noise: a scalar field over space, blended between 256 random values that are spread
@@ -82,44 +83,55 @@ public:
     /// stays as it is.
     virtual void ResetSampler(CAbstractRandomGenerator* generator);
 
-    /// Samples the 1D field; see "Batch samplers" above.
+    /// @{
+    /// Samples the 1D field at coordinates in cells, in the quality of the name; see "Batch samplers" above.
     void SampleLinear1D(const TStridedMemoryView<float>& output,
                         const TStridedMemoryView<const float>& positions) const noexcept;
     void SampleCubic1D(const TStridedMemoryView<float>& output,
                        const TStridedMemoryView<const float>& positions) const noexcept;
     void SampleQuintic1D(const TStridedMemoryView<float>& output,
                          const TStridedMemoryView<const float>& positions) const noexcept;
+    /// @}
 
-    /// Samples the 2D field; see "Batch samplers" above.
+    /// @{
+    /// Samples the 2D field at positions in cells, in the quality of the name; see "Batch samplers" above.
     void SampleLinear2D(const TStridedMemoryView<float>& output,
                         const TStridedMemoryView<const TVector<float, 2>>& positions) const noexcept;
     void SampleCubic2D(const TStridedMemoryView<float>& output,
                        const TStridedMemoryView<const TVector<float, 2>>& positions) const noexcept;
     void SampleQuintic2D(const TStridedMemoryView<float>& output,
                          const TStridedMemoryView<const TVector<float, 2>>& positions) const noexcept;
+    /// @}
 
-    /// Samples the 3D field; see "Batch samplers" above.
+    /// @{
+    /// Samples the 3D field at positions in cells, in the quality of the name; see "Batch samplers" above.
     void SampleLinear3D(const TStridedMemoryView<float>& output,
                         const TStridedMemoryView<const TVector<float, 3>>& positions) const noexcept;
     void SampleCubic3D(const TStridedMemoryView<float>& output,
                        const TStridedMemoryView<const TVector<float, 3>>& positions) const noexcept;
     void SampleQuintic3D(const TStridedMemoryView<float>& output,
                          const TStridedMemoryView<const TVector<float, 3>>& positions) const noexcept;
+    /// @}
 
-    /// Samples the 4D field; see "Batch samplers" above.
+    /// @{
+    /// Samples the 4D field at positions in cells, in the quality of the name; see "Batch samplers" above.
     void SampleLinear4D(const TStridedMemoryView<float>& output,
                         const TStridedMemoryView<const TVector<float, 4>>& positions) const noexcept;
     void SampleCubic4D(const TStridedMemoryView<float>& output,
                        const TStridedMemoryView<const TVector<float, 4>>& positions) const noexcept;
     void SampleQuintic4D(const TStridedMemoryView<float>& output,
                          const TStridedMemoryView<const TVector<float, 4>>& positions) const noexcept;
+    /// @}
 
+    /// @{
     /// The sample of the 3D field at `position`, with x, y and z in lanes 0 to 2, bit for bit that of
     /// SampleLinear3D and its kind. Lane 3 is ignored, whatever it holds.
     float SampleLinear(SIMD_Neon::Float4 position) const noexcept;
     float SampleCubic(SIMD_Neon::Float4 position) const noexcept;
     float SampleQuintic(SIMD_Neon::Float4 position) const noexcept;
+    /// @}
 
+    /// @{
     /// The samples of the 3D field at four positions close together, that of `positions[n]` in lane n, for
     /// about the price of two. `positions` points at four values, each with x, y and z in lanes 0 to 2; lane
     /// 3 is ignored.
@@ -133,14 +145,18 @@ public:
     SIMD_Neon::Float4 CoherentSampleLinear(const SIMD_Neon::Float4* positions) const noexcept;
     SIMD_Neon::Float4 CoherentSampleCubic(const SIMD_Neon::Float4* positions) const noexcept;
     SIMD_Neon::Float4 CoherentSampleQuintic(const SIMD_Neon::Float4* positions) const noexcept;
+    /// @}
 
+    /// @{
     /// The gradient of the 3D field at `position`, with x, y and z in lanes 0 to 2; lane 3 is ignored. The
     /// derivatives along x, y and z, in units of the field per cell, stand in lanes 0 to 2; lane 3 is 0. In
     /// linear quality the gradient jumps at the cell faces, where it is that of the cell above the face.
     SIMD_Neon::Float4 Sample1stOrderDerivativesLinear(SIMD_Neon::Float4 position) const noexcept;
     SIMD_Neon::Float4 Sample1stOrderDerivativesCubic(SIMD_Neon::Float4 position) const noexcept;
     SIMD_Neon::Float4 Sample1stOrderDerivativesQuintic(SIMD_Neon::Float4 position) const noexcept;
+    /// @}
 
+    /// @{
     /// The gradients of the 3D field at `cells.m_Count` positions that the caller has split: `first` holds
     /// the fractions of x, y and z, and `second` the cell; the fourth components are ignored. For x, and
     /// likewise for y and z:
@@ -166,6 +182,7 @@ public:
     void Sample1stOrderDerivativesQuintic(
         const TMemoryView<const TPair<TVector<float, 4>, TVector<int, 4>>>& cells,
         const TMemoryView<TVector<float, 4>>& output) const noexcept;
+    /// @}
 
 protected:
     /// What ResetSampler does to the basis, without the virtual call.

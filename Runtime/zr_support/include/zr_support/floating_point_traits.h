@@ -10,7 +10,10 @@ namespace Vestrel {
 /// integer of the format's size.
 template <typename TBits, int kMantissaBitCount, int kExponentBitCount>
 struct TAbstractIEEE754_FpConstants {
+    /// The unsigned integer of the format's size.
     using Bits = TBits;
+
+    /// +infinity: all bits of the exponent, and no others.
     static constexpr TBits kPositiveInfinityBits = ((TBits(1) << kExponentBitCount) - 1) << kMantissaBitCount;
 };
 

@@ -5,14 +5,19 @@
 
 #include <cstdint>
 
+/// Memory: the one allocator that the library takes its tables from.
 namespace Vestrel::Mem {
 
 /// What a block is for. An allocator of one's own may sort blocks by it; the one of this library does not.
-enum class EAllocType : uint32_t { kGeneral = 0 };
+enum class EAllocType : uint32_t {
+    kGeneral = 0, ///< anything: the only one that the library asks for
+};
 
 /// Which part of a program asks for a block. An allocator of one's own may sort blocks by it; the one of this
 /// library does not.
-enum class EOrigin : uint32_t { kUnspecified = 0 };
+enum class EOrigin : uint32_t {
+    kUnspecified = 0, ///< no part in particular: the only one that the library gives
+};
 
 /// Allocates at least `size` bytes that start at a multiple of `alignment`, with unspecified contents.
 ///

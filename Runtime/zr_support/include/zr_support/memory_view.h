@@ -11,12 +11,16 @@ namespace Vestrel {
 /// A contiguous run of `m_Count` elements: element k lies at `m_Data + k`. It owns nothing.
 template <typename T>
 struct TMemoryView {
+    /// The first element. May be null if there are none.
     T* m_Data = nullptr;
+
+    /// How many elements there are.
     uint32_t m_Count = 0;
 
     /// An empty view.
     constexpr TMemoryView() = default;
 
+    /// A view of `count` elements from `data` on, which the caller keeps alive.
     constexpr TMemoryView(T* data, uint32_t count) : m_Data(data), m_Count(count) {}
 
     /// A view of T is a view of const T.
@@ -37,14 +41,19 @@ template <typename T, int kStride = -1>
 struct TStridedMemoryView {
     static_assert(kStride == -1, "a view's stride is a run-time field");
 
+    /// The first element. May be null if there are none.
     T* m_Data = nullptr;
+
+    /// How many elements there are.
     uint32_t m_Count = 0;
+
+    /// The bytes from one element to the next.
     uint32_t m_Stride = sizeof(T);
 
     /// An empty view, with the stride of packed elements.
     constexpr TStridedMemoryView() = default;
 
-    /// `stride` is in bytes.
+    /// A view of `count` elements from `data` on, which the caller keeps alive. `stride` is in bytes.
     constexpr TStridedMemoryView(T* data, uint32_t count, uint32_t stride)
         : m_Data(data), m_Count(count), m_Stride(stride) {}
 

@@ -11,8 +11,8 @@ namespace Vestrel {
 /// every pair of four-component vectors. An aggregate.
 template <typename A, typename B>
 struct TPair {
-    A first;
-    B second;
+    A first;  ///< first in memory
+    B second; ///< behind it
 };
 
 namespace Internal {

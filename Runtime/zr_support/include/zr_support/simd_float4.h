@@ -24,15 +24,19 @@
 #error "zr_support/config.h names no SIMD backend: configure the library with CMake."
 #endif
 
+/// Four-lane values, by whatever instructions the library was built for, and functions over arrays of floats.
 namespace Vestrel::SIMD_Neon {
 
 /// Four floats in one register where the platform has one.
 struct alignas(16) Float4 {
+    /// What the backend holds the lanes in. Its type is the backend's: not for programs that are to run with
+    /// any.
     Backend::FloatRegister m_Register;
 
     /// Lanes with unspecified contents.
     Float4() = default;
 
+    /// A value for each lane; lane 0 is first in memory.
     [[gnu::always_inline]] constexpr Float4(float lane0, float lane1, float lane2, float lane3)
         : m_Register(Backend::MakeFloats(lane0, lane1, lane2, lane3)) {}
 
@@ -40,29 +44,35 @@ struct alignas(16) Float4 {
     [[gnu::always_inline]] explicit constexpr Float4(float allLanes)
         : Float4(allLanes, allLanes, allLanes, allLanes) {}
 
+    /// The lanes of a backend's register.
     [[gnu::always_inline]] explicit constexpr Float4(Backend::FloatRegister value) : m_Register(value) {}
 };
 
 /// Four signed 32-bit integers in one register where the platform has one. As a mask, a lane is -1 (all ones)
 /// or 0.
 struct alignas(16) Int4 {
+    /// What the backend holds the lanes in. Its type is the backend's: not for programs that are to run with
+    /// any.
     Backend::IntRegister m_Register;
 
     /// Lanes with unspecified contents.
     Int4() = default;
 
+    /// A value for each lane; lane 0 is first in memory.
     [[gnu::always_inline]] Int4(int32_t lane0, int32_t lane1, int32_t lane2, int32_t lane3)
         : m_Register(Backend::MakeInts(lane0, lane1, lane2, lane3)) {}
 
     /// The same value in all four lanes.
     [[gnu::always_inline]] explicit Int4(int32_t allLanes) : Int4(allLanes, allLanes, allLanes, allLanes) {}
 
+    /// The lanes of a backend's register.
     [[gnu::always_inline]] explicit constexpr Int4(Backend::IntRegister value) : m_Register(value) {}
 };
 
 static_assert(sizeof(Float4) == 16 && alignof(Float4) == 16 && std::is_trivially_copyable_v<Float4>);
 static_assert(sizeof(Int4) == 16 && alignof(Int4) == 16 && std::is_trivially_copyable_v<Int4>);
 
+/// Values that programs need again and again.
 namespace Constants {
 
 /// 1.0f in all four lanes.
@@ -70,56 +80,61 @@ inline constexpr Float4 _Constant_Fp32_1_1_1_1{1.0f, 1.0f, 1.0f, 1.0f};
 
 } // namespace Constants
 
-// Loads and stores. "Aligned" asks the caller for an address that is a multiple of 16; the others take any.
+// Loads and stores.
 
-/// Reads 16 bytes.
+/// Reads 16 bytes. The caller guarantees an address that is a multiple of 16.
 [[gnu::always_inline]] inline Float4 LoadAligned(const void* source) {
     return Float4(Backend::LoadAligned(source));
 }
 
-/// Reads 16 bytes.
+/// Reads 16 bytes, from any address.
 [[gnu::always_inline]] inline Float4 LoadUnaligned(const void* source) {
     return Float4(Backend::LoadUnaligned(source));
 }
 
-/// Reads 8 bytes: (source[0], source[1], 0, 0).
+/// Reads 8 bytes, from any address: (source[0], source[1], 0, 0).
 [[gnu::always_inline]] inline Float4 LoadPair(const void* source) {
     return Float4(Backend::LoadPair(source));
 }
 
-/// Reads two pairs of neighbours, 8 bytes from each address: (first[0], first[1], second[0], second[1]).
+/// Reads two pairs of neighbours, 8 bytes from each of any two addresses: (first[0], first[1], second[0],
+/// second[1]).
 [[gnu::always_inline]] inline Float4 LoadTwoPairs(const void* first, const void* second) {
     return Float4(Backend::LoadTwoPairs(first, second));
 }
 
 /// Four records of three floats, one value per component.
 struct Float4x3 {
-    Float4 m_X, m_Y, m_Z;
+    Float4 m_X; ///< the first components
+    Float4 m_Y; ///< the second components
+    Float4 m_Z; ///< the third components
 };
 
 /// Reads 48 bytes, (x0 y0 z0) to (x3 y3 z3), as (x0, x1, x2, x3), (y0, y1, y2, y3) and (z0, z1, z2, z3).
+/// The caller guarantees an address that is a multiple of 16.
 [[gnu::always_inline]] inline Float4x3 LoadAlignedInterleaved3(const void* source) {
     const Backend::FloatRegisterX3 loaded = Backend::LoadAlignedInterleaved3(source);
     return {Float4(loaded.m_X), Float4(loaded.m_Y), Float4(loaded.m_Z)};
 }
 
-/// Writes 16 bytes.
+/// Writes 16 bytes. The caller guarantees an address that is a multiple of 16.
 [[gnu::always_inline]] inline void StoreAligned(void* target, Float4 value) {
     Backend::StoreAligned(target, value.m_Register);
 }
 
-/// Writes 16 bytes.
+/// Writes 16 bytes, to any address.
 [[gnu::always_inline]] inline void StoreUnaligned(void* target, Float4 value) {
     Backend::StoreUnaligned(target, value.m_Register);
 }
 
-/// Writes 16 bytes.
+/// Writes 16 bytes. The caller guarantees an address that is a multiple of 16.
 [[gnu::always_inline]] inline void StoreAligned(void* target, Int4 value) {
     Backend::StoreAligned(target, value.m_Register);
 }
 
-/// Writes the lanes to `lanes`, aligned, for reading them one by one. Left to themselves, compilers forget
-/// the store and take each lane out of the register, with instructions that need the ports of the arithmetic.
+/// Writes the lanes to `lanes`, at a multiple of 16 by the caller's guarantee, for reading them one by one.
+/// Left to themselves, compilers forget the store and take each lane out of the register, with instructions
+/// that need the ports of the arithmetic.
 template <typename TLane, typename TLanes>
 [[gnu::always_inline]] inline void SpillAligned(TLane (&lanes)[4], TLanes value) {
     static_assert(sizeof(lanes) == sizeof(value));
@@ -149,18 +164,21 @@ template <typename TLanes>
 #endif
 }
 
+/// What _Pin makes of a value.
 template <typename TLanes>
 [[gnu::always_inline]] inline TLanes _Pinned(TLanes lanes) {
     _Pin(lanes);
     return lanes;
 }
 
+/// The sums of the lanes, each rounded to nearest.
 [[gnu::always_inline]] inline Float4 operator+(Float4 a, Float4 b) {
     _Pin(a);
     _Pin(b);
     return _Pinned(Float4(Backend::Add(a.m_Register, b.m_Register)));
 }
 
+/// The differences of the lanes, each rounded to nearest.
 [[gnu::always_inline]] inline Float4 operator-(Float4 a, Float4 b) {
     _Pin(a);
     _Pin(b);
@@ -169,13 +187,14 @@ template <typename TLanes>
     return _Pinned(Float4(Backend::Subtract(a.m_Register, b.m_Register)));
 }
 
+/// The products of the lanes, each rounded to nearest and never fused with a sum.
 [[gnu::always_inline]] inline Float4 operator*(Float4 a, Float4 b) {
     _Pin(a);
     _Pin(b);
     return _Pinned(Float4(Backend::Multiply(a.m_Register, b.m_Register)));
 }
 
-/// Wraps modulo 2^32.
+/// The sums of the lanes, which wrap modulo 2^32.
 [[gnu::always_inline]] inline Int4 operator+(Int4 a, Int4 b) {
     return Int4(Backend::Add(a.m_Register, b.m_Register));
 }
@@ -218,10 +237,12 @@ template <typename TLanes>
     return _Pinned(Int4(Backend::GreaterThan(a.m_Register, b.m_Register)));
 }
 
+/// The bits of the lanes, ANDed.
 [[gnu::always_inline]] inline Int4 operator&(Int4 a, Int4 b) {
     return Int4(Backend::And(a.m_Register, b.m_Register));
 }
 
+/// The bits of the lanes, exclusive-ored.
 [[gnu::always_inline]] inline Int4 operator^(Int4 a, Int4 b) {
     return Int4(Backend::Xor(a.m_Register, b.m_Register));
 }
@@ -274,12 +295,14 @@ template <int kLane>
     return ShuffleLanes<kLane, kLane, kLane, kLane>(value);
 }
 
+/// Lane `kLane`, 0 to 3, as a float.
 template <int kLane>
 [[gnu::always_inline]] inline float ExtractLane(Float4 value) {
     static_assert(0 <= kLane && kLane < 4);
     return Backend::ExtractLane<kLane>(value.m_Register);
 }
 
+/// Lane `kLane`, 0 to 3, as an integer.
 template <int kLane>
 [[gnu::always_inline]] inline int32_t ExtractLane(Int4 value) {
     static_assert(0 <= kLane && kLane < 4);
@@ -305,7 +328,7 @@ template <int kLane>
 
 /// Four values of four lanes.
 struct Float4x4 {
-    Float4 m_Rows[4];
+    Float4 m_Rows[4]; ///< in the order in which they were given
 };
 
 /// Rows become columns: lane n of row k is lane k of value n.

@@ -11,6 +11,7 @@
 
 namespace Vestrel::SIMD_Neon {
 
+/// Functions whose results are the nearest floats.
 namespace FullPrecision {
 
 /// The arcsine in radians, correctly rounded: of every float in [-1, 1] the result is the float nearest to
@@ -27,6 +28,7 @@ VESTREL_PUBLIC void ArcSinStream_Aligned16(const float* in, float* out, uint32_t
 
 } // namespace FullPrecision
 
+/// Functions with an error that is small, and said.
 namespace LowPrecision {
 
 /// The sine of an angle in radians, of any magnitude, within 3.06e-7 of the true sine; of all floats

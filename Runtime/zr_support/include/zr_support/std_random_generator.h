@@ -17,6 +17,7 @@ namespace Vestrel {
 /// The constructor allocates the engine's state, and throws std::bad_alloc where that fails.
 class VESTREL_PUBLIC CStdRandomGenerator final : public CAbstractRandomGenerator {
 public:
+    /// A generator at the beginning of the sequence that `seed` names. Any seed will do.
     explicit CStdRandomGenerator(uint32_t seed);
     ~CStdRandomGenerator() override;
 

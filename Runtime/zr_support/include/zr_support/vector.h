@@ -10,19 +10,28 @@ namespace Vestrel {
 template <typename T, int kCount>
 struct TVector;
 
+/// Two packed components, without padding.
 template <typename T>
 struct TVector<T, 2> {
-    T x, y;
+    T x; ///< first in memory
+    T y; ///< second in memory
 };
 
+/// Three packed components, without padding: 12 bytes of floats.
 template <typename T>
 struct TVector<T, 3> {
-    T x, y, z;
+    T x; ///< first in memory
+    T y; ///< second in memory
+    T z; ///< third in memory
 };
 
+/// Four packed components, without padding. Aligned as one of them is.
 template <typename T>
 struct TVector<T, 4> {
-    T x, y, z, w;
+    T x; ///< first in memory
+    T y; ///< second in memory
+    T z; ///< third in memory
+    T w; ///< fourth in memory
 };
 
 // The samplers tell packed positions by these sizes.
