@@ -1,5 +1,7 @@
 #include "noise_preview_run.h"
 
+#include <zr_support/config.h>
+
 #include <regex>
 #include <set>
 #include <string>
@@ -39,7 +41,7 @@ TEST_F(NoisePreviewManual, ThePageExplainsEveryOption) {
     EXPECT_EQ(page.m_ExitCode, 0);
     EXPECT_EQ(page.m_Output.find(".TH NOISE_PREVIEW 1 "), 0u);
     const std::set<std::string> options = Options();
-    EXPECT_EQ(options.size(), 23u);
+    EXPECT_EQ(options.size(), 24u); // --help and --version among them
     for (const std::string& option : options) {
         const std::string name = std::regex_replace(option, std::regex("-"), "\\-");
         EXPECT_NE(page.m_Output.find("\n\\fB" + name + "\\fR"), std::string::npos) << option;
@@ -67,6 +69,12 @@ TEST_F(NoisePreviewManual, BashCompletesOptionsAndTheirWords) {
     std::ofstream(m_Folder / "points.csv") << "";
     EXPECT_EQ(Completed("noise_preview --positions po"), "points.csv");
     EXPECT_EQ(Completed("noise_preview --stats --compare d"), "dimensions");
+}
+
+TEST_F(NoisePreviewManual, TheVersionIsThatOfTheLibrary) {
+    const CResult result = Run("--version");
+    EXPECT_EQ(result.m_ExitCode, 0);
+    EXPECT_EQ(result.m_Output, "noise_preview " VESTREL_VERSION_STRING "\n");
 }
 
 TEST_F(NoisePreviewManual, NeitherIsInTheHelp) {

@@ -4,6 +4,8 @@
 #include "options/option_rules.h"
 #include "options/option_table.h"
 
+#include <zr_support/config.h>
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -84,6 +86,7 @@ std::optional<COptions> ParseCommandLine(int argumentCount, char** arguments, in
     CLI::App app(kSummary, "noise_preview");
     app.formatter(std::make_shared<CHelpFormatter>());
     app.failure_message(FailureMessage);
+    app.set_version_flag("--version", "noise_preview " VESTREL_VERSION_STRING, "Print the version and exit");
     AddOptions(app, options);
     AddManuals(app, manual);
     try {

@@ -74,11 +74,12 @@ std::string ManPage(const std::string& summary) {
         const std::string form = option.m_Form != nullptr ? " \\fI" + Roff(option.m_Form) + "\\fR" : "";
         page += ".TP\n\\fB" + Roff(option.m_Name) + "\\fR" + form + "\n" + Roff(option.m_Description) + "\n";
     }
-    return page + ".TP\n\\fB\\-\\-help\\fR\nPrint what the options are, and do nothing else.\n" + kExamples;
+    return page + ".TP\n\\fB\\-\\-help\\fR\nPrint what the options are, and do nothing else.\n" +
+           ".TP\n\\fB\\-\\-version\\fR\nPrint the version, and do nothing else.\n" + kExamples;
 }
 
 std::string BashCompletion() {
-    std::string names = "--help";
+    std::string names = "--help --version";
     std::string cases;
     for (const COption& option : OptionTable()) {
         names += std::string(" ") + option.m_Name;
