@@ -100,7 +100,7 @@ class Site:
             sys.exit("pages.py: CMakeLists.txt names no version")
         for name, number in zip(("_MAJOR", "_MINOR", "_PATCH", ""), (*numbers.groups(), ".".join(numbers.groups()))):
             text = text.replace(f"@PROJECT_VERSION{name}@", number)
-        return text.replace("#cmakedefine01", "#define")
+        return re.sub(r"^#cmakedefine01 (\w+)$", r"#define \1 0", text, flags=re.MULTILINE)
 
     def tree(self):
         """What stands on the left."""

@@ -78,10 +78,22 @@ class Checks:
         self.run(block, [self.compiler, *flags, "main.cpp", "-o", "program", *libraries], folder)
         self.compare(block, self.run(block, ["./program"], folder))
 
+    def project_of(self, block):
+        """The block; where it is a part of a project, that of the README with it in the place of the package."""
+        text = block.text.replace("/path/to/this/checkout", str(self.source))
+        if "project(" in text:
+            return text
+        whole = next((other.text for other in blocks_of("README.md", (self.source / "README.md").read_text())
+                      if other.language == "cmake" and "project(" in other.text), "")
+        project, count = re.subn(r"^find_package\(.*\n", lambda match: text, whole, flags=re.MULTILINE)
+        if count != 1:
+            raise Wrong(f"{block.where}: the README has no project that this could be a part of")
+        return project
+
     def check_cmake(self, block):
         """The project, with the first program of the README as its own."""
         folder = self.folder_of(block)
-        (folder / "CMakeLists.txt").write_text(block.text)
+        (folder / "CMakeLists.txt").write_text(self.project_of(block))
         shutil.copy(self.source / "samples/first_field/first_field.cpp", folder / "main.cpp")
         self.run(block, ["cmake", "-S", ".", "-B", "build", "-G", "Ninja", f"-DCMAKE_CXX_COMPILER={self.compiler}",
                          f"-DCMAKE_PREFIX_PATH={self.prefix}"], folder)
