@@ -15,9 +15,6 @@ namespace {
 
 using CIsGiven = std::function<bool(const std::string&)>;
 
-/// From here on floats have no fractions, and the field no shape.
-constexpr double kMaxCells = 0x1p23;
-
 /// Positions that are read from a file make no picture.
 void CheckPositions(COptions& options, const CIsGiven& isGiven) {
     static constexpr const char* kAllowed[] = {"--positions", "--dimension", "--quality", "--seed",
@@ -81,7 +78,7 @@ void CheckCurve(const COptions& options, const CIsGiven& isGiven) {
 void CheckExtent(const COptions& options) {
     const double tall = static_cast<double>(options.m_Height) / options.m_Width;
     const bool isPlane = !options.m_IsCurve && options.m_Dimension > 1;
-    if (isPlane && options.m_Cells * tall > kMaxCells) {
+    if (isPlane && options.m_Cells * tall > kMaxCoordinate) {
         Refuse("--cells", std::to_string(options.m_Cells),
                "so many that the picture would be more than 8388608 cells high");
     }

@@ -12,9 +12,6 @@ namespace NoisePreview {
 
 namespace {
 
-/// From here on floats have no fractions, and the field no shape.
-constexpr double kMaxCoordinate = 0x1p23;
-
 /// The number that is all of `text`, if it lies between `min` and `max`.
 template <typename TNumber>
 std::optional<TNumber> ParseNumber(std::string_view text, TNumber min, TNumber max) {

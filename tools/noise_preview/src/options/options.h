@@ -7,6 +7,9 @@
 
 namespace NoisePreview {
 
+/// From here on floats have no fractions, and the field no shape.
+inline constexpr double kMaxCoordinate = 0x1p23;
+
 enum class EQuality { kLinear, kCubic, kQuintic };
 enum class EShade { kValue, kGradient };
 enum class EColours { kGrey, kViridis, kMagma, kCoolwarm, kTerrain };
