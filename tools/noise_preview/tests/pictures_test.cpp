@@ -180,6 +180,29 @@ TEST_F(NoisePreviewMorePictures, ALineAndItsDerivative) {
     }
 }
 
+TEST_F(NoisePreviewMorePictures, WhereADerivativeJumpsItsLineGoesNoFurther) {
+    constexpr uint32_t kColumns = 600;
+    const CRawPng picture =
+        Draw("--curve --line 3.25 --slice 0.75 --size 600x400 --cells 6 --seed 7 --quality linear");
+    std::vector<double> rows; // of the line: the derivative of this quality is the same all over a cell
+    for (uint32_t x = 0; x < kColumns; ++x) {
+        const SIMD_Neon::Float4 position(static_cast<float>((x + 0.5) / 100.0), 3.25f, 0.75f, 0.0f);
+        const TVector<float, 4> gradient =
+            SIMD_Neon::_LanesAsReceived(m_Noise.Sample1stOrderDerivativesLinear(position));
+        rows.push_back(300.0 - static_cast<double>(gradient.x) / 4.0 * 100.0);
+    }
+    for (uint32_t x = 230; x + 1 < kColumns; ++x) { // right of the labels
+        const auto [least, most] = std::minmax({rows[x - 1], rows[x], rows[x + 1]});
+        for (uint32_t y = 200; y < 400; ++y) {
+            const bool isCovered = y + 1 > least - 1.0 && y < most + 1.0;
+            // Grid lines are lighter than this; a row that is covered in part may be.
+            EXPECT_TRUE(isCovered || picture.Level(x, y) >= 224.0) << x << ", " << y;
+            const bool isInside = y > least && y + 1 < most;
+            EXPECT_TRUE(!isInside || picture.Level(x, y) < 64.0) << x << ", " << y;
+        }
+    }
+}
+
 TEST_F(NoisePreviewMorePictures, WhatCurvesAreNotForIsRefused) {
     for (const std::string dimension : {"1", "2", "4"}) {
         ExpectFailure("--curve --dimension " + dimension, "--curve: it is for --dimension 3 alone");

@@ -45,13 +45,22 @@ void CCurvePlot::PaintRow(uint64_t row, std::span<CPixel> pixels) const {
 
 CCurvePlot::CSpan CCurvePlot::_SpanOf(const std::vector<float>& places, size_t column) const {
     constexpr float kHalfWidth = 1.0f; // of the line, in rows
-    // A column covers the curve half-way to its neighbours, so that steep parts stay joined, and more of it
-    // the steeper it is, so that the line is equally thick everywhere.
     const float here = places[column];
-    const float left = column > 0 ? (places[column - 1] + here) * 0.5f : here;
-    const float right = column + 1 < places.size() ? (places[column + 1] + here) * 0.5f : here;
-    const float reach = kHalfWidth * std::hypot(1.0f, right - left);
-    return {std::min({left, here - reach, right}), std::max({left, here + reach, right})};
+    CSpan span{here - kHalfWidth, here + kHalfWidth};
+    // Towards each neighbour the line covers more of the column the steeper it is, so that it is joined and
+    // equally thick everywhere, but no further than the neighbour is, or jumps would become spikes.
+    const auto coverTowards = [&](float neighbour) {
+        const float step = neighbour - here;
+        const float end = here + std::copysign(kHalfWidth * std::hypot(1.0f, step), step);
+        span = {std::min(span.m_Top, end), std::max(span.m_Bottom, end)};
+    };
+    if (column > 0) {
+        coverTowards(places[column - 1]);
+    }
+    if (column + 1 < places.size()) {
+        coverTowards(places[column + 1]);
+    }
+    return span;
 }
 
 } // namespace NoisePreview
