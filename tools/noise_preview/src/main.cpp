@@ -1,5 +1,6 @@
 #include "options/command_line.h"
 #include "preview.h"
+#include "text.h"
 
 #include <csignal>
 #include <cstdio>
@@ -15,15 +16,21 @@ namespace {
 
 using namespace NoisePreview;
 
-/// Where a standard stream is closed, the next file to be opened would take its number, and its text.
+/// Where a standard stream is closed, the next file to be opened would take its number, and its text. What
+/// is written to it fails as before.
 void OpenStandardStreams() {
     int descriptor = 0;
     while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
-        descriptor = open("/dev/null", O_RDWR);
+        descriptor = open("/dev/null", O_RDONLY);
     }
     if (descriptor > STDERR_FILENO) {
         close(descriptor);
     }
+}
+
+/// In one line, whatever is in it of files and their names.
+void PrintFailure(const std::string& message) {
+    std::fprintf(stderr, "noise_preview: %s\n", Printable(message).c_str());
 }
 
 void Run(const COptions& options) {
@@ -48,13 +55,14 @@ int main(int argumentCount, char** arguments) {
     }
     try {
         Run(*options);
+        return 0;
     } catch (const std::bad_alloc&) {
-        std::fprintf(stderr, "noise_preview: a picture of %u x %u pixels does not fit into memory\n",
-                     options->m_Width, options->m_Height);
-        return 1;
+        PrintFailure(options->m_Positions.empty()
+                         ? Format("a picture of %u x %u pixels does not fit into memory", options->m_Width,
+                                  options->m_Height)
+                         : "there is not enough memory");
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "noise_preview: %s\n", error.what());
-        return 1;
+        PrintFailure(error.what());
     }
-    return 0;
+    return 1;
 }

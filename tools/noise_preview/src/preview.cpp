@@ -2,14 +2,15 @@
 
 #include "data.h"
 #include "field/sampling_record.h"
+#include "files/exr_file.h"
 #include "files/output_file.h"
 #include "files/png_file.h"
 #include "files/terminal_picture.h"
 #include "files/webp_animation.h"
-#include "format_text.h"
 #include "painting/compare_painter.h"
 #include "painting/field_painter.h"
 #include "progress.h"
+#include "text.h"
 
 #include <zr_maths/maths_noise_fast.h>
 
@@ -24,17 +25,33 @@ namespace {
 
 using namespace Vestrel;
 
+/// What a column of the picture takes while it is made. Rows are made some at a time, or one by one where
+/// they are wide; only a frame of an animation is kept whole.
+double BytesPerColumn(const COptions& options) {
+    constexpr double kBytesOfPicture = 64.0;
+    switch (options.m_Format) {
+    case EFormat::kPng:
+        return kBytesOfPicture;
+    case EFormat::kWebp:
+        return kBytesOfPicture +
+               CWebpAnimation::kBytesPerPixel * static_cast<double>(SizeOfPicture(options).m_Height);
+    case EFormat::kExr:
+        return CExrFile::kBytesPerFloat * (options.m_Shade == EShade::kGradient ? 3.0 : 1.0);
+    case EFormat::kNpy:
+    case EFormat::kRaw:
+    case EFormat::kTerminal:
+        break;
+    }
+    return 0.0;
+}
+
 /// Refuses a picture that would not fit into this machine, rather than have the system end the program
-/// half-way. Rows are painted some at a time; only the frames of an animation are kept whole.
+/// half-way.
 void CheckMemory(const COptions& options) {
-    constexpr double kBytesPerColumn = 64.0;
-    const CPictureSize size = SizeOfPicture(options);
-    const double width = static_cast<double>(size.m_Width);
-    const double frame =
-        options.IsAnimation() ? CWebpAnimation::kBytesPerPixel * static_cast<double>(size.m_Height) : 0;
+    const double width = static_cast<double>(SizeOfPicture(options).m_Width);
     const double memory =
         static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
-    if (width * (kBytesPerColumn + frame) > memory) {
+    if (width * BytesPerColumn(options) > memory) {
         throw std::bad_alloc();
     }
 }

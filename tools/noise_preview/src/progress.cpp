@@ -1,6 +1,6 @@
 #include "progress.h"
 
-#include "format_text.h"
+#include "text.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -139,7 +139,7 @@ TEST_F(NoisePreview, BadOptionsGetOneLineThatNamesThem) {
     ExpectFailure("--colour", "--colour");
     ExpectFailure("field.png", "field.png");
     ExpectFailure("--cells 1000000 --size 1x1000", "--cells");
-    ExpectFailure("'--two\nlines'", "--two lines");
+    ExpectFailure("'--two\nlines'", "--two?lines");
 }
 
 TEST_F(NoisePreview, EndingsMayBeCapitalsOrMissing) {

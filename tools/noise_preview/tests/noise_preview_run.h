@@ -108,8 +108,9 @@ protected:
     std::vector<std::pair<std::string, std::string>> Files() const {
         std::vector<std::pair<std::string, std::string>> files;
         for (const fs::directory_entry& entry : fs::directory_iterator(m_Folder)) {
+            std::error_code error; // such as that of a link to itself
             files.emplace_back(entry.path().filename(),
-                               entry.is_regular_file() ? ReadFile(entry.path()) : "");
+                               entry.is_regular_file(error) ? ReadFile(entry.path()) : "");
         }
         std::sort(files.begin(), files.end());
         return files;

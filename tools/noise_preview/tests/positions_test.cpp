@@ -116,6 +116,43 @@ TEST_F(NoisePreviewPositions, TextMayHaveCommentsBlanksAndAHeader) {
     WriteText("p.csv",
               "x, y ,z\r\n\n# the first\n 1.5 ,\t-2,+.25\r\n\n1e3,7,0.125"); // no end of the last line
     EXPECT_TRUE(Sampled("--positions p.csv") == Expected(3, numbers, 2));
+    WriteText("p.csv", "# a note\r\n\r\n\"x\",'y',höhe\r\n1.5,-2,0.25\r\n1e3,7,0.125\r\n");
+    EXPECT_TRUE(Sampled("--positions p.csv") == Expected(3, numbers, 2))
+        << "a header that is not the first line";
+}
+
+TEST_F(NoisePreviewPositions, TextMayBeginWithAByteOrderMark) {
+    const std::vector<float> numbers = {1.25f, 2.5f, 0.0f};
+    WriteText("p.csv", "\xEF\xBB\xBF"
+                       "1.25\n2.5\n");
+    EXPECT_TRUE(Sampled("--positions p.csv") == Expected(1, numbers, 2));
+    WriteText("P.CSV", "\xEF\xBB\xBF"
+                       "x\n1.25\n2.5\n");
+    EXPECT_TRUE(Sampled("--positions P.CSV") == Expected(1, numbers, 2));
+}
+
+TEST_F(NoisePreviewPositions, ArraysMayHaveAnyHeaderThatMeansTheSame) {
+    const std::vector<float> numbers = Numbers(2);
+    for (const std::string words : {"{\"shape\": (3, 2), \"fortran_order\": False, \"descr\": \"<f4\"}\n",
+                                    "{'fortran_order':False,'shape':(3,2,),'descr':'<f4'}",
+                                    "{ 'shape' : ( 3 , 2 ) , 'descr' : '<f4' , "
+                                    "'fortran_order' : False , }   \n"}) {
+        std::ofstream file(m_Folder / "p.npy", std::ios::binary);
+        file << std::string("\x93NUMPY\x01", 7) << '\0' << static_cast<char>(words.size()) << '\0' << words;
+        file.write(reinterpret_cast<const char*>(numbers.data()), 24);
+        file.close();
+        EXPECT_TRUE(Sampled("--positions p.npy") == Expected(2, numbers, 3)) << words;
+    }
+}
+
+TEST_F(NoisePreviewPositions, TheirFileIsNotWrittenOver) {
+    const std::vector<float> numbers = Numbers(1);
+    WriteNumpy("noise.npy", "<f4", "(8,)", numbers, 8);
+    fs::create_symlink("noise.npy", m_Folder / "link.npy");
+    for (const std::string options :
+         {"--positions noise.npy", "--positions link.npy", "--positions noise.npy --output link.npy"}) {
+        ExpectFailure(options, "is the file that --positions are read from");
+    }
 }
 
 TEST_F(NoisePreviewPositions, NumbersThatAreNoneAreCounted) {
@@ -147,7 +184,16 @@ TEST_F(NoisePreviewPositions, BadTextIsNamedWithItsLine) {
     expectFailure("x,y\n1,2\n3,4,5\n", "line 3 has 3 numbers, not 2");
     expectFailure("1,2\n3,four\n", "line 2: 'four' is not a number");
     expectFailure("1,2\n3,1e99\n", "line 2: '1e99' is not a number that a float can hold");
-    expectFailure("1;2\n", "there are no positions in it"); // all words, and nothing behind them
+    expectFailure("1;2\n", "line 1: '1;2' is not a number"); // and no name of a column
+    expectFailure("1.O\n2\n", "line 1: '1.O' is not a number");
+    expectFailure("1e39,1e39\n1,2\n", "line 1: '1e39' is not a number that a float can hold");
+    expectFailure("\"1.5\",\"2\"\n1,2\n", "line 1: '\"1.5\"' is not a number");
+    expectFailure(",\n1,2\n", "line 1: '' is not a number");
+    expectFailure("x,y\n", "there are no positions in it");
+    expectFailure("1,2\n+-3,4\n", "line 2: '+-3' is not a number");
+    expectFailure(std::string("1,2\0003,\0334\n1,2\n", 14), "line 1: '2?3' is not a number");
+    expectFailure("1," + std::string(100000, '5') + "x\n",
+                  "line 1: '" + std::string(40, '5') + "...' is not a number");
     expectFailure("1,2,3,4,5\n", "line 1 has 5 numbers, more than 4");
     expectFailure("x,2\n", "line 1: 'x' is not a number");
     expectFailure("", "there are no positions in it");
@@ -170,12 +216,15 @@ TEST_F(NoisePreviewPositions, BadArraysAreNamed) {
     expectFailure("its numbers are of type '>f4'");
     WriteNumpy("p.npy", "<f4", "(4, 3)", numbers, 12, "True");
     expectFailure("it is not stored row by row");
-    for (const std::string shape : {"(4, 5)", "(4, 0)", "(4, 3, 1)", "()", "(4, x)", "(-1, 3)"}) {
+    for (const std::string shape : {"(4, 5)", "(4, 0)", "(4, 3, 1)", "()", "(4, x)", "(-1, 3)", "3", "(4 3)",
+                                    "(4,,3)", "(4, 3", "[4, 3]", "(4, 3)x", "\x1B[31m"}) {
         WriteNumpy("p.npy", "<f4", shape, numbers, 64);
         expectFailure("its shape is ");
     }
-    WriteNumpy("p.npy", "<f4", "3", numbers, 64);
-    expectFailure("its header has no shape");
+    WriteNumpy("p.npy", "<f4\n", "(4, 3)", numbers, 12);
+    expectFailure("its numbers are of type '<f4?'");
+    WriteNumpy("p.npy", "<f4', 'other': 'x", "(4, 3)", numbers, 12, "none");
+    expectFailure("it is not stored row by row");
     WriteNumpy("p.npy", "<f4", "(4, 3)", numbers, 11);
     expectFailure("it ends after 3 of 4 positions");
     WriteNumpy("p.npy", "<f4", "(18446744073709551615, 3)", numbers, 64);

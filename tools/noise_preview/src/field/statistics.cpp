@@ -1,6 +1,6 @@
 #include "field/statistics.h"
 
-#include "format_text.h"
+#include "text.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,7 @@
 #include "files/csv_positions.h"
 
+#include "text.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
@@ -11,17 +13,12 @@ namespace NoisePreview {
 
 namespace {
 
-constexpr const char* kBlanks = " \t\r";
-
-std::string_view Trimmed(std::string_view text) {
-    const size_t first = text.find_first_not_of(kBlanks);
-    return first == std::string_view::npos ? ""
-                                           : text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
-}
+/// What some programs begin every text with.
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 std::optional<float> NumberOf(std::string_view text) {
     float number = 0.0f;
-    text.remove_prefix(text.starts_with('+') ? 1 : 0);
+    text.remove_prefix(text.starts_with('+') && !text.starts_with("+-") ? 1 : 0);
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     const bool isWhole = error == std::errc() && end == text.data() + text.size();
     return isWhole ? std::optional(number) : std::nullopt;
@@ -38,8 +35,12 @@ std::vector<std::string_view> FieldsOf(std::string_view line) {
     return fields;
 }
 
-bool IsWord(std::string_view field) {
-    return !NumberOf(field);
+/// Whether a field can be the name of a column: it is no number, nor would it be one but for a slip.
+bool IsName(std::string_view field) {
+    const size_t first = field.find_first_not_of("\"'");
+    const bool isLikeNumber = first == std::string_view::npos ||
+                              std::string_view("0123456789+-.").find(field[first]) != std::string_view::npos;
+    return !isLikeNumber && !NumberOf(field);
 }
 
 } // namespace
@@ -52,7 +53,7 @@ CCsvPositions::CCsvPositions(const std::string& path) : CPositionFile(path), m_F
         _Fail("there are no positions in it");
     }
     if (const std::vector<std::string_view> fields = FieldsOf(m_Line);
-        m_LineNumber == 1 && std::all_of(fields.begin(), fields.end(), IsWord) && !_NextLine()) {
+        std::all_of(fields.begin(), fields.end(), IsName) && !_NextLine()) {
         _Fail("there are no positions in it");
     }
     const size_t count = FieldsOf(m_Line).size();
@@ -82,6 +83,9 @@ bool CCsvPositions::_NextLine() {
     while (std::getline(m_File, m_Line)) {
         ++m_LineNumber;
         m_ReadByteCount += m_Line.size() + 1;
+        if (m_LineNumber == 1 && m_Line.starts_with(kByteOrderMark)) {
+            m_Line.erase(0, kByteOrderMark.size());
+        }
         const std::string_view text = Trimmed(m_Line);
         if (!text.empty() && !text.starts_with('#')) {
             return true;
@@ -104,7 +108,7 @@ void CCsvPositions::_ParseLine() {
     for (const std::string_view field : fields) {
         const std::optional<float> number = NumberOf(field);
         if (!number) {
-            _Fail(line + ": '" + std::string(field) + "' is not a number that a float can hold");
+            _Fail(line + ": " + Quoted(field) + " is not a number that a float can hold");
         }
         m_Numbers.push_back(*number);
     }

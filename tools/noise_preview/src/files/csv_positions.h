@@ -8,8 +8,8 @@
 
 namespace NoisePreview {
 
-/// Text with a line of numbers and commas for each position. Empty lines, those that begin with #, and words
-/// in the first line are passed over.
+/// Text with a line of numbers and commas for each position. Empty lines, those that begin with #, and names
+/// in the first of the others are passed over.
 class CCsvPositions final : public CPositionFile {
 public:
     explicit CCsvPositions(const std::string& path);

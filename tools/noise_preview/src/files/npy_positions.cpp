@@ -1,10 +1,13 @@
 #include "files/npy_positions.h"
 
+#include "text.h"
+
 #include <algorithm>
 #include <bit>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -14,31 +17,64 @@ static_assert(std::endian::native == std::endian::little, "floats are read as th
 
 namespace {
 
-/// What follows a key in the words of a header, up to the end of its value; or nothing.
-std::string_view ValueOf(std::string_view header, std::string_view key, char end) {
-    const size_t place = header.find(key);
-    if (place == std::string_view::npos) {
-        return "";
+/// Takes what is before the first `end` that stands neither in quotes nor in brackets, and the `end`; or all.
+std::string_view TakeUntil(char end, std::string_view& text) {
+    char quote = '\0';
+    int depth = 0;
+    size_t size = 0;
+    for (; size < text.size() && (quote != '\0' || depth > 0 || text[size] != end); ++size) {
+        const char c = text[size];
+        if (quote != '\0') {
+            quote = c == quote ? '\0' : quote;
+        } else if (c == '\'' || c == '"') {
+            quote = c;
+        } else {
+            depth += c == '(' || c == '[' ? 1 : c == ')' || c == ']' ? -1 : 0;
+        }
     }
-    header.remove_prefix(place + key.size());
-    header.remove_prefix(std::min(header.find_first_not_of(": "), header.size()));
-    return header.substr(0, std::min(header.find(end), header.size()));
+    const std::string_view taken = text.substr(0, size);
+    text.remove_prefix(std::min(size + 1, text.size()));
+    return Trimmed(taken);
 }
 
-/// The numbers of a shape such as 1000, 3; empty where it is not one.
-std::vector<uint64_t> ShapeOf(std::string_view text) {
+/// What is between the first and the last character of a text, if they are these.
+std::optional<std::string_view> Between(char first, std::string_view text, char last) {
+    const bool has = text.size() >= 2 && text.front() == first && text.back() == last;
+    return has ? std::optional(text.substr(1, text.size() - 2)) : std::nullopt;
+}
+
+/// What is in a string of Python's.
+std::optional<std::string_view> StringOf(std::string_view literal) {
+    const auto inQuotes = Between('"', literal, '"');
+    return inQuotes ? inQuotes : Between('\'', literal, '\'');
+}
+
+/// The value that the dictionary which a header is has for a key; empty where it has none.
+std::string_view ValueOf(std::string_view header, std::string_view key) {
+    std::string_view rest = Between('{', Trimmed(header), '}').value_or("");
+    while (!rest.empty()) {
+        std::string_view value = TakeUntil(',', rest);
+        if (StringOf(TakeUntil(':', value)) == key) {
+            return Trimmed(value);
+        }
+    }
+    return "";
+}
+
+/// The numbers of a tuple such as (1000, 3); nothing where it is none.
+std::optional<std::vector<uint64_t>> ShapeOf(std::string_view tuple) {
+    std::optional<std::string_view> rest = Between('(', tuple, ')');
     std::vector<uint64_t> shape;
-    while (!text.empty()) {
+    while (rest && !Trimmed(*rest).empty()) {
+        const std::string_view text = TakeUntil(',', *rest);
         uint64_t extent = 0;
         const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), extent);
-        if (error != std::errc()) {
-            return {};
+        if (error != std::errc() || end != text.data() + text.size()) {
+            return std::nullopt;
         }
         shape.push_back(extent);
-        text.remove_prefix(static_cast<size_t>(end - text.data()));
-        text.remove_prefix(std::min(text.find_first_not_of(", "), text.size()));
     }
-    return shape;
+    return rest ? std::optional(shape) : std::nullopt;
 }
 
 } // namespace
@@ -82,7 +118,8 @@ std::string CNpyPositions::_ReadHeader() {
     }
     std::string header(std::min(size, kMostWords), '\0');
     m_File.read(header.data(), static_cast<std::streamsize>(header.size()));
-    if (!m_File || size > kMostWords || start[6] < 1 || start[6] > 3) {
+    const bool isDictionary = Between('{', Trimmed(header), '}').has_value();
+    if (!m_File || size > kMostWords || start[6] < 1 || start[6] > 3 || !isDictionary) {
         _Fail("its header is not that of a NumPy array");
     }
     m_ReadByteCount = sizeof(start) + (isFirst ? 2 : 4) + size;
@@ -90,25 +127,22 @@ std::string CNpyPositions::_ReadHeader() {
 }
 
 void CNpyPositions::_CheckType(const std::string& header) const {
-    const std::string_view type = ValueOf(header, "'descr'", ',');
-    if (type != "'<f4'") {
-        _Fail("its numbers are of type " + std::string(type) +
-              ", not '<f4' (little-endian floats of 4 bytes)");
+    const std::string_view type = ValueOf(header, "descr");
+    if (StringOf(type) != "<f4") {
+        _Fail("its numbers are of type " + Quoted(StringOf(type).value_or(type)) +
+              ", not '<f4', little-endian floats of 4 bytes (NumPy makes them by astype)");
     }
-    if (ValueOf(header, "'fortran_order'", ',') != "False") {
+    if (ValueOf(header, "fortran_order") != "False") {
         _Fail("it is not stored row by row");
     }
 }
 
 void CNpyPositions::_ParseShape(const std::string& header) {
-    const std::string_view text = ValueOf(header, "'shape'", ')');
-    if (!text.starts_with('(')) {
-        _Fail("its header has no shape");
-    }
-    const std::vector<uint64_t> shape = ShapeOf(text.substr(1));
+    const std::string_view text = ValueOf(header, "shape");
+    const std::vector<uint64_t> shape = ShapeOf(text).value_or(std::vector<uint64_t>());
     const bool isList = shape.size() == 1;
     if (!isList && (shape.size() != 2 || shape[1] < 1 || shape[1] > 4)) {
-        _Fail("its shape is " + std::string(text) + "), not rows of 1 to 4 coordinates");
+        _Fail("its shape is " + Quoted(text) + ", not rows of 1 to 4 coordinates");
     }
     m_Dimension = isList ? 1 : static_cast<uint32_t>(shape[1]);
     m_LeftCount = shape[0];

@@ -1,22 +1,22 @@
 #include "files/position_file.h"
 
 #include "files/csv_positions.h"
+#include "files/ending.h"
 #include "files/npy_positions.h"
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <stdexcept>
 #include <sys/stat.h>
 
 namespace NoisePreview {
 
 std::unique_ptr<CPositionFile> CPositionFile::Open(const std::string& path) {
-    const std::string ending = std::filesystem::path(path).extension().string();
-    if (ending == ".npy") {
+    const std::string ending = EndingOf(path);
+    if (ending == "npy") {
         return std::make_unique<CNpyPositions>(path);
     }
-    if (ending == ".csv") {
+    if (ending == "csv") {
         return std::make_unique<CCsvPositions>(path);
     }
     throw std::runtime_error("'" + path + "' is of no kind that positions are read from: .npy and .csv");

@@ -3,12 +3,12 @@
 #include "options/manual.h"
 #include "options/option_rules.h"
 #include "options/option_table.h"
+#include "text.h"
 
 #include <zr_support/config.h>
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <sstream>
@@ -73,9 +73,7 @@ void AddManuals(CLI::App& app, std::string& manual) {
 
 /// One line about what is wrong.
 std::string FailureMessage(const CLI::App*, const CLI::Error& error) {
-    std::string line = std::string("noise_preview: ") + error.what() + " (--help explains the options)";
-    std::replace(line.begin(), line.end(), '\n', ' '); // one that came with an argument
-    return line + '\n';
+    return Printable(std::string("noise_preview: ") + error.what() + " (--help explains the options)") + '\n';
 }
 
 } // namespace

@@ -59,7 +59,15 @@ where the qualities differ
 the field at the positions in a file
 .SH EXIT STATUS
 0 if all was written, 2 for options that make no sense, 1 for whatever else went wrong, about which there is a line
-on standard error. Nothing is at the name of the output then but what was there before.
+on standard error. Nothing is at the name of the output then but what was there before, unless all that is missing is
+the report on standard output. A run that is interrupted leaves nothing either.
+.SH ENVIRONMENT
+.TP
+.B TERM, COLORTERM, NO_COLOR, LC_ALL, LC_CTYPE, LANG
+what standard output can show, if it is a terminal and no output is named
+.TP
+.B TMPDIR
+the folder for what is on its way to standard output; /tmp without it
 )";
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "options/option_rules.h"
 
+#include "files/ending.h"
 #include "files/output_format.h"
 #include "files/terminal_picture.h"
 #include "options/option_table.h"
@@ -69,7 +70,7 @@ void CheckCurve(const COptions& options, const CIsGiven& isGiven) {
         Refuse("--curve", "it is not for --shade and --tile");
     }
     const bool isPlot =
-        options.m_IsCurve || (options.m_Dimension == 1 && options.m_Compare == ECompare::kNothing);
+        options.m_IsCurve || (options.m_Dimension == 1 && options.m_Compare != ECompare::kDimensions);
     if (isPlot && isGiven("--colours")) {
         Refuse("--colours", "they are for pictures of planes, not for curves");
     }
@@ -91,16 +92,17 @@ void CheckAnimation(const COptions& options) {
     }
 }
 
-/// The ending of a file's name in small letters, without its dot, such as png.
-std::string EndingOf(const std::string& name) {
-    std::string ending = std::filesystem::path(name).extension().string();
-    std::transform(ending.begin(), ending.end(), ending.begin(),
-                   [](char c) { return 'A' <= c && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    return ending.empty() ? "" : ending.substr(1);
-}
-
 std::string Article(const CFormat& format) {
     return format.m_Format == EFormat::kExr ? "an " : "a ";
+}
+
+/// Refuses to write over the file that is read.
+void CheckInput(const COptions& options) {
+    std::error_code error;
+    if (!options.m_Positions.empty() &&
+        std::filesystem::equivalent(options.m_Positions, options.m_Output, error)) {
+        Refuse("--output", options.m_Output, "the file that --positions are read from");
+    }
 }
 
 /// What the kind of output can be, and why nothing else.
@@ -183,6 +185,7 @@ void CompleteOptions(COptions& options, const CIsGiven& isGiven) {
         return;
     }
     ChooseFormat(options);
+    CheckInput(options);
     CheckContent(options, isGiven);
     CheckSize(options);
     if (options.m_Output == "-" && isatty(STDOUT_FILENO) != 0) {

@@ -240,7 +240,10 @@ constexpr COption kOptions[] = {
      "Show how the field, which repeats every 256 cells, meets itself: at the middle of the picture, which "
      "marks on its edges point at, one period ends and the next begins.",
      ParseTile},
-    {"--size", "WxH", "Width and height of the picture in pixels (default: 1024x1024).", ParseSize},
+    {"--size", "WxH",
+     "Width and height of the picture in pixels, or of the array; samples in 1D are one row whatever the "
+     "height (default: 1024x1024).",
+     ParseSize},
     {"--cells", "N", "How many lattice cells the picture is wide, 1 to 1000000 (default: 16).", ParseCells},
     {"--slice", "Z",
      "Where a 3D or 4D field is cut: the z coordinate of all positions, -8388608 to 8388608 (default: 0.5).",
@@ -267,21 +270,24 @@ constexpr COption kOptions[] = {
     {"--positions", "FILE",
      "Sample the field at the positions in a file, in place of those of a picture: either a NumPy array of "
      "floats of 4 bytes with a row for each position (.npy), or text with a line of numbers and commas for "
-     "each (.csv), where empty lines, those that begin with # and words in the first line are passed over. "
+     "each (.csv), where empty lines, those that begin with # and names of columns are passed over. "
      "As many columns as there are make the dimension, 1 to 4. The output is one float for each.",
      ParsePositions},
     {"--format", "png|webp|exr|npy|raw",
      "What to write where the name of the output does not say: PNG and WebP are pictures; OpenEXR (exr), "
      "NumPy (npy) and raw are the field's own floats of 4 bytes, rows by columns or, with --shade gradient, "
-     "rows by columns by three derivatives, and in 1D one row. A raw file has lines of text first, up to an "
-     "empty one: its kind, its shape, its numbers' type (default: png; webp with --animate; npy with "
-     "--positions).",
+     "rows by columns by three derivatives, and in 1D one row. An OpenEXR file has the channel Y, or "
+     "gradient.x, gradient.y and gradient.z; a raw file begins with 128 bytes of text: a line each of its "
+     "kind, "
+     "its numbers' type and its shape (default: png; webp with --animate; npy with --positions).",
      ParseFormat},
     {"--output", "FILE|FOLDER/|-",
      "The file to write; one that is there already is replaced, once the new one is complete. A name that "
-     "ends in / is the folder for the default; - is standard output; else it ends as the format does (.png, "
-     ".webp, .exr, .npy, .raw), or has no ending. Without this option, a terminal that can show colours gets "
-     "the picture (default: noise and the ending of the format).",
+     "ends in / is the folder for the default; - is standard output, which gets all of it at the end, from a "
+     "temporary file; else it ends as the format does (.png, .webp, .exr, .npy, .raw), or has no ending. "
+     "Without this option, a terminal of 256 colours or all (COLORTERM=truecolor) and UTF-8 gets the "
+     "picture, "
+     "unless NO_COLOR is set (default: noise and the ending of the format).",
      ParseOutput},
     {"--stats", nullptr,
      "Print minimum, maximum, mean and a histogram of the drawn field's values as well, whatever the shade; "
