@@ -1,9 +1,13 @@
 #include "noise_preview_run.h"
 
 #include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
 #include <fstream>
 #include <regex>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -16,7 +20,19 @@ TEST_F(NoisePreview, FilesThatCannotBeWrittenAreNamed) {
     // A folder that takes no files, from root either.
     ExpectFailure("--output /sys/field.png", "'/sys/field.png' cannot be written: ");
     ExpectFailure("--output ''", "--output");
-    ExpectFailure("--output " + std::string(300, 'x'), "cannot be written: File name too long");
+    fs::create_symlink("loop", m_Folder / "loop");
+    ExpectFailure("--output loop", "'loop' cannot be written: Too many levels of symbolic links");
+    std::ofstream(m_Folder / "file") << "precious";
+    ExpectFailure("--output file/field.png", "'file/field.png' cannot be written: Not a directory");
+    ExpectFailure("--output \"$(printf 'folder\\033[31m\\n/none/a.png')\"",
+                  "'folder?[31m?/none/a.png' cannot be written: ");
+}
+
+TEST_F(NoisePreview, NamesThatCannotBeAreRefusedBeforeTheWork) {
+    const CResult result = Run("--output " + std::string(300, 'x'));
+    EXPECT_EQ(result.m_ExitCode, 1);
+    EXPECT_NE(result.m_Errors.find("cannot be written: File name too long"), std::string::npos);
+    EXPECT_EQ(result.m_Errors.find("drawing"), std::string::npos) << result.m_Errors;
 }
 
 TEST_F(NoisePreview, AFailedRunKeepsTheFileThatIsThere) {
@@ -41,6 +57,30 @@ TEST_F(NoisePreview, AnInterruptedRunLeavesNothingBehind) {
                                                              std::to_string(signal) + " $$; } & exec");
         EXPECT_EQ(result.m_ExitCode, -signal) << result.m_Errors;
         EXPECT_TRUE(Files() == filesBefore) << "signal " << signal << " left something behind";
+    }
+}
+
+/// At any time between its start and the first rows.
+TEST_F(NoisePreview, ARunThatIsInterruptedAtOnceLeavesNothingBehind) {
+    for (const std::string& output : {(m_Folder / "field.png").string(), std::string("-")}) {
+        for (int k = 0; k < 300; ++k) {
+            const pid_t child = fork();
+            if (child == 0) {
+                setenv("TMPDIR", m_Folder.c_str(), 1);
+                const int nowhere = open("/dev/null", O_RDWR);
+                dup2(nowhere, STDOUT_FILENO);
+                dup2(nowhere, STDERR_FILENO);
+                execl(NOISE_PREVIEW, NOISE_PREVIEW, "--size", "20000x20000", "--output", output.c_str(),
+                      nullptr);
+                _exit(127);
+            }
+            usleep(static_cast<useconds_t>(500 + 20 * k));
+            kill(child, k % 2 == 0 ? SIGTERM : SIGINT);
+            int status = 0;
+            ASSERT_EQ(waitpid(child, &status, 0), child);
+            ASSERT_TRUE(WIFSIGNALED(status)) << output << ", run " << k;
+            ASSERT_TRUE(Files().empty()) << output << ", run " << k << " left something behind";
+        }
     }
 }
 

@@ -24,9 +24,35 @@ extern "C" void RemovePartialFile(int signal) {
     std::raise(signal);
 }
 
+/// What ends the program early.
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+
+/// Holds these signals back while it lives: what is made meanwhile is not left behind.
+class CSignalsHeldBack {
+public:
+    CSignalsHeldBack() {
+        sigset_t signals;
+        sigemptyset(&signals);
+        for (const int signal : kSignals) {
+            sigaddset(&signals, signal);
+        }
+        sigprocmask(SIG_BLOCK, &signals, &m_Before);
+    }
+
+    ~CSignalsHeldBack() {
+        sigprocmask(SIG_SETMASK, &m_Before, nullptr);
+    }
+
+    CSignalsHeldBack(const CSignalsHeldBack&) = delete;
+    CSignalsHeldBack& operator=(const CSignalsHeldBack&) = delete;
+
+private:
+    sigset_t m_Before;
+};
+
 /// Leaves alone what the program was started to ignore, as nohup does.
 void RemovePartialFileOnSignals() {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+    for (const int signal : kSignals) {
         if (std::signal(signal, RemovePartialFile) == SIG_IGN) {
             std::signal(signal, SIG_IGN);
         }
@@ -100,12 +126,16 @@ void COutputFile::Fail(const std::string& reason) const {
 void COutputFile::_OpenBeside() {
     struct stat existing = {};
     const bool exists = stat(m_Path.c_str(), &existing) == 0;
+    if (!exists && errno != ENOENT) {
+        Fail(std::strerror(errno)); // such as a name that is too long, or a link to itself
+    }
     if (exists && !S_ISREG(existing.st_mode)) {
         Fail("it is not a file");
     }
     if (exists && access(m_Path.c_str(), W_OK) != 0) {
         Fail(std::strerror(errno));
     }
+    const CSignalsHeldBack heldBack;
     m_PartialPath = (m_Path.parent_path() / ".noise_preview.XXXXXX").string();
     const int descriptor = mkstemp(m_PartialPath.data());
     if (descriptor < 0) {
@@ -125,6 +155,7 @@ void COutputFile::_OpenBeside() {
 
 /// Standard output need not be able to go back, which some formats want, and is to get all or nothing.
 void COutputFile::_OpenUnnamed() {
+    const CSignalsHeldBack heldBack;
     std::error_code error;
     std::string path = (std::filesystem::temp_directory_path(error) / "noise_preview.XXXXXX").string();
     const int descriptor = error ? -1 : mkstemp(path.data());
