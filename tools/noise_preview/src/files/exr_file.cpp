@@ -37,6 +37,9 @@ private:
     const COutputFile& m_File;
 };
 
+/// From here on a row has blocks of its own.
+constexpr uint32_t kWide = 65536;
+
 std::vector<std::string> ChannelNames(bool isGradient) {
     return isGradient ? std::vector<std::string>{"gradient.x", "gradient.y", "gradient.z"}
                       : std::vector<std::string>{"Y"};
@@ -49,7 +52,8 @@ struct CExrState {
         : m_Stream(file), m_Row(width * ChannelNames(isGradient).size()) {
         const std::vector<std::string> names = ChannelNames(isGradient);
         Imf::Header header(static_cast<int>(width), static_cast<int>(height));
-        header.compression() = Imf::ZIP_COMPRESSION;
+        // Rows are compressed sixteen at a time, and one by one where so many would take much memory.
+        header.compression() = width > kWide ? Imf::ZIPS_COMPRESSION : Imf::ZIP_COMPRESSION;
         Imf::FrameBuffer buffer;
         for (size_t k = 0; k < names.size(); ++k) {
             header.channels().insert(names[k], Imf::Channel(Imf::FLOAT));

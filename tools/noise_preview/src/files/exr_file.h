@@ -13,6 +13,9 @@ struct CExrState;
 /// An OpenEXR picture of 32-bit floats in the making, row by row.
 class CExrFile {
 public:
+    /// What a float of a wide row takes: in the row, and while OpenEXR compresses it.
+    static constexpr double kBytesPerFloat = 16.0;
+
     /// `file` is borrowed. There is one channel, Y, or with `isGradient` three: gradient.x, gradient.y and
     /// gradient.z. Throws std::bad_alloc, or std::runtime_error with a message for the user.
     CExrFile(COutputFile& file, uint32_t width, uint32_t height, bool isGradient);
