@@ -211,6 +211,8 @@ TEST_F(NoisePreviewMorePictures, WhatCurvesAreNotForIsRefused) {
     ExpectFailure("--curve --tile", "--curve: it is not for --shade and --tile");
     ExpectFailure("--curve --colours magma", "--colours: they are for pictures of planes");
     ExpectFailure("--dimension 1 --colours magma", "--colours: they are for pictures of planes");
+    ExpectFailure("--dimension 1 --compare qualities --colours magma",
+                  "--colours: they are for pictures of planes");
     ExpectFailure("--line 1", "--line requires --curve");
     for (const std::string value : {"nan", "1e30", "y", "''"}) {
         ExpectFailure("--curve --line " + value, "--line:");
@@ -243,6 +245,22 @@ TEST_F(NoisePreviewMorePictures, TheEndOfAPeriodMeetsTheBeginningOfTheNext) {
         }
     }
     EXPECT_EQ(markCount, 4u * 2u * (140u / 16u));
+}
+
+TEST_F(NoisePreviewMorePictures, AlongACurvePeriodsMeetInTheMiddleOfItsWidth) {
+    for (const std::string more : {"--dimension 1", "--compare dimensions"}) {
+        const CRawPng picture = Draw("--tile --cells 6 --size 120x80 " + more);
+        const uint32_t top = picture.m_Height - 80; // below the labels, if there are any
+        size_t markCount = 0;
+        for (uint32_t y = top; y < picture.m_Height; ++y) {
+            for (uint32_t x = 0; x < 120; ++x) {
+                const bool isMark = picture.Level(x, y, 0) != picture.Level(x, y, 1);
+                markCount += isMark ? 1 : 0;
+                EXPECT_TRUE(!isMark || x == 59 || x == 60) << more << ": a mark at " << x << ", " << y;
+            }
+        }
+        EXPECT_EQ(markCount, 2u * 2u * (80u / 16u)) << more;
+    }
 }
 
 TEST_F(NoisePreviewMorePictures, SeamsInDataAndCurves) {

@@ -65,7 +65,7 @@ protected:
     std::string m_Name;
 };
 
-const std::string kColourful = "LC_ALL=C.UTF-8 NO_COLOR= COLORTERM=truecolor";
+const std::string kColourful = "LC_ALL=C.UTF-8 NO_COLOR= COLORTERM=truecolor TERM=xterm";
 
 TEST_F(NoisePreviewTerminal, ShowsThePictureInHalfBlocks) {
     // 8 x 6 pixels: three lines of eight blocks, each with a colour above and one below.
@@ -100,6 +100,17 @@ TEST_F(NoisePreviewTerminal, ShrinksThePictureToFit) {
         Shown("--compare qualities", "LC_ALL=C.UTF-8 COLORTERM= TERM=xterm-256color");
     EXPECT_LE(CountOf("\u2580", compared), 20u * 60u);
     EXPECT_GT(CountOf("\u2580", compared), 0u);
+    const std::string largest = Shown("--size 4294967295x4294967295 --cells 9", kColourful);
+    EXPECT_EQ(CountOf("\u2580", largest), 20u * 40u);
+}
+
+TEST_F(NoisePreviewTerminal, LabelsAndGapsWantRoom) {
+    const winsize size = {22, 24, 0, 0}; // as wide as the gaps
+    ASSERT_EQ(ioctl(m_Other, TIOCSWINSZ, &size), 0);
+    const CResult result = Run("--compare dimensions >" + m_Name, kColourful + " exec");
+    EXPECT_EQ(result.m_ExitCode, 1);
+    EXPECT_EQ(result.m_Errors, "noise_preview: the terminal is too small for pictures side by side; --output "
+                               "makes a file\n");
 }
 
 TEST_F(NoisePreviewTerminal, KnowsTerminalsOf256Colours) {
@@ -114,8 +125,8 @@ TEST_F(NoisePreviewTerminal, KnowsTerminalsOf256Colours) {
 
 TEST_F(NoisePreviewTerminal, OthersGetAFile) {
     for (const std::string environment :
-         {"LC_ALL=C.UTF-8 COLORTERM= TERM=dumb", "LC_ALL=C.UTF-8 COLORTERM=truecolor NO_COLOR=1",
-          "LC_ALL=C COLORTERM=truecolor NO_COLOR="}) {
+         {"LC_ALL=C.UTF-8 COLORTERM= TERM=xterm", "LC_ALL=C.UTF-8 COLORTERM=truecolor TERM=dumb NO_COLOR=",
+          "LC_ALL=C.UTF-8 COLORTERM=truecolor NO_COLOR=1", "LC_ALL=C COLORTERM=truecolor NO_COLOR="}) {
         const std::string text = Shown("--size 8x6", environment);
         EXPECT_EQ(text.find("noise.png: 48 positions"), 0u) << environment << ": " << text;
         EXPECT_TRUE(fs::remove(m_Folder / "noise.png")) << environment;

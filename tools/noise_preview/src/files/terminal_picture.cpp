@@ -48,13 +48,15 @@ int NumberOf(const CPixel& pixel) {
 
 ETerminalColours TerminalColours() {
     const std::string_view colours = Environment("COLORTERM");
-    if (isatty(STDOUT_FILENO) == 0 || !Environment("NO_COLOR").empty() || !HasUtf8()) {
+    const std::string_view terminal = Environment("TERM");
+    const bool hasColours = terminal != "dumb" && Environment("NO_COLOR").empty();
+    if (isatty(STDOUT_FILENO) == 0 || !hasColours || !HasUtf8()) {
         return ETerminalColours::kNone;
     }
     if (colours == "truecolor" || colours == "24bit") {
         return ETerminalColours::kAll;
     }
-    const bool has256 = Environment("TERM").find("256color") != std::string_view::npos;
+    const bool has256 = terminal.find("256color") != std::string_view::npos;
     return has256 ? ETerminalColours::k256 : ETerminalColours::kNone;
 }
 
@@ -65,8 +67,12 @@ void ShrinkToTerminal(COptions& options) {
     smallest.m_Width = 0;
     smallest.m_Height = 0;
     const CPictureSize fixed = SizeOfPicture(smallest); // gaps and labels
+    if (most.m_Width <= fixed.m_Width || most.m_Height <= fixed.m_Height) {
+        throw std::runtime_error(
+            "the terminal is too small for pictures side by side; --output makes a file");
+    }
     const auto scale = [](uint64_t room, uint64_t taken, uint64_t whole) {
-        return room <= taken ? 0.0 : static_cast<double>(room - taken) / static_cast<double>(whole - taken);
+        return static_cast<double>(room - taken) / static_cast<double>(whole - taken);
     };
     const double least = std::min({1.0, scale(most.m_Width, fixed.m_Width, all.m_Width),
                                    scale(most.m_Height, fixed.m_Height, all.m_Height)});

@@ -13,12 +13,12 @@ namespace NoisePreview {
 /// What colours a terminal can show.
 enum class ETerminalColours { kNone, k256, kAll };
 
-/// Those of standard output, as the environment tells: kNone where it is no terminal, where its letters are
-/// not those of UTF-8, or where NO_COLOR asks for none.
+/// Those of standard output, as the environment tells: kNone where it is no terminal or a dumb one, where its
+/// letters are not those of UTF-8, or where NO_COLOR asks for none.
 ETerminalColours TerminalColours();
 
 /// Makes the pictures so small that what is drawn fits into the terminal: two rows of pixels are a line of
-/// text.
+/// text. Throws std::runtime_error, with a message for the user, where not even the labels fit.
 void ShrinkToTerminal(COptions& options);
 
 /// A picture on the terminal in the making, row by row.

@@ -42,14 +42,14 @@ std::unique_ptr<CPainter> MakePainter(const CFastNoise3& noise, const COptions& 
     if (options.m_IsCurve) {
         return std::make_unique<CLinePainter>(std::move(sampler));
     }
+    std::unique_ptr<CPainter> painter;
     if (options.m_Dimension == 1) {
-        return std::make_unique<CCurvePainter>(std::move(sampler));
+        painter = std::make_unique<CCurvePainter>(std::move(sampler));
+    } else {
+        painter = std::make_unique<CFieldPainter>(std::move(sampler));
     }
-    auto painter = std::make_unique<CFieldPainter>(std::move(sampler));
-    if (options.m_IsTile) {
-        return std::make_unique<CTilePainter>(std::move(painter), options.m_Width, options.m_Height);
-    }
-    return painter;
+    return options.m_IsTile ? std::make_unique<CTilePainter>(std::move(painter), options)
+                            : std::move(painter);
 }
 
 CFieldPainter::CFieldPainter(CFieldSampler sampler)

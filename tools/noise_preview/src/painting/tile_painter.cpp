@@ -11,11 +11,12 @@ constexpr CPixel kMark = {0.86f, 0.08f, 0.08f};
 
 } // namespace
 
-CTilePainter::CTilePainter(std::unique_ptr<CPainter> painter, uint64_t width, uint64_t height)
+CTilePainter::CTilePainter(std::unique_ptr<CPainter> painter, const COptions& options)
     : m_Painter(std::move(painter)),
-      m_Width(width),
-      m_Height(height),
-      m_Length(std::min(width, height) / 16) {}
+      m_IsPlane(options.m_Dimension > 1),
+      m_Width(options.m_Width),
+      m_Height(options.m_Height),
+      m_Length(std::min(m_Width, m_Height) / 16) {}
 
 void CTilePainter::Paint(uint64_t first, std::span<CPixel> pixels) {
     m_Painter->Paint(first, pixels);
@@ -34,7 +35,7 @@ void CTilePainter::_MarkRow(uint64_t row, std::span<CPixel> pixels) const {
     };
     for (uint64_t column = 0; column < m_Width; ++column) {
         const bool isMark = (isMiddle(column, m_Width) && isEdge(row, m_Height)) ||
-                            (isMiddle(row, m_Height) && isEdge(column, m_Width));
+                            (m_IsPlane && isMiddle(row, m_Height) && isEdge(column, m_Width));
         pixels[column] = isMark ? kMark : pixels[column];
     }
 }

@@ -1,15 +1,17 @@
 #pragma once
 
+#include "options/options.h"
 #include "painting/painter.h"
 
 #include <memory>
 
 namespace NoisePreview {
 
-/// Marks on the edges of another's picture, which point at its middle.
+/// Marks on the edges of another's picture, which point at its middle; where the picture is a curve, at the
+/// middle of its width alone.
 class CTilePainter final : public CPainter {
 public:
-    CTilePainter(std::unique_ptr<CPainter> painter, uint64_t width, uint64_t height);
+    CTilePainter(std::unique_ptr<CPainter> painter, const COptions& options);
 
     void Paint(uint64_t first, std::span<CPixel> pixels) override;
 
@@ -17,6 +19,7 @@ private:
     void _MarkRow(uint64_t row, std::span<CPixel> pixels) const;
 
     std::unique_ptr<CPainter> m_Painter;
+    bool m_IsPlane;
     uint64_t m_Width;
     uint64_t m_Height;
     uint64_t m_Length; // of a mark, in pixels
