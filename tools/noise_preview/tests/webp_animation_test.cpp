@@ -8,6 +8,7 @@
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <fstream>
 #include <memory>
@@ -47,6 +48,9 @@ CFrame GreyFrameOf(const uint8_t* rgba, size_t pixelCount, int end) {
 
 CAnimation ReadWebp(const fs::path& path) {
     const std::string content = ReadFile(path);
+    uint32_t size = 0; // of what is behind it
+    std::memcpy(&size, content.data() + 4, content.size() < 8 ? 0 : 4);
+    EXPECT_EQ(size + 8, content.size());
     const WebPData data = {reinterpret_cast<const uint8_t*>(content.data()), content.size()};
     const std::unique_ptr<WebPAnimDecoder, decltype(&WebPAnimDecoderDelete)> decoder(
         WebPAnimDecoderNew(&data, nullptr), WebPAnimDecoderDelete);

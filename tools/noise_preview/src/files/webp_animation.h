@@ -4,16 +4,16 @@
 #include "painting/pixel.h"
 
 #include <webp/encode.h>
-#include <webp/mux.h>
 
 #include <cstdint>
-#include <memory>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace NoisePreview {
 
-/// A WebP animation in the making, which loops for ever. Frames are kept as they will be in the file.
+/// A WebP animation in the making, which loops for ever. Frames are written as they come: libwebpmux would
+/// keep them all, and so the container is made here, by Google's "WebP Container Specification".
 ///
 /// They are encoded with loss: smooth greys then take a quarter of the bytes and half the time, with errors
 /// of a few greys at most.
@@ -35,18 +35,19 @@ public:
     void AddRow(std::span<const CPixel> pixels);
 
     /// Completes a frame that is shown until `end`, in seconds from the beginning of the animation. Throws
-    /// std::bad_alloc, or std::runtime_error with a message for the user.
+    /// std::bad_alloc, or std::runtime_error with a message for the user, also where the file gets longer
+    /// than such files can be.
     void FinishFrame(double end);
 
     /// Writes the file and finishes it. Throws as FinishFrame does.
     void Finish();
 
 private:
+    void _Write(const std::string& bytes);
     void _Encode(WebPMemoryWriter& encoded);
-    void _Check(WebPMuxError error) const;
 
     COutputFile& m_File;
-    std::unique_ptr<WebPMux, decltype(&WebPMuxDelete)> m_Mux;
+    uint64_t m_ByteCount = 0; // written so far, but for the first eight
     WebPConfig m_Config;
     WebPPicture m_Frame;
     std::vector<uint8_t> m_Bytes; // red, green and blue of the frame's rows so far
