@@ -44,15 +44,15 @@ void Run(const COptions& options) {
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    // A file that grows beyond a limit, or output that nobody reads, is to fail like any other.
-    std::signal(SIGXFSZ, SIG_IGN);
-    std::signal(SIGPIPE, SIG_IGN);
     OpenStandardStreams();
     int exitCode = 0;
     const std::optional<COptions> options = ParseCommandLine(argumentCount, arguments, exitCode);
     if (!options) {
         return exitCode;
     }
+    // A file that grows beyond a limit, or output that nobody reads, is to fail like any other.
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
     try {
         Run(*options);
         return 0;

@@ -26,7 +26,7 @@ TEST_F(NoisePreview, AFolderGetsAFileOfTheDefaultName) {
     EXPECT_EQ(result.m_Output.find("folder/noise.png: "), 0u) << result.m_Output;
     EXPECT_EQ(ReadPng(m_Folder / "folder/noise.png").m_Width, 10u);
     EXPECT_EQ(Files().size(), 1u);
-    ExpectFailure("--output nowhere/", "'nowhere/noise.png' cannot be written: No such file or directory");
+    ExpectFailure("--output nowhere/", "'nowhere/noise.png' cannot be written: there is no such folder");
 }
 
 TEST_F(NoisePreview, LastOfRepeatedOptionsCounts) {
@@ -124,10 +124,10 @@ TEST_F(NoisePreview, BadOptionsGetOneLineThatNamesThem) {
     }
     for (const std::string name : {"a.webp", "a.WEBP"}) {
         ExpectFailure("--output " + name,
-                      "--output: '" + name + "' is for a WebP file, which only --animate makes");
+                      "--output: '" + name + "' is the name of a WebP file, which only --animate makes");
     }
     for (const std::string name : {"a.png", "a.exr", "a.npy", "a.raw"}) {
-        ExpectFailure("--animate 1 --output " + name, "--output: '" + name + "' is not for a WebP file");
+        ExpectFailure("--animate 1 --output " + name, "--output: '" + name + "' is no name of a WebP file");
     }
     for (const std::string value : {"-1", "4294967296", "1.5", "seed", "''"}) {
         ExpectFailure("--seed " + value, "--seed");
@@ -135,11 +135,24 @@ TEST_F(NoisePreview, BadOptionsGetOneLineThatNamesThem) {
     for (const std::string value : {"=0", "=x", "=5", " 1"}) {
         ExpectFailure("--stats" + value, value == " 1" ? "1" : "stats was given");
     }
-    ExpectFailure("--output", "--output");
-    ExpectFailure("--colour", "--colour");
-    ExpectFailure("field.png", "field.png");
     ExpectFailure("--cells 1000000 --size 1x1000", "--cells");
     ExpectFailure("'--two\nlines'", "--two?lines");
+}
+
+TEST_F(NoisePreview, MissingValuesAndUnknownOptionsAreNamed) {
+    for (const std::string arguments :
+         {"--size", "--size --seed 3", "--size=", "--size ''", "--seed 3 --size"}) {
+        ExpectFailure(arguments, "--size: its value is missing: WxH");
+    }
+    ExpectFailure("--output --size 9x9", "--output: its value is missing: FILE|FOLDER/|-");
+    ExpectFailure("--sed 5", "there is no option '--sed'; is it --seed?");
+    ExpectFailure("--colors=terrain", "there is no option '--colors'; is it --colours?");
+    ExpectFailure("-size 9x9", "there is no option '-size'; is it --size?");
+    ExpectFailure("--outptu a.png", "there is no option '--outptu'; is it --output?");
+    ExpectFailure("--unheard-of 3", "there is no option '--unheard-of' (--help");
+    ExpectFailure("field.png", "'field.png' belongs to no option");
+    ExpectFailure("--seed 3 4", "'4' belongs to no option");
+    ExpectFailure("''", "'' belongs to no option");
 }
 
 TEST_F(NoisePreview, EndingsMayBeCapitalsOrMissing) {

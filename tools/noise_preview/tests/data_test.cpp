@@ -199,7 +199,7 @@ TEST_F(NoisePreviewData, TheFormatMayBeNamed) {
     ExpectFailure("--format npy --output a.raw", "--format: 'npy' is not the format of 'a.raw'");
     ExpectFailure("--format tiff", "--format: 'tiff' is none of png, webp, exr, npy and raw");
     ExpectFailure("--format webp", "which only --animate makes");
-    ExpectFailure("--format png --animate 1", "not for a WebP file");
+    ExpectFailure("--format png --animate 1", "no name of a WebP file");
 }
 
 TEST_F(NoisePreviewData, WhatOnlyPicturesHaveIsRefused) {

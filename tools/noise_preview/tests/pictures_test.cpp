@@ -207,8 +207,8 @@ TEST_F(NoisePreviewMorePictures, WhatCurvesAreNotForIsRefused) {
     for (const std::string dimension : {"1", "2", "4"}) {
         ExpectFailure("--curve --dimension " + dimension, "--curve: it is for --dimension 3 alone");
     }
-    ExpectFailure("--curve --shade gradient", "--curve: it is not for --shade and --tile");
-    ExpectFailure("--curve --tile", "--curve: it is not for --shade and --tile");
+    ExpectFailure("--curve --shade gradient", "--curve: it does not go with --shade or --tile");
+    ExpectFailure("--curve --tile", "--curve: it does not go with --shade or --tile");
     ExpectFailure("--curve --colours magma", "--colours: they are for pictures of planes");
     ExpectFailure("--dimension 1 --colours magma", "--colours: they are for pictures of planes");
     ExpectFailure("--dimension 1 --compare qualities --colours magma",

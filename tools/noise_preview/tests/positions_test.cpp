@@ -170,8 +170,8 @@ TEST_F(NoisePreviewPositions, TheDefaultIsANumpyFile) {
     EXPECT_EQ(ReadFile(m_Folder / "noise.npy").size(), 132u);
     ASSERT_EQ(Run("--positions p.csv --output a.raw").m_ExitCode, 0);
     EXPECT_EQ(ReadFile(m_Folder / "a.raw").find("vestrel noise raw 1\nfloat32 little-endian\nshape 1 "), 0u);
-    ExpectFailure("--positions p.csv --output a.png", "not for a NumPy or a raw file");
-    ExpectFailure("--positions p.csv --output a.exr", "not for a NumPy or a raw file");
+    ExpectFailure("--positions p.csv --output a.png", "no name of a NumPy or a raw file");
+    ExpectFailure("--positions p.csv --output a.exr", "no name of a NumPy or a raw file");
 }
 
 TEST_F(NoisePreviewPositions, BadTextIsNamedWithItsLine) {
@@ -184,7 +184,7 @@ TEST_F(NoisePreviewPositions, BadTextIsNamedWithItsLine) {
     expectFailure("x,y\n1,2\n3,4,5\n", "line 3 has 3 numbers, not 2");
     expectFailure("1,2\n3,four\n", "line 2: 'four' is not a number");
     expectFailure("1,2\n3,1e99\n", "line 2: '1e99' is not a number that a float can hold");
-    expectFailure("1;2\n", "line 1: '1;2' is not a number"); // and no name of a column
+    expectFailure("1;2\n", "line 1: '1;2' is not a number: they are separated by commas");
     expectFailure("1.O\n2\n", "line 1: '1.O' is not a number");
     expectFailure("1e39,1e39\n1,2\n", "line 1: '1e39' is not a number that a float can hold");
     expectFailure("\"1.5\",\"2\"\n1,2\n", "line 1: '\"1.5\"' is not a number");
@@ -245,7 +245,7 @@ TEST_F(NoisePreviewPositions, FilesThatCannotBeReadAreNamed) {
     fs::create_directory(m_Folder / "folder.csv");
     ExpectFailure("--positions folder.csv", "'folder.csv' cannot be read: it is not a file");
     WriteText("p.txt", "1,2\n");
-    ExpectFailure("--positions p.txt", "'p.txt' is of no kind that positions are read from: .npy and .csv");
+    ExpectFailure("--positions p.txt", "positions are read from .npy and .csv files, and 'p.txt' is neither");
     ExpectFailure("--positions ''", "--positions");
 }
 

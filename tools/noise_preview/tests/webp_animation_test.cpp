@@ -214,8 +214,9 @@ TEST_F(NoisePreviewAnimation, TheDefaultNameIsThatOfTheFormat) {
     fs::create_directory(m_Folder / "folder");
     EXPECT_EQ(Run(options + "--output folder/ --animate 0.1").m_Output.find("folder/noise.webp: "), 0u);
     EXPECT_EQ(ReadWebp(m_Folder / "folder/noise.webp").m_Width, 10u);
-    ExpectFailure("--animate 1 --output a.png", "'a.png' is not for a WebP file, as animations are");
-    ExpectFailure("--output a.webp", "'a.webp' is for a WebP file, which only --animate makes");
+    ExpectFailure("--animate 1 --output a.png",
+                  "'a.png' is no name of a WebP file (.webp), as animations are");
+    ExpectFailure("--output a.webp", "'a.webp' is the name of a WebP file, which only --animate makes");
 }
 
 TEST_F(NoisePreviewAnimation, BadOptionsGetOneLineThatNamesThem) {

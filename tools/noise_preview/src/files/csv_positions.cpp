@@ -108,7 +108,10 @@ void CCsvPositions::_ParseLine() {
     for (const std::string_view field : fields) {
         const std::optional<float> number = NumberOf(field);
         if (!number) {
-            _Fail(line + ": " + Quoted(field) + " is not a number that a float can hold");
+            const bool isSeparated = field.find_first_of("; \t") != std::string_view::npos;
+            _Fail(line + ": " + Quoted(field) +
+                  (isSeparated ? " is not a number: they are separated by commas"
+                               : " is not a number that a float can hold"));
         }
         m_Numbers.push_back(*number);
     }

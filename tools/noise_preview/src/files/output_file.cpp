@@ -130,7 +130,8 @@ void COutputFile::_OpenBeside() {
         Fail(std::strerror(errno)); // such as a name that is too long, or a link to itself
     }
     if (exists && !S_ISREG(existing.st_mode)) {
-        Fail("it is not a file");
+        Fail(S_ISDIR(existing.st_mode) ? "it is a folder; with / behind its name, it gets the file"
+                                       : "it is not a file");
     }
     if (exists && access(m_Path.c_str(), W_OK) != 0) {
         Fail(std::strerror(errno));
@@ -139,7 +140,7 @@ void COutputFile::_OpenBeside() {
     m_PartialPath = (m_Path.parent_path() / ".noise_preview.XXXXXX").string();
     const int descriptor = mkstemp(m_PartialPath.data());
     if (descriptor < 0) {
-        Fail(std::strerror(errno));
+        Fail(errno == ENOENT ? "there is no such folder" : std::strerror(errno));
     }
     m_PartialPath.copy(s_PartialPath, sizeof(s_PartialPath) - 1);
     RemovePartialFileOnSignals();

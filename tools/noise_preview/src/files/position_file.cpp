@@ -19,7 +19,7 @@ std::unique_ptr<CPositionFile> CPositionFile::Open(const std::string& path) {
     if (ending == "csv") {
         return std::make_unique<CCsvPositions>(path);
     }
-    throw std::runtime_error("'" + path + "' is of no kind that positions are read from: .npy and .csv");
+    throw std::runtime_error("positions are read from .npy and .csv files, and '" + path + "' is neither");
 }
 
 CPositionFile::CPositionFile(const std::string& path) : m_Path(path) {

@@ -9,9 +9,14 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
+#include <numeric>
 #include <sstream>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace NoisePreview {
 
@@ -50,9 +55,15 @@ CLI::Option* AddOption(CLI::App& app, const COption& option, COptions& options) 
         const auto parse = [&] { option.m_Parse("", options); };
         return app.add_flag_callback(option.m_Name, parse, option.m_Description)->disable_flag_override();
     }
-    const auto parse = [&](const std::string& text) { option.m_Parse(text, options); };
+    const auto parse = [&](const std::string& text) {
+        if (text.empty() || text.starts_with("--")) {
+            Refuse(option.m_Name, std::string("its value is missing: ") + option.m_Form);
+        }
+        option.m_Parse(text, options);
+    };
     return app.add_option_function<std::string>(option.m_Name, parse, option.m_Description)
         ->type_name(option.m_Form)
+        ->expected(0, 1) // so that a value that is missing is said as above
         ->take_last();
 }
 
@@ -71,6 +82,36 @@ void AddManuals(CLI::App& app, std::string& manual) {
     app.add_flag_callback("--print-bash-completion", [&] { manual = BashCompletion(); })->group("");
 }
 
+/// How many characters have to be taken away, put in or exchanged to get from one word to another:
+/// Levenshtein's distance, row by row of its table.
+size_t DistanceOf(std::string_view from, std::string_view to) {
+    std::vector<size_t> row(to.size() + 1);
+    std::iota(row.begin(), row.end(), size_t{0});
+    for (size_t k = 0; k < from.size(); ++k) {
+        size_t diagonal = std::exchange(row[0], k + 1);
+        for (size_t n = 0; n < to.size(); ++n) {
+            const size_t exchanged = diagonal + (from[k] == to[n] ? 0 : 1);
+            diagonal = row[n + 1];
+            row[n + 1] = std::min({exchanged, row[n] + 1, diagonal + 1});
+        }
+    }
+    return row.back();
+}
+
+/// Refuses what is no option nor belongs to one, and names the option that may be meant.
+void RefuseUnknown(const std::string& word) {
+    constexpr size_t kMostSlips = 3;
+    if (!word.starts_with('-')) {
+        throw CLI::ParseError("'" + word + "' belongs to no option", CLI::ExitCodes::ExtrasError);
+    }
+    const std::string name = word.substr(0, word.find('='));
+    const auto distance = [&](const COption& option) { return DistanceOf(name, option.m_Name); };
+    const auto& nearest = *std::ranges::min_element(OptionTable(), {}, distance);
+    const std::string hint =
+        distance(nearest) <= kMostSlips ? std::string("; is it ") + nearest.m_Name + "?" : "";
+    throw CLI::ParseError("there is no option '" + name + "'" + hint, CLI::ExitCodes::ExtrasError);
+}
+
 /// One line about what is wrong.
 std::string FailureMessage(const CLI::App*, const CLI::Error& error) {
     return Printable(std::string("noise_preview: ") + error.what() + " (--help explains the options)") + '\n';
@@ -85,10 +126,14 @@ std::optional<COptions> ParseCommandLine(int argumentCount, char** arguments, in
     app.formatter(std::make_shared<CHelpFormatter>());
     app.failure_message(FailureMessage);
     app.set_version_flag("--version", "noise_preview " VESTREL_VERSION_STRING, "Print the version and exit");
+    app.allow_extras(); // RefuseUnknown says more about them
     AddOptions(app, options);
     AddManuals(app, manual);
     try {
         app.parse(argumentCount, arguments);
+        if (const std::vector<std::string> unknown = app.remaining(); !unknown.empty()) {
+            RefuseUnknown(unknown.front());
+        }
         if (manual.empty()) {
             CompleteOptions(options, [&](const std::string& name) { return app.count(name) > 0; });
             return options;

@@ -67,7 +67,7 @@ void CheckCompare(const COptions& options, const CIsGiven& isGiven) {
 
 void CheckCurve(const COptions& options, const CIsGiven& isGiven) {
     if (options.m_IsCurve && (isGiven("--shade") || options.m_IsTile)) {
-        Refuse("--curve", "it is not for --shade and --tile");
+        Refuse("--curve", "it does not go with --shade or --tile");
     }
     const bool isPlot =
         options.m_IsCurve || (options.m_Dimension == 1 && options.m_Compare != ECompare::kDimensions);
@@ -110,11 +110,12 @@ void CheckFormat(const COptions& options, const CFormat& format) {
     const bool isRightForPositions = format.m_Format == EFormat::kNpy || format.m_Format == EFormat::kRaw;
     if (options.IsAnimation() != (format.m_Format == EFormat::kWebp)) {
         Refuse("--output", options.m_Output,
-               options.IsAnimation() ? "not for a WebP file, as animations are"
-                                     : "for a WebP file, which only --animate makes");
+               options.IsAnimation() ? "no name of a WebP file (.webp), as animations are"
+                                     : "the name of a WebP file, which only --animate makes");
     }
     if (!options.m_Positions.empty() && !isRightForPositions) {
-        Refuse("--output", options.m_Output, "not for a NumPy or a raw file, as samples at --positions are");
+        Refuse("--output", options.m_Output,
+               "no name of a NumPy or a raw file (.npy or .raw), as samples at --positions are");
     }
 }
 
@@ -127,7 +128,7 @@ void ChooseFormat(COptions& options) {
     const std::string ending = isFolder ? "" : EndingOf(options.m_Output);
     const std::optional<EFormat> named = FormatNamed(ending);
     if (!ending.empty() && !named) {
-        Refuse("--output", options.m_Output, "of no format: it may end in .png, .webp, .exr, .npy or .raw");
+        Refuse("--output", options.m_Output, "of no format: a name ends in .png, .webp, .exr, .npy or .raw");
     }
     if (named && options.m_AskedFormat && *named != *options.m_AskedFormat) {
         Refuse("--format", FormatOf(*options.m_AskedFormat).m_ShortName,

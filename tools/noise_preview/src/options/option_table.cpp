@@ -98,15 +98,13 @@ void ParseStatistics(const std::string&, COptions& options) {
 }
 
 void ParseSize(const std::string& text, COptions& options) {
-    const size_t cross = text.find('x');
-    if (cross == std::string::npos) {
-        Refuse("--size", text, "not a width and a height like 1024x768");
-    }
     const std::string_view sides = text;
+    const size_t cross = std::min(sides.find('x'), sides.size());
     const std::optional<uint32_t> width = ParseWhole(sides.substr(0, cross), 1, UINT32_MAX);
-    const std::optional<uint32_t> height = ParseWhole(sides.substr(cross + 1), 1, UINT32_MAX);
+    const std::optional<uint32_t> height =
+        ParseWhole(sides.substr(std::min(cross + 1, sides.size())), 1, UINT32_MAX);
     if (!width || !height) {
-        Refuse("--size", text, "not a width and a height from 1 to 4294967295");
+        Refuse("--size", text, "not a width and a height like 1024x768, each from 1 to 4294967295");
     }
     options.m_Width = *width;
     options.m_Height = *height;
@@ -124,7 +122,7 @@ void ParseCells(const std::string& text, COptions& options) {
 float ParseCoordinate(const char* option, const std::string& text) {
     const std::optional<double> coordinate = ParseDecimal(text, -kMaxCoordinate, kMaxCoordinate);
     if (!coordinate) {
-        Refuse(option, text, "not a number from -8388608 to 8388608");
+        Refuse(option, text, "not a number like 0.5, from -8388608 to 8388608");
     }
     return static_cast<float>(*coordinate);
 }
@@ -189,9 +187,6 @@ void ParseBits(const std::string& text, COptions& options) {
 }
 
 void ParsePositions(const std::string& text, COptions& options) {
-    if (text.empty()) {
-        Refuse("--positions", text, "not the name of a file");
-    }
     options.m_Positions = text;
 }
 
@@ -203,9 +198,6 @@ void ParseFormat(const std::string& text, COptions& options) {
 }
 
 void ParseOutput(const std::string& text, COptions& options) {
-    if (text.empty()) {
-        Refuse("--output", text, "not the name of a file");
-    }
     options.m_Output = text;
 }
 
@@ -254,8 +246,10 @@ constexpr COption kOptions[] = {
      ParseSliceW},
     {"--seed", "S", "Seed of the field's random values, 0 to 4294967295 (default: 1).", ParseSeed},
     {"--animate", "SECONDS",
-     "Write an animation that loops for ever, up to 60 seconds long: the random values of the field swing "
-     "between -1 and 1, and begin as in the still picture. It is a WebP file, with a loss that hardly shows "
+     "Write an animation that loops for ever, up to 60 seconds long, and without a jump if it takes whole "
+     "turns: "
+     "the random values of the field swing between -1 and 1, and begin as in the still picture. It is a WebP "
+     "file, with a loss that hardly shows "
      "where all is smooth and makes it a quarter of the size.",
      ParseAnimate},
     {"--fps", "N", "Frames per second of an animation, 1 to 100 (default: 25).", ParseFps, "--animate"},
