@@ -133,10 +133,11 @@ TEST_F(NoisePreviewPositions, TextMayBeginWithAByteOrderMark) {
 
 TEST_F(NoisePreviewPositions, ArraysMayHaveAnyHeaderThatMeansTheSame) {
     const std::vector<float> numbers = Numbers(2);
-    for (const std::string words : {"{\"shape\": (3, 2), \"fortran_order\": False, \"descr\": \"<f4\"}\n",
-                                    "{'fortran_order':False,'shape':(3,2,),'descr':'<f4'}",
-                                    "{ 'shape' : ( 3 , 2 ) , 'descr' : '<f4' , "
-                                    "'fortran_order' : False , }   \n"}) {
+    for (const std::string words :
+         {"{\"made, by\": (1, 2), \"shape\": (3, 2), \"fortran_order\": False, \"descr\": \"<f4\"}\n",
+          "{'fortran_order':False,'shape':(3,2,),'descr':'<f4'}",
+          "{ 'shape' : ( 3 , 2 ) , 'descr' : '<f4' , "
+          "'fortran_order' : False , }   \n"}) {
         std::ofstream file(m_Folder / "p.npy", std::ios::binary);
         file << std::string("\x93NUMPY\x01", 7) << '\0' << static_cast<char>(words.size()) << '\0' << words;
         file.write(reinterpret_cast<const char*>(numbers.data()), 24);
