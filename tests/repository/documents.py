@@ -17,7 +17,7 @@ import typing
 
 PATTERNS = ("README.md", "docs/*.md", "docs/guide/*.md", "samples/README.md")
 ALL_PATTERNS = PATTERNS + ("*.md", "samples/*.md", "Runtime/*/*/*.md")
-FILTERS = {"awk", "tail"}
+FILTERS = {"awk", "head", "od", "printf", "tail"}
 SEPARATORS = {"&&", "||", "|", ";", "\n"}
 
 
