@@ -12,6 +12,7 @@ import sys
 from html import escape
 
 LINK = re.compile(r"(!?)\[([^\]]*)\]\(([^)\s]+)\)")
+NO_BREAK = "\N{NO-BREAK SPACE}"
 FENCE = re.compile(r"(^```.*?^```$)", re.MULTILINE | re.DOTALL)
 
 
@@ -70,7 +71,8 @@ class Site:
     def heading(self, page, match):
         signs, words = match.groups()
         if signs == "#":
-            return f"# {words} {{#{self.page_name(page)}}}"
+            # In a title a % would be found by the search; a blank that does not break makes one word of the name.
+            return f"# {words.replace('Vestrel ', f'Vestrel{NO_BREAK}')} {{#{self.page_name(page)}}}"
         # A heading with a name of its own would stand in the tree as well.
         return f"\\anchor {self.page_name(page)}-{name_of(words)}\n\n{signs} {words}"
 
@@ -81,6 +83,8 @@ class Site:
             # What is code over two lines would be a block.
             parts[k] = re.sub(r"`[^`]+`", lambda match: match[0].replace("\n", " "), parts[k])
             parts[k] = LINK.sub(lambda match: self.link(path, match), parts[k])
+            # The project's name is not that of the namespace, to which doxygen would lead.
+            parts[k] = re.sub(rf"(`[^`]+`)|\bVestrel\b(?!::|{NO_BREAK})", lambda match: match[1] or "%Vestrel", parts[k])
         return "".join(parts)
 
     def header(self, path):

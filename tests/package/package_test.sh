@@ -88,6 +88,18 @@ expect_public_names() {
   ! nm -D --defined-only "$@" | grep -E '^[0-9a-f]+ u ' || fail 'there may be no symbol that is one in a whole process'
 }
 
+# expect_tool PREFIX: that the tool draws, and has its manual page and its completion beside it.
+expect_tool() {
+  quietly "$1/bin/noise_preview" --size 32x32 --output "$own/noise.png"
+  [ -s "$own/noise.png" ] || fail 'nothing was drawn'
+  local page completion=$1/share/bash-completion/completions/noise_preview
+  page=$(find "$1/share/man/man1" -name 'noise_preview.1*' -size +0) || true
+  [ -n "$page" ] || fail 'there is no manual page'
+  expect_output '^\.TH NOISE_PREVIEW 1 ' zgrep -F .TH "$page"
+  [ -s "$completion" ] || fail 'there is no completion'
+  expect_output '^complete .* noise_preview$' bash -c 'source "$1" && complete -p noise_preview' bash "$completion"
+}
+
 # functions_with_outside_calls LIBRARY...: those that go through the table that the loader fills.
 functions_with_outside_calls() {
   objdump -dC --no-show-raw-insn "$@" |
@@ -156,8 +168,7 @@ case $case in
       fail 'these go through the table of the loader'
     ;;
   tool)
-    quietly "$package/bin/noise_preview" --size 32x32 --output "$own/noise.png"
-    [ -s "$own/noise.png" ] || fail 'nothing was drawn'
+    expect_tool "$package"
     expect_kind "$package/bin/noise_preview"
     ;;
   other_flags)
@@ -236,8 +247,7 @@ case $case in
 
     build_consumer -DCMAKE_PREFIX_PATH="$root/usr"
     expect_result
-    quietly "$root/usr/bin/noise_preview" --size 32x32 --output "$own/noise.png"
-    [ -s "$own/noise.png" ] || fail 'nothing was drawn'
+    expect_tool "$root/usr"
 
     dpkg_here --purge vestrel-noise
     ! find "$root" -mindepth 1 ! -path "$root/usr" | grep . || fail 'these have stayed'

@@ -28,6 +28,10 @@ done < <(grep -rHoE --include='*.html' '<(img|script|link)[^>]*(src|href)="[^"]*
   sed 's/:.*"\([^"]*\)"$/:\1/' | sort -u)
 [ "$count" -ge 100 ] || { echo "only $count files are shown and loaded"; exit 1; }
 
+# The names of the project and of its namespace are one word, and titles are no links.
+grep -q '<div class="title">Vestrel.*noise' "$html/index.html" || { echo 'the front page has no title'; exit 1; }
+! grep -rE --include='*.html' '<div class="title">.*(<a |%)' "$html" || { echo 'these titles are not as they should be'; exit 1; }
+
 # The tree: the guide before all else, in the order of its pages.
 mapfile -t expected < <(cd "$source/docs/guide" && printf '%s\n' README.md [0-9]*.md |
   sed 's/\.md$//; s/-/_/g; s/.*/docs_guide_&.html/')

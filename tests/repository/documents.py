@@ -1,12 +1,15 @@
 """Holds documents to what they say: C++ compiles without warnings, runs, and prints the text beneath it; a CMake project
-builds and runs; commands name scripts, programs and options that exist, and the cheap ones run; links lead somewhere.
+builds and runs; commands name scripts, programs and options that exist, and the cheap ones run, as do those by which the
+README makes packages; links lead somewhere.
 
-documents.py SOURCE DOCUMENTS COMPILER BUILD PREFIX WORK: the documents are those below the folder DOCUMENTS; what they speak
-of is in the checkout SOURCE, its build BUILD, and the installed package PREFIX.
+documents.py SOURCE DOCUMENTS COMPILER BUILD CHECKOUT PREFIX WORK: the documents are those below the folder DOCUMENTS; what
+they speak of is in the checkout SOURCE, its build BUILD, and the installed package PREFIX. The commands of the README's
+"In your project" run in CHECKOUT, a copy of SOURCE, with WORK/where as their WHERE.
 """
 
 import concurrent.futures
 import json
+import os
 import pathlib
 import re
 import shlex
@@ -17,8 +20,10 @@ import typing
 
 PATTERNS = ("README.md", "docs/*.md", "docs/guide/*.md", "samples/README.md")
 ALL_PATTERNS = PATTERNS + ("*.md", "samples/*.md", "Runtime/*/*/*.md")
-FILTERS = {"awk", "tail"}
+FILTERS = {"awk", "head", "od", "printf", "tail"}
 SEPARATORS = {"&&", "||", "|", ";", "\n"}
+RECIPES = "## In your project\n"
+FIRST_LINE = "x = 0.00: +0.342384\n"  # of the first program of the README
 
 
 class Block(typing.NamedTuple):
@@ -48,15 +53,16 @@ def blocks_of(name, document):
 
 
 class Checks:
-    def __init__(self, source, documents, compiler, build, prefix, work):
-        self.source, self.documents = pathlib.Path(source), pathlib.Path(documents)
-        self.build, self.prefix, self.work = pathlib.Path(build), pathlib.Path(prefix), pathlib.Path(work)
+    def __init__(self, source, documents, compiler, build, checkout, prefix, work):
+        self.source, self.documents, self.checkout = map(pathlib.Path, (source, documents, checkout))
+        self.build, self.prefix, self.work = map(pathlib.Path, (build, prefix, work))
         self.compiler = compiler
         self.preview = self.build / "tools/noise_preview/noise_preview"
 
-    def run(self, block, command, folder):
-        """What the command prints; complains unless it succeeds."""
-        done = subprocess.run(command, cwd=folder, stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=240)
+    def run(self, block, command, folder, more=None):
+        """What the command prints, with `more` in its environment; complains unless it succeeds."""
+        done = subprocess.run(command, cwd=folder, env={**os.environ, **(more or {})}, stdin=subprocess.DEVNULL,
+                              capture_output=True, text=True, timeout=480)
         if done.returncode != 0:
             raise Wrong(f"{block.where}: {command[0]} ends with {done.returncode}\n{done.stdout}{done.stderr}")
         return done.stdout
@@ -98,8 +104,42 @@ class Checks:
         self.run(block, ["cmake", "-S", ".", "-B", "build", "-G", "Ninja", f"-DCMAKE_CXX_COMPILER={self.compiler}",
                          f"-DCMAKE_PREFIX_PATH={self.prefix}"], folder)
         self.run(block, ["cmake", "--build", "build"], folder)
-        if not self.run(block, ["build/your_program"], folder).startswith("x = 0.00: +0.342384\n"):
+        self.check_program(block, folder / "build/your_program")
+
+    def check_program(self, block, program, more=None):
+        """Whether it is there, and gives the samples of the README's first program."""
+        if not program.is_file() or not self.run(block, [str(program)], self.work, more).startswith(FIRST_LINE):
             raise Wrong(f"{block.where}: its program does not give the samples that it should")
+
+    def check_recipes(self):
+        """Runs what the README says of making and using packages, one after the other, and looks at what that gives."""
+        before, heading, rest = (self.documents / "README.md").read_text().partition(RECIPES)
+        section = heading + rest.partition("\n## ")[0]
+        where = str(self.work / "where")
+        environment = {name: value.replace("WHERE", where)
+                       for name, value in re.findall(r"`([A-Z_]+_PATH)=([^`]+)`", section)}
+        shutil.copy(self.source / "samples/first_field/first_field.cpp", self.checkout / "main.cpp")
+        lines_before = "\n" * before.count("\n")  # so that places are told as they are in the document
+        for block in blocks_of("README.md", lines_before + section):
+            if block.language == "sh":
+                self.check_recipe(block, where, environment)
+
+    def check_recipe(self, block, where, environment):
+        commands = list(self.commands_of(block.text))
+        programs = {command[0] for command in commands}
+        if not programs <= {"cmake", "cpack", "g++"}:
+            raise Wrong(f"{block.where}: is no recipe that could be tried")
+        if any("--install" in command and "WHERE" not in " ".join(command) for command in commands):
+            raise Wrong(f"{block.where}: is not tried, for it installs into the system")
+        program = self.checkout / "your_program"
+        for old in (program, *self.checkout.glob("build/*.deb")):
+            old.unlink(missing_ok=True)
+        script = block.text.replace("WHERE", where)
+        self.run(block, ["bash", "-euo", "pipefail", "-c", script], self.checkout, environment)
+        if "g++" in programs:
+            self.check_program(block, program, environment)
+        if "cpack" in programs and len(list(self.checkout.glob("build/*.deb"))) != 1:
+            raise Wrong(f"{block.where}: makes no package for Debian")
 
     def commands_of(self, text):
         """The commands of a script as lists of words, without what they are redirected to."""
@@ -193,6 +233,7 @@ class Checks:
         return sorted({path for pattern in patterns for path in self.documents.glob(pattern)})
 
     def check_all(self):
+        self.check_recipes()
         blocks = []
         for path in self.paths(PATTERNS):
             blocks += blocks_of(str(path.relative_to(self.documents)), path.read_text())
