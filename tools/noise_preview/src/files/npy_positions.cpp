@@ -61,20 +61,20 @@ std::string_view ValueOf(std::string_view header, std::string_view key) {
     return "";
 }
 
-/// The numbers of a tuple such as (1000, 3); nothing where it is none.
-std::optional<std::vector<uint64_t>> ShapeOf(std::string_view tuple) {
-    std::optional<std::string_view> rest = Between('(', tuple, ')');
+/// The numbers of a tuple such as (1000, 3); none where it is none.
+std::vector<uint64_t> ShapeOf(std::string_view tuple) {
+    std::string_view rest = Between('(', tuple, ')').value_or("");
     std::vector<uint64_t> shape;
-    while (rest && !Trimmed(*rest).empty()) {
-        const std::string_view text = TakeUntil(',', *rest);
+    while (!Trimmed(rest).empty()) {
+        const std::string_view text = TakeUntil(',', rest);
         uint64_t extent = 0;
         const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), extent);
         if (error != std::errc() || end != text.data() + text.size()) {
-            return std::nullopt;
+            return {};
         }
         shape.push_back(extent);
     }
-    return rest ? std::optional(shape) : std::nullopt;
+    return shape;
 }
 
 } // namespace
@@ -139,7 +139,7 @@ void CNpyPositions::_CheckType(const std::string& header) const {
 
 void CNpyPositions::_ParseShape(const std::string& header) {
     const std::string_view text = ValueOf(header, "shape");
-    const std::vector<uint64_t> shape = ShapeOf(text).value_or(std::vector<uint64_t>());
+    const std::vector<uint64_t> shape = ShapeOf(text);
     const bool isList = shape.size() == 1;
     if (!isList && (shape.size() != 2 || shape[1] < 1 || shape[1] > 4)) {
         _Fail("its shape is " + Quoted(text) + ", not rows of 1 to 4 coordinates");
