@@ -70,7 +70,8 @@ void PrintTable(const CFastNoise3& noise) {
     for (uint32_t row = 0; row < kRowsOfTable; ++row) {
         std::printf("\n%.1f", static_cast<double>(SecondsOf(row, kRowsOfTable)));
         for (size_t k = 0; k < std::size(kTracks); ++k) {
-            std::printf(",%.3f", static_cast<double>(kTracks[k].m_Reach * columns[k][row]));
+            // Of a sum with +0, which is no -0 where all is over.
+            std::printf(",%.3f", static_cast<double>(kTracks[k].m_Reach * columns[k][row] + 0.0f));
         }
     }
     std::printf("\n");

@@ -118,9 +118,11 @@ bool AreWritable(const CProcess& process, const std::string& picture, const std:
 }
 
 int Run(const CProcess& process, int argumentCount, char** arguments) {
-    if (!AreFileNames(argumentCount, arguments, 2)) {
+    if (!AreFileNames(argumentCount, arguments, 2, "volume.png")) {
         return process.IsFirst()
-                   ? Fail(kProgram, "the arguments are the names of the picture's file and the volume's", 2)
+                   ? Fail(kProgram,
+                          "the arguments are the names of the picture's file, in .png, and of the volume's",
+                          2)
                    : 2;
     }
     const std::string picture = argumentCount > 1 ? arguments[1] : "mpi_volume.png";

@@ -43,8 +43,9 @@ void Run(const std::filesystem::path& pictureFile, const std::filesystem::path& 
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    if (!AreFileNames(argumentCount, arguments, 2)) {
-        return Fail("whole_volume", "the arguments are the names of the picture's file and the volume's", 2);
+    if (!AreFileNames(argumentCount, arguments, 2, "volume.png")) {
+        return Fail("whole_volume",
+                    "the arguments are the names of the picture's file, in .png, and of the volume's", 2);
     }
     try {
         Run(argumentCount > 1 ? arguments[1] : "whole_volume.png", argumentCount > 2 ? arguments[2] : "");

@@ -18,14 +18,18 @@ inline int Fail(const char* program, const char* reason, int exitCode = 1) {
     return exitCode;
 }
 
-/// Whether the arguments are names of files, and at most `mostFiles`.
-inline bool AreFileNames(int argumentCount, char** arguments, int mostFiles) {
+/// Whether the arguments are names of files, at most `mostFiles`, and the first of them, which is that of a
+/// picture, ends as `ending` does.
+inline bool AreFileNames(int argumentCount, char** arguments, int mostFiles,
+                         const std::filesystem::path& ending) {
     for (int k = 1; k < argumentCount; ++k) {
         if (arguments[k][0] == '\0' || arguments[k][0] == '-') {
             return false;
         }
     }
-    return argumentCount <= 1 + mostFiles;
+    const bool isPicture =
+        argumentCount < 2 || std::filesystem::path(arguments[1]).extension() == ending.extension();
+    return argumentCount <= 1 + mostFiles && isPicture;
 }
 
 /// The main function of a program that takes the name of its picture's file. `draw` returns the file's
@@ -33,8 +37,11 @@ inline bool AreFileNames(int argumentCount, char** arguments, int mostFiles) {
 template <typename TDraw>
 int RunSample(int argumentCount, char** arguments, const char* program, const char* defaultFile,
               const TDraw& draw) {
-    if (!AreFileNames(argumentCount, arguments, 1)) {
-        return Fail(program, "the only argument is the name of the picture's file", 2);
+    if (!AreFileNames(argumentCount, arguments, 1, defaultFile)) {
+        const std::string ending = std::filesystem::path(defaultFile).extension();
+        return Fail(program,
+                    ("the only argument is the name of the picture's file, which ends in " + ending).c_str(),
+                    2);
     }
     const std::filesystem::path file = argumentCount > 1 ? arguments[1] : defaultFile;
     try {

@@ -34,8 +34,8 @@ for count in 1 2 3 4; do
   echo "$count processes: $expected"
 done
 
-mkdir folder
-for names in 'folder mpi.raw' 'mpi.png no/folder/mpi.raw'; do
+mkdir folder.png
+for names in 'folder.png mpi.raw' 'mpi.png no/folder/mpi.raw'; do
   ! processes 2 $names || fail "two processes write $names"
   [ "$(grep -c '^mpi_volume: .* cannot be written: ' error)" -eq 1 ] || fail 'not one clear line'
 done

@@ -40,12 +40,15 @@ is_whole "$picture" || fail "$picture is no picture"
 [ "$(find . -type f | wc -l)" -eq 3 ] || fail "it leaves something behind: $(ls -A)"
 
 # Before it begins to work.
-mkdir folder
-for unwritable in folder no/such/folder/picture /dev/null/picture; do
+ending=${picture##*.}
+mkdir "folder.$ending"
+for unwritable in "folder.$ending" "no/such/folder/$picture" "/dev/null/$picture"; do
   run 1 "$unwritable"
   grep -qF "'$unwritable' cannot be written: " error || fail "it does not say that $unwritable cannot be written"
   [ ! -s output ] || fail "it works although $unwritable cannot be written"
 done
+run 2 picture
+grep -qE "(ends )?in .$ending" error || fail 'it does not say how the name ends'
 run 2 one two three
 run 2 --help
 run 2 ''

@@ -63,7 +63,7 @@ void CheckBits(const Vestrel::CFastNoise3& noise, const CPositions& positions, u
             SampleWithThreads(noise, positions, samples, threadCount, step);
             const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
             const bool isEqual = std::memcmp(samples.data(), expected.data(), count * sizeof(float)) == 0;
-            std::printf("%3u threads, chunks of a multiple of %2u: %6.1f ms, %s\n", threadCount, step,
+            std::printf("threads %3u, chunks of a multiple of %2u: %6.1f ms, %s\n", threadCount, step,
                         time.count(), isEqual ? "the same bits" : "OTHER BITS");
             areEqual = areEqual && isEqual;
         }

@@ -83,7 +83,7 @@ std::vector<uint8_t> Draw() {
     const std::vector<float> first = SampleAt(0.0f, uniform, positions);
     const float uniformDistance = Distance(first, SampleAt(1.0f, uniform, positions));
     const float variedDistance = Distance(first, SampleAt(1.0f, varied, positions));
-    std::printf("after one unit of time, samples are off by up to %.1g and %.1g\n",
+    std::printf("after one unit of time, samples are off by up to %.1g at one speed, and %.1g at many\n",
                 static_cast<double>(uniformDistance), static_cast<double>(variedDistance));
     if (uniformDistance > 1e-5f || variedDistance < 0.1f) {
         throw std::runtime_error(
