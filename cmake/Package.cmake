@@ -35,9 +35,11 @@ if(VESTREL_BUILD_TOOLS)
   endif()
 endif()
 
-install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${vestrel_doc_dir}
-  COMPONENT Development)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${vestrel_doc_dir} COMPONENT Development)
+foreach(document README CHANGELOG CONTRIBUTING)
+  install(FILES ${PROJECT_SOURCE_DIR}/${document}.md DESTINATION ${vestrel_doc_dir} COMPONENT Development)
+endforeach()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/samples DESTINATION ${vestrel_doc_dir}
+  COMPONENT Development PATTERN "tests" EXCLUDE PATTERN "CMakeLists.txt" EXCLUDE)
 if(EXISTS ${PROJECT_SOURCE_DIR}/LICENSE)
   install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${vestrel_doc_dir} COMPONENT Development)
 endif()

@@ -133,6 +133,9 @@ case $case in
   subdirectory)
     build_consumer -DVESTREL_SOURCE="$source" -DBUILD_SHARED_LIBS=$shared
     expect_result
+    # CMake optimises nothing unless it is told to.
+    expect_output 'Vestrel: there is no CMAKE_BUILD_TYPE' cmake "$own/consumer" -DCMAKE_BUILD_TYPE=
+    ! cmake "$own/consumer" -DCMAKE_BUILD_TYPE=Release | grep -F CMAKE_BUILD_TYPE || fail 'there is one'
     # Nobody asked for Vestrel to be installed.
     quietly cmake --install "$own/consumer" --prefix "$own/prefix"
     expect_output '^bin/consumer$' find "$own/prefix" -type f -printf '%P\n'
@@ -222,7 +225,11 @@ case $case in
   deb)
     needs dpkg-shlibdeps
     needs file
-    quietly cpack -G DEB --config "$work/install-g++-shared/build/CPackConfig.cmake" -B "$own"
+    config=$work/install-g++-shared/build/CPackConfig.cmake
+    mkdir "$own/few"
+    ! PATH=$own/few "$(command -v cpack)" -G DEB --config "$config" -B "$own" 2>"$own/complaint" || fail 'no dpkg-shlibdeps'
+    tr -s ' \n' ' ' <"$own/complaint" | grep -qF 'please install file' || { cat "$own/complaint"; fail 'not said what is missing'; }
+    quietly cpack -G DEB --config "$config" -B "$own"
     deb=$(find "$own" -maxdepth 1 -name '*.deb')
     expect_output '^vestrel-noise 0\.1\.0 libdevel .*libc6.*libstdc\+\+6' \
       dpkg-deb --show --showformat='${Package} ${Version} ${Section} ${Depends}\n' "$deb"

@@ -1,0 +1,10 @@
+# Read by cpack: without these programs it would make a package that depends on nothing, and say so in passing.
+foreach(program_and_package file:file dpkg-shlibdeps:dpkg-dev)
+  string(REPLACE ":" ";" program_and_package ${program_and_package})
+  list(GET program_and_package 0 program)
+  list(GET program_and_package 1 package)
+  find_program(found_${program} ${program} NO_CMAKE_PATH NO_CMAKE_SYSTEM_PATH)
+  if(NOT found_${program})
+    message(FATAL_ERROR "A package for Debian wants ${program}, to find what it depends on: please install ${package}")
+  endif()
+endforeach()
