@@ -52,8 +52,11 @@ expect_difference "cubic-value.png cannot be read: cannot identify image file '$
 
 # What documents say of how a picture is made is how it is made, for every sample and all of the guide's own pictures.
 "$source/scripts/pictures.sh" --list >"$work/commands"
-cat "$source"/*.md "$source"/docs/*.md "$source"/docs/guide/*.md "$source"/samples/*.md | tr '\n' ' ' |
-  grep -oE '`[^`]* docs/pictures/[^` ]*`' | tr -d '`' | sort -u >"$work/told"
+# commands_in DOCUMENT...: those that make pictures, from blocks of code.
+commands_in() {
+  awk '/^```sh$/ {inside = 1; next} /^```$/ {inside = 0} inside && / docs\/pictures\/[^ ]*$/' "$@"
+}
+commands_in "$source"/*.md "$source"/docs/*.md "$source"/docs/guide/*.md "$source"/samples/*.md | sort -u >"$work/told"
 while read -r command; do
   grep -Fxq -- "$command" "$work/commands" || { echo "documents say '$command', which makes no picture"; exit 1; }
 done <"$work/told"
@@ -63,7 +66,7 @@ done < <(grep -E ' docs/pictures/(guide|samples)/' "$work/commands")
 # In the guide it stands on the page that shows the picture.
 for page in "$source"/docs/guide/*.md; do
   while read -r picture; do
-    tr '\n' ' ' <"$page" | grep -qF " docs/pictures/$picture\`" || { echo "$page does not say how $picture is made"; exit 1; }
+    commands_in "$page" | grep -q " docs/pictures/$picture\$" || { echo "$page does not say how $picture is made"; exit 1; }
   done < <(grep -oE '\]\(\.\./pictures/[^)]*\)' "$page" | sed 's|](../pictures/||; s|)$||')
 done
 echo "$(wc -l <"$work/told") commands are told"
