@@ -150,6 +150,7 @@ TEST_F(NoisePreview, MissingValuesAndUnknownOptionsAreNamed) {
     ExpectFailure("-size 9x9", "there is no option '-size'; is it --size?");
     ExpectFailure("--outptu a.png", "there is no option '--outptu'; is it --output?");
     ExpectFailure("--unheard-of 3", "there is no option '--unheard-of' (--help");
+    ExpectFailure("--x", "there is no option '--x' (--help"); // three slips from --fps
     ExpectFailure("field.png", "'field.png' belongs to no option");
     ExpectFailure("--seed 3 4", "'4' belongs to no option");
     ExpectFailure("''", "'' belongs to no option");

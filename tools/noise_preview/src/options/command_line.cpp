@@ -3,19 +3,16 @@
 #include "options/manual.h"
 #include "options/option_rules.h"
 #include "options/option_table.h"
+#include "options/unknown_option.h"
 #include "text.h"
 
 #include <zr_support/config.h>
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
 #include <iostream>
 #include <memory>
-#include <numeric>
 #include <sstream>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 namespace NoisePreview {
@@ -80,36 +77,6 @@ void AddOptions(CLI::App& app, COptions& options) {
 void AddManuals(CLI::App& app, std::string& manual) {
     app.add_flag_callback("--print-man-page", [&] { manual = ManPage(kSummary); })->group("");
     app.add_flag_callback("--print-bash-completion", [&] { manual = BashCompletion(); })->group("");
-}
-
-/// How many characters have to be taken away, put in or exchanged to get from one word to another:
-/// Levenshtein's distance, row by row of its table.
-size_t DistanceOf(std::string_view from, std::string_view to) {
-    std::vector<size_t> row(to.size() + 1);
-    std::iota(row.begin(), row.end(), size_t{0});
-    for (size_t k = 0; k < from.size(); ++k) {
-        size_t diagonal = std::exchange(row[0], k + 1);
-        for (size_t n = 0; n < to.size(); ++n) {
-            const size_t exchanged = diagonal + (from[k] == to[n] ? 0 : 1);
-            diagonal = row[n + 1];
-            row[n + 1] = std::min({exchanged, row[n] + 1, diagonal + 1});
-        }
-    }
-    return row.back();
-}
-
-/// Refuses what is no option nor belongs to one, and names the option that may be meant.
-void RefuseUnknown(const std::string& word) {
-    constexpr size_t kMostSlips = 3;
-    if (!word.starts_with('-')) {
-        throw CLI::ParseError("'" + word + "' belongs to no option", CLI::ExitCodes::ExtrasError);
-    }
-    const std::string name = word.substr(0, word.find('='));
-    const auto distance = [&](const COption& option) { return DistanceOf(name, option.m_Name); };
-    const auto& nearest = *std::ranges::min_element(OptionTable(), {}, distance);
-    const std::string hint =
-        distance(nearest) <= kMostSlips ? std::string("; is it ") + nearest.m_Name + "?" : "";
-    throw CLI::ParseError("there is no option '" + name + "'" + hint, CLI::ExitCodes::ExtrasError);
 }
 
 /// One line about what is wrong.

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+namespace NoisePreview {
+
+/// Refuses what is no option nor belongs to one, and names the option that may be meant.
+[[noreturn]] void RefuseUnknown(const std::string& word);
+
+} // namespace NoisePreview
