@@ -69,6 +69,9 @@ TEST_F(NoisePreviewManual, BashCompletesOptionsAndTheirWords) {
     std::ofstream(m_Folder / "points.csv") << "";
     EXPECT_EQ(Completed("noise_preview --positions po"), "points.csv");
     EXPECT_EQ(Completed("noise_preview --stats --compare d"), "dimensions");
+    // As Bash takes --quality=c and --quality= apart.
+    EXPECT_EQ(Completed("noise_preview --quality = c"), "cubic");
+    EXPECT_EQ(Completed("noise_preview --quality ="), "linear cubic quintic");
 }
 
 TEST_F(NoisePreviewManual, TheVersionIsThatOfTheLibrary) {

@@ -94,9 +94,14 @@ std::string BashCompletion() {
         cases += option.m_Form != nullptr ? CaseOf(option) : "";
     }
     return "_noise_preview() {\n"
-           "  local word=${COMP_WORDS[COMP_CWORD]}\n"
+           "  local word=${COMP_WORDS[COMP_CWORD]} option=${COMP_WORDS[COMP_CWORD - 1]}\n"
+           "  if [[ $word == = ]]; then # --quality=cubic is three words to Bash\n"
+           "    word=\n"
+           "  elif [[ $option == = ]]; then\n"
+           "    option=${COMP_WORDS[COMP_CWORD - 2]}\n"
+           "  fi\n"
            "  COMPREPLY=()\n"
-           "  case ${COMP_WORDS[COMP_CWORD - 1]} in\n" +
+           "  case $option in\n" +
            cases +
            "  esac\n"
            "  mapfile -t COMPREPLY < <(compgen -W '" +
