@@ -2,7 +2,6 @@
 
 #include <zr_support/config.h>
 
-#include <regex>
 #include <set>
 #include <string>
 #include <vector>
@@ -13,12 +12,14 @@ class NoisePreviewManual : public NoisePreview {
 protected:
     /// The options that --help knows.
     std::set<std::string> Options() const {
-        const std::string help = Run("--help").m_Output;
+        std::istringstream lines(Run("--help").m_Output);
         std::set<std::string> options;
-        const std::regex option("\n +(-h,)?(--[a-z-]+)");
-        for (std::sregex_iterator found(help.begin(), help.end(), option); found != std::sregex_iterator();
-             ++found) {
-            options.insert((*found)[2]);
+        for (std::string line; std::getline(lines, line);) {
+            line.erase(0, line.find_first_not_of(' '));
+            line.erase(0, line.starts_with("-h,") ? 3 : 0);
+            if (line.starts_with("--")) {
+                options.insert(line.substr(0, line.find_first_not_of("-abcdefghijklmnopqrstuvwxyz")));
+            }
         }
         return options;
     }
@@ -43,13 +44,19 @@ TEST_F(NoisePreviewManual, ThePageExplainsEveryOption) {
     const std::set<std::string> options = Options();
     EXPECT_EQ(options.size(), 24u); // --help and --version among them
     for (const std::string& option : options) {
-        const std::string name = std::regex_replace(option, std::regex("-"), "\\-");
+        std::string name; // with hyphens as man wants them
+        for (const char c : option) {
+            name += c == '-' ? "\\-" : std::string(1, c);
+        }
         EXPECT_NE(page.m_Output.find("\n\\fB" + name + "\\fR"), std::string::npos) << option;
     }
     // No line but the page's own begins with what man would take for a command.
     std::istringstream lines(page.m_Output);
     for (std::string line; std::getline(lines, line);) {
-        EXPECT_TRUE(std::regex_match(line, std::regex("(\\.(TH|SH|TP|B)\\b.*|[^.'].*)"))) << line;
+        ASSERT_FALSE(line.empty());
+        const std::set<std::string> commands = {".TH", ".SH", ".TP", ".B"};
+        EXPECT_TRUE(line[0] != '.' || commands.contains(line.substr(0, line.find(' ')))) << line;
+        EXPECT_NE(line[0], '\'') << line;
     }
 }
 

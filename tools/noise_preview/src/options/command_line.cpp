@@ -3,6 +3,7 @@
 #include "options/manual.h"
 #include "options/option_rules.h"
 #include "options/option_table.h"
+#include "options/refusal.h"
 #include "options/unknown_option.h"
 #include "text.h"
 
@@ -80,8 +81,8 @@ void AddManuals(CLI::App& app, std::string& manual) {
 }
 
 /// One line about what is wrong.
-std::string FailureMessage(const CLI::App*, const CLI::Error& error) {
-    return Printable(std::string("noise_preview: ") + error.what() + " (--help explains the options)") + '\n';
+std::string FailureLine(const std::string& reason) {
+    return Printable("noise_preview: " + reason + " (--help explains the options)") + '\n';
 }
 
 } // namespace
@@ -91,7 +92,7 @@ std::optional<COptions> ParseCommandLine(int argumentCount, char** arguments, in
     std::string manual;
     CLI::App app(kSummary, "noise_preview");
     app.formatter(std::make_shared<CHelpFormatter>());
-    app.failure_message(FailureMessage);
+    app.failure_message([](const CLI::App*, const CLI::Error& error) { return FailureLine(error.what()); });
     app.set_version_flag("--version", "noise_preview " VESTREL_VERSION_STRING, "Print the version and exit");
     app.allow_extras(); // RefuseUnknown says more about them
     AddOptions(app, options);
@@ -107,6 +108,9 @@ std::optional<COptions> ParseCommandLine(int argumentCount, char** arguments, in
         }
         std::cout << manual;
         exitCode = 0;
+    } catch (const CRefusal& refusal) {
+        std::cerr << FailureLine(refusal.what());
+        exitCode = 2;
     } catch (const CLI::ParseError& error) {
         exitCode = app.exit(error) == 0 ? 0 : 2;
     }

@@ -4,6 +4,7 @@
 #include "files/output_format.h"
 #include "files/terminal_picture.h"
 #include "options/option_table.h"
+#include "options/refusal.h"
 #include "painting/compare_painter.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 #include "options/option_table.h"
 
 #include "files/output_format.h"
+#include "options/refusal.h"
 
-#include <CLI/CLI.hpp>
-
+#include <algorithm>
 #include <charconv>
 #include <limits>
 #include <string_view>
@@ -293,14 +293,6 @@ constexpr COption kOptions[] = {
 
 std::span<const COption> OptionTable() {
     return kOptions;
-}
-
-void Refuse(const std::string& option, const std::string& text, const std::string& reason) {
-    throw CLI::ValidationError(option, "'" + text + "' is " + reason);
-}
-
-void Refuse(const std::string& option, const std::string& reason) {
-    throw CLI::ValidationError(option, reason);
 }
 
 } // namespace NoisePreview

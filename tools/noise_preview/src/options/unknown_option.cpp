@@ -1,8 +1,7 @@
 #include "options/unknown_option.h"
 
 #include "options/option_table.h"
-
-#include <CLI/CLI.hpp>
+#include "options/refusal.h"
 
 #include <algorithm>
 #include <numeric>
@@ -35,14 +34,14 @@ size_t DistanceOf(std::string_view from, std::string_view to) {
 void RefuseUnknown(const std::string& word) {
     constexpr size_t kMostSlips = 2;
     if (!word.starts_with('-')) {
-        throw CLI::ParseError("'" + word + "' belongs to no option", CLI::ExitCodes::ExtrasError);
+        throw CRefusal("'" + word + "' belongs to no option");
     }
     const std::string name = word.substr(0, word.find('='));
     const auto distance = [&](const COption& option) { return DistanceOf(name, option.m_Name); };
     const auto& nearest = *std::ranges::min_element(OptionTable(), {}, distance);
     const std::string hint =
         distance(nearest) <= kMostSlips ? std::string("; is it ") + nearest.m_Name + "?" : "";
-    throw CLI::ParseError("there is no option '" + name + "'" + hint, CLI::ExitCodes::ExtrasError);
+    throw CRefusal("there is no option '" + name + "'" + hint);
 }
 
 } // namespace NoisePreview
