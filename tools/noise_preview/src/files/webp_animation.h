@@ -13,7 +13,7 @@
 namespace NoisePreview {
 
 /// A WebP animation in the making, which loops for ever. Frames are written as they come: libwebpmux would
-/// keep them all, and so the container is made here, by Google's "WebP Container Specification".
+/// keep them all, and so the container is made here, as Google describes it ("WebP Container").
 ///
 /// They are encoded with loss: smooth greys then take a quarter of the bytes and half the time, with errors
 /// of a few greys at most.
