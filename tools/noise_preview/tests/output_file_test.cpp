@@ -95,7 +95,7 @@ TEST_F(NoisePreview, AnInterruptedRunOfFloatsLeavesNothingBehind) {
 }
 
 TEST_F(NoisePreview, LongWorkTellsItsRateAndTheTimeLeft) {
-    const CResult result = Run("--size 12000x12000 --output field.png",
+    const CResult result = Run("--size 20000x20000 --output field.png",
                                "{ until grep -q left '" + m_Folder.string() +
                                    ".errors'; do sleep 0.1; done; kill -INT $$; } & exec");
     EXPECT_EQ(result.m_ExitCode, -SIGINT) << result.m_Errors;
@@ -141,9 +141,9 @@ TEST_F(NoisePreview, LongNamesAreFine) {
 TEST_F(NoisePreview, IgnoredSignalsStayIgnored) {
     // The shell becomes the program, and keeps its number.
     const CResult result =
-        Run("--size 4000x2000 --output a.png", "trap '' HUP; { sleep 0.1; kill -HUP $$; } & exec");
+        Run("--size 8000x4000 --output a.png", "trap '' HUP; { sleep 0.1; kill -HUP $$; } & exec");
     EXPECT_EQ(result.m_ExitCode, 0) << result.m_Errors;
-    EXPECT_EQ(ReadPng(m_Folder / "a.png").m_Width, 4000u);
+    EXPECT_EQ(ReadPng(m_Folder / "a.png").m_Width, 8000u);
 }
 
 } // namespace

@@ -271,8 +271,8 @@ TEST_F(NoisePreviewAnimation, FramesAreNotKeptAsPictures) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "sanitizers need more address space than is left here";
 #endif
-    // 45 MB of pixels in 40 MB of memory.
-    const CResult result = Run("--animate 1 --fps 15 --size 1000x1000 --cells 2", "ulimit -v 40000 && exec");
+    // 60 MB of pixels in 40 MB of memory.
+    const CResult result = Run("--animate 1 --fps 60 --size 1000x1000 --cells 2", "ulimit -v 40000 && exec");
     EXPECT_EQ(result.m_ExitCode, 0) << result.m_Errors;
     ExpectFailure("--animate 1 --size 8000x8000 --output b.webp",
                   "8000 x 8000 pixels does not fit into memory", "ulimit -v 100000 && exec");

@@ -37,7 +37,7 @@ private:
     const COutputFile& m_File;
 };
 
-/// From here on a row has blocks of its own.
+/// Beyond this width a row has a block of its own.
 constexpr uint32_t kWide = 65536;
 
 std::vector<std::string> ChannelNames(bool isGradient) {
