@@ -26,7 +26,6 @@ pictures=(
   'guide/packed.svg|diagrams.py packed'
   'guide/padded.svg|diagrams.py padded'
   'guide/structs.svg|diagrams.py structs'
-  'guide/spare.svg|diagrams.py spare'
   'guide/in_place.svg|diagrams.py in_place'
   'guide/alignment.svg|diagrams.py alignment'
   'samples/camera_shake.png|camera_shake'

@@ -9,7 +9,7 @@ int main() {
     const Vestrel::CFastNoise3 noise(&generator);
 
     constexpr uint32_t kCount = 1000;
-    std::vector<Vestrel::TVector<float, 3>> positions(kCount + 1); // a spare: each is read as 16 bytes
+    std::vector<Vestrel::TVector<float, 3>> positions(kCount);
     for (uint32_t k = 0; k < kCount; ++k) {
         positions[k] = {0.01f * static_cast<float>(k), 0.5f, 2.25f};
     }

@@ -51,7 +51,7 @@ COctave Next(const COctave& last) {
 }
 
 void AddOctave(const CFastNoise3& noise, const COctave& octave, uint32_t y, CRow& row) {
-    std::vector<TVector<float, 3>> positions(kWidth + 1); // a spare: each is read as 16 bytes
+    std::vector<TVector<float, 3>> positions(kWidth);
     std::vector<TPair<TVector<float, 4>, TVector<int, 4>>> cells(kWidth);
     const float cosine = octave.m_Cosine, sine = octave.m_Sine;
     for (uint32_t x = 0; x < kWidth; ++x) {

@@ -25,7 +25,7 @@ inline Vestrel::CFastNoise3 VolumeNoise() {
 /// lattice do not show.
 inline void SampleSlice(const Vestrel::CFastNoise3& noise, uint32_t z, float* samples) {
     constexpr float kCellsPerSample = 1.0f / 32.0f;
-    std::vector<Vestrel::TVector<float, 3>> positions(kSliceCount + 1); // a spare: each is read as 16 bytes
+    std::vector<Vestrel::TVector<float, 3>> positions(kSliceCount);
     for (uint32_t k = 0; k < kSliceCount; ++k) {
         const float u = kCellsPerSample * static_cast<float>(k % kSide);
         const float v = kCellsPerSample * static_cast<float>(k / kSide);

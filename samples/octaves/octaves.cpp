@@ -46,7 +46,7 @@ std::vector<TVector<float, 3>> Positions() {
 std::vector<float> SumOctaves(const CFastNoise3& noise, const std::vector<TVector<float, 3>>& positions,
                               TVector<float, 3> offset) {
     const uint32_t count = static_cast<uint32_t>(positions.size());
-    std::vector<TVector<float, 3>> moved(count + 1); // a spare: each is read as 16 bytes
+    std::vector<TVector<float, 3>> moved(count);
     std::vector<float> samples(count), sums(count);
     float frequency = 1.0f, amplitude = 1.0f, all = 0.0f;
     for (int octave = 0; octave < kOctaves; ++octave) {

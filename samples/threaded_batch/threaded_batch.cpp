@@ -80,7 +80,7 @@ CPicture Stripes(const Vestrel::CFastNoise3& noise) {
         {0.25f, 0.70f, 0.72f}, {0.33f, 0.50f, 0.86f}, {0.66f, 0.42f, 0.80f}};
     CPicture picture(640, 320);
     const uint32_t count = picture.m_Width * picture.m_Height;
-    CPositions positions(count + 1);
+    CPositions positions(count);
     for (uint32_t k = 0; k < count; ++k) {
         const float u = static_cast<float>(k % picture.m_Width) / 48.0f;
         const float v = static_cast<float>(k / picture.m_Width) / 48.0f;
@@ -103,7 +103,7 @@ std::vector<uint8_t> Draw() {
     constexpr uint32_t kCount = 1'000'003;
     Vestrel::CStdRandomGenerator generator(7);
     const Vestrel::CFastNoise3 noise(&generator);
-    CPositions positions(kCount + 1); // a spare: each is read as 16 bytes
+    CPositions positions(kCount);
     generator.FillRandomFloats({&positions[0].x, 3 * kCount}, -100.0f, 100.0f);
     CheckBits(noise, positions, kCount);
     return PngOf(Stripes(noise));

@@ -31,7 +31,7 @@ constexpr int kMillisecondsPerFrame = 50;
 /// show.
 std::vector<TVector<float, 3>> SlicePositions() {
     constexpr float kCellsPerPixel = 5.0f / kSide;
-    std::vector<TVector<float, 3>> positions(kCount + 1); // a spare: each is read as 16 bytes
+    std::vector<TVector<float, 3>> positions(kCount);
     for (uint32_t k = 0; k < kCount; ++k) {
         const float u = kCellsPerPixel * static_cast<float>(k % kSide);
         const float v = kCellsPerPixel * static_cast<float>(k / kSide);

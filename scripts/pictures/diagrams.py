@@ -115,18 +115,6 @@ def structs():
     return drawing
 
 
-def spare():
-    drawing = Drawing(150, "A single 3D position is read as 16 bytes, and so is the last one")
-    drawing.bracket(30, 6, 3, "the last position")
-    drawing.floats(40, positions_of([0, 1, 2]))
-    drawing.floats(40, ["?spare"], 9)
-    drawing.bracket(82, 6, 4, "read: 16 bytes", up=False)
-    drawing.bracket(112, 3, 4, "read: 16 bytes", up=False)
-    drawing.text(LEFT + CELL * 10 + 16, 52, "4 bytes that must be readable:")
-    drawing.text(LEFT + CELL * 10 + 16, 72, "what they hold does not matter")
-    return drawing
-
-
 def in_place():
     drawing = Drawing(196, "In place in 1D: each sample takes the place of its coordinate")
     drawing.text(LEFT, 24, "before the call")
@@ -156,7 +144,7 @@ def alignment():
     return drawing
 
 
-DIAGRAMS = {drawing.__name__: drawing for drawing in (packed, padded, structs, spare, in_place, alignment)}
+DIAGRAMS = {drawing.__name__: drawing for drawing in (packed, padded, structs, in_place, alignment)}
 
 
 def main():

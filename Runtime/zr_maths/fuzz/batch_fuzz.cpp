@@ -82,7 +82,7 @@ CLayout ChooseLayout(CInput& input, const CBatchCall& call, const CBatchSampler&
         const size_t output = static_cast<size_t>(place.m_Output);
         const size_t position = static_cast<size_t>(place.m_Position);
         outputBytes = std::max(outputBytes, output + 4);
-        positionBytes = std::max(positionBytes, position + sampler.ReadSize());
+        positionBytes = std::max(positionBytes, position + sampler.PositionSize());
         distance = std::max(distance, output - std::min(output, position));
     }
     CLayout layout = {};

@@ -32,12 +32,11 @@ struct CBatchCall {
     }
 };
 
-/// Where a sample goes, in bytes from the start of the output, where its position comes from, and how many
-/// bytes are read there.
+/// Where a sample goes, in bytes from the start of the output, and where its position comes from, in bytes
+/// from the start of the positions.
 struct CPlace {
     uint64_t m_Output;
     uint64_t m_Position;
-    uint32_t m_ReadSize;
 };
 
 /// Appends the places of a call's samples. A call that would not return, for its output stride is 0, has no
@@ -49,25 +48,25 @@ inline void AppendPlacesOf(const CBatchCall& call, const CBatchSampler& sampler,
     const bool isPacked = call.m_PositionOffset % 16 == 0 && call.m_PositionStride == size;
     uint64_t output = 0;
     uint64_t position = 0;
-    const auto place = [&](uint32_t outputStep, uint32_t positionStep, uint32_t readSize) {
-        places.push_back({output, position, readSize});
+    const auto place = [&](uint32_t outputStep, uint32_t positionStep) {
+        places.push_back({output, position});
         output += outputStep;
         position += positionStep;
     };
     if (sampler.m_Dimension == 4) {
         // The fast path takes single positions to the end of the output, and looks at the positions alone.
         while (isPacked && output < end) {
-            place(4, size, size);
+            place(4, size);
         }
     } else {
         while (isPacked && call.m_OutputOffset % 16 == 0 && output + 16 <= end) {
             for (int lane = 0; lane < 4; ++lane) {
-                place(4, size, size);
+                place(4, size);
             }
         }
     }
     while (output < end) {
-        place(call.m_OutputStride, call.m_PositionStride, sampler.ReadSize());
+        place(call.m_OutputStride, call.m_PositionStride);
     }
 }
 

@@ -27,11 +27,6 @@ struct CBatchSampler {
         return static_cast<uint32_t>(m_Dimension) * uint32_t{sizeof(float)};
     }
 
-    /// How many bytes are read of a position that is sampled by itself.
-    uint32_t ReadSize() const {
-        return m_Dimension == 3 ? 16 : PositionSize();
-    }
-
     friend std::ostream& operator<<(std::ostream& stream, const CBatchSampler& sampler) {
         return stream << sampler.m_Name;
     }

@@ -97,7 +97,7 @@ protected:
         uint64_t positionBytes = 0;
         for (const CPlace& place : places) {
             outputBytes = std::max(outputBytes, place.m_Output + 4);
-            positionBytes = std::max(positionBytes, place.m_Position + place.m_ReadSize);
+            positionBytes = std::max(positionBytes, place.m_Position + sampler.PositionSize());
         }
         CBuffer positions(positionBytes, call.m_PositionOffset);
         CCoordinates coordinates(seed);

@@ -2,26 +2,64 @@
 
 #include "batch_calls.h"
 #include "batch_samplers.h"
-#include "child_process.h"
 #include "guarded_memory.h"
+#include "maths_noise_fast_batch.h"
 #include "noise_test_support.h"
+#include "wide/wide_kernels.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
-#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <sys/resource.h>
+#include <map>
+#include <optional>
+#include <set>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
 
 using namespace Vestrel;
 
-constexpr uint32_t kLastCount = 260;
+constexpr uint32_t kWideBlock = Internal::kWideBlock;
+
+/// Counts at which another path begins or ends: those of four lanes and of long runs, blocks of the wide
+/// kernels, and where the kernels that are in use take over, at `leastWideCount`.
+std::vector<uint32_t> CountsAround(uint32_t leastWideCount) {
+    std::set<uint32_t> counts;
+    for (uint32_t count = 0; count <= 33; ++count) {
+        counts.insert(count);
+    }
+    for (const uint32_t edge :
+         {kWideBlock, 2 * kWideBlock, Internal::kLongRun, leastWideCount, leastWideCount + kWideBlock}) {
+        for (uint32_t count = edge - std::min(edge, 3u); count <= edge + 5; ++count) {
+            counts.insert(count);
+        }
+    }
+    return {counts.begin(), counts.end()};
+}
+
+/// From how many positions on the kernels that are in use take such a call.
+uint32_t LeastWideCount(const CBatchSampler& sampler, uint32_t positionStride) {
+    const bool isPadded = sampler.m_Dimension == 3 && positionStride == 4 * sizeof(float);
+    const size_t layout = isPadded ? static_cast<size_t>(Internal::EWideLayout::kPadded3D)
+                                   : static_cast<size_t>(sampler.m_Dimension - 1);
+    return Internal::WideKernels().m_LeastCount[layout];
+}
+
+/// The greatest of the counts.
+uint32_t LastCount() {
+    const auto& leastCounts = Internal::WideKernels().m_LeastCount;
+    const uint32_t least = std::max(*std::max_element(leastCounts.begin(), leastCounts.end()),
+                                    Internal::WideKernels().m_LeastRecordCount);
+    return CountsAround(least).back();
+}
+
 /// How far two views are from multiples of 16. Whatever the sizes in whole floats, with one of these either
 /// view ends, to the byte, where the page begins; with the first, samplers may take their fast path, with the
 /// others they may not.
@@ -39,76 +77,104 @@ struct CStrides {
     uint32_t m_Position;
 };
 
-/// What a call reads and writes, from the start of the views.
-struct CExtent {
-    size_t m_ReadSize = 0;
-    size_t m_WrittenSize = 0;
-    std::vector<size_t> m_Written;
-};
-
-CExtent ExtentOf(const CBatchCall& call, const CBatchSampler& sampler) {
-    CExtent extent;
-    std::vector<CPlace> places;
-    AppendPlacesOf(call, sampler, places);
-    for (const CPlace& place : places) {
-        extent.m_ReadSize = std::max<size_t>(extent.m_ReadSize, place.m_Position + place.m_ReadSize);
-        extent.m_WrittenSize = std::max<size_t>(extent.m_WrittenSize, place.m_Output + sizeof(float));
-        extent.m_Written.push_back(place.m_Output);
-    }
-    return extent;
-}
-
 class SamplerMemory : public testing::TestWithParam<CBatchSampler> {
 protected:
     SamplerMemory() {
         m_Positions.MakeReadOnly();
     }
 
-    void Sample(const CBatchCall& call, unsigned char* output, const unsigned char* positions) {
-        GetParam().m_Sample(m_Noise, {reinterpret_cast<float*>(output), call.m_Count, call.m_OutputStride},
-                            positions, 0, call.m_PositionStride);
-    }
-
     /// Makes the call with both views next to the first page, and next to the last.
     void Check(const CBatchCall& call) {
-        const CExtent extent = ExtentOf(call, GetParam());
+        const CExtent extent = ExtentOf(call);
         for (const EEdge edge : kEdges) {
-            const CFaultReporter reporter(
-                [&](std::ostream& text) { text << GetParam() << ", " << call << ", " << edge; });
-            unsigned char* const output = m_Output.Place(edge, extent.m_WrittenSize, call.m_OutputOffset);
-            Sample(call, output, m_Positions.Place(edge, extent.m_ReadSize, call.m_PositionOffset));
-            ASSERT_TRUE(m_Output.HasWritten(output, extent.m_Written)) << reporter.Text();
+            Check(call, edge, m_Output.Place(edge, extent.m_WrittenSize, call.m_OutputOffset), m_Positions,
+                  m_Positions.Place(edge, extent.m_ReadSize, call.m_PositionOffset));
         }
     }
 
     /// The same with the output over the positions.
     void CheckInPlace(const CBatchCall& call) {
-        const CExtent extent = ExtentOf(call, GetParam());
+        const CExtent extent = ExtentOf(call);
         const size_t size = std::max(extent.m_ReadSize, extent.m_WrittenSize);
         for (const EEdge edge : kEdges) {
-            const CFaultReporter reporter(
-                [&](std::ostream& text) { text << GetParam() << " in place, " << call << ", " << edge; });
             unsigned char* const both = m_Output.Place(edge, size, call.m_OutputOffset);
-            Sample(call, both, both);
-            ASSERT_TRUE(m_Output.HasWritten(both, extent.m_Written)) << reporter.Text();
+            Check(call, edge, both, m_Output, both);
         }
+    }
+
+private:
+    /// How many bytes of its views a call may touch.
+    struct CExtent {
+        size_t m_ReadSize = 0;
+        size_t m_WrittenSize = 0;
+    };
+
+    CExtent ExtentOf(const CBatchCall& call) {
+        m_Places.clear();
+        AppendPlacesOf(call, GetParam(), m_Places);
+        CExtent extent;
+        for (const CPlace& place : m_Places) {
+            extent.m_ReadSize =
+                std::max<size_t>(extent.m_ReadSize, place.m_Position + GetParam().PositionSize());
+            extent.m_WrittenSize = std::max<size_t>(extent.m_WrittenSize, place.m_Output + sizeof(float));
+        }
+        return extent;
+    }
+
+    /// Every byte of the output has to be what the samples at m_Places make of it, in their order.
+    void Check(const CBatchCall& call, EEdge edge, unsigned char* output, const CWatchedMemory& memory,
+               const unsigned char* positions) {
+        const CFaultReporter reporter(
+            [&](std::ostream& text) { text << GetParam() << ", " << call << ", " << edge; });
+        GetParam().m_Sample(m_Noise, {reinterpret_cast<float*>(output), call.m_Count, call.m_OutputStride},
+                            positions, 0, call.m_PositionStride);
+        std::vector<CWrittenFloat> writes;
+        for (const CPlace& place : m_Places) {
+            const float sample = ExpectedAt(memory, positions + place.m_Position);
+            writes.push_back({static_cast<size_t>(place.m_Output), sample});
+        }
+        ASSERT_TRUE(m_Output.HoldsAfter(output, writes)) << reporter.Text();
+    }
+
+    /// What the reference gives for the position at that place, worked out once for each.
+    float ExpectedAt(const CWatchedMemory& memory, const unsigned char* position) {
+        auto& expected = m_Expected[{&memory == &m_Output, static_cast<size_t>(position - memory.Begin())}];
+        if (!expected.has_value()) {
+            expected = GetParam().m_Expected(m_Noise.Basis(), memory.ContentsAt(position));
+        }
+        return *expected;
     }
 
     COpenNoise m_Noise = EvenNoise();
     // For four times as many 4D positions as samples are asked for, in place with an output stride of 16.
-    CWatchedMemory m_Positions{4 * kLastCount * 16};
-    CWatchedMemory m_Output{4 * kLastCount * 16};
+    CWatchedMemory m_Positions{4 * LastCount() * 16};
+    CWatchedMemory m_Output{4 * LastCount() * 16};
+    std::vector<CPlace> m_Places;
+    std::map<std::pair<bool, size_t>, std::optional<float>> m_Expected;
 };
 
 INSTANTIATE_TEST_SUITE_P(All, SamplerMemory, testing::ValuesIn(kBatchSamplers), CNameOfInstance());
 
 TEST_P(SamplerMemory, NothingIsTouchedBesideWhatACallMayTouch) {
     const uint32_t size = GetParam().PositionSize();
-    for (const CStrides& strides :
-         {CStrides{4, size}, {4, 0}, {4, 16}, {4, 20}, {6, size}, {8, size}, {8, 20}}) {
-        for (uint32_t count = 0; count <= kLastCount && !HasFailure(); ++count) {
+    for (const CStrides& strides : {CStrides{4, size}, {4, 0}, {4, 16}, {4, 20}, {8, size}, {8, 20}}) {
+        for (const uint32_t count : CountsAround(LeastWideCount(GetParam(), strides.m_Position))) {
             for (const COffsets& offsets : kOffsets) {
                 Check({count, strides.m_Output, strides.m_Position, offsets.m_Output, offsets.m_Input});
+            }
+        }
+    }
+}
+
+// Samples then overlap, or begin anywhere: the last one may end up to 3 bytes behind count * stride.
+TEST_P(SamplerMemory, OutputStridesOfPartsOfFloatsWriteWholeSamples) {
+    const uint32_t size = GetParam().PositionSize();
+    for (const uint32_t outputStride : {1u, 2u, 3u, 5u, 6u, 7u}) {
+        for (const uint32_t positionStride : {size, 20u}) {
+            for (uint32_t count = 0; count <= 33; ++count) {
+                for (const COffsets& offsets : kOffsets) {
+                    Check({count, outputStride, positionStride, offsets.m_Output, offsets.m_Input});
+                }
             }
         }
     }
@@ -117,7 +183,7 @@ TEST_P(SamplerMemory, NothingIsTouchedBesideWhatACallMayTouch) {
 TEST_P(SamplerMemory, NothingIsTouchedBesideWhatACallInPlaceMayTouch) {
     const uint32_t size = GetParam().PositionSize();
     for (const CStrides& strides : {CStrides{4, size}, {size, size}, {4, 20}, {20, 20}}) {
-        for (uint32_t count = 0; count <= kLastCount && !HasFailure(); ++count) {
+        for (const uint32_t count : CountsAround(LeastWideCount(GetParam(), strides.m_Position))) {
             for (const size_t offset : kFloatOffsets) {
                 CheckInPlace({count, strides.m_Output, strides.m_Position, offset, offset});
             }
@@ -125,35 +191,24 @@ TEST_P(SamplerMemory, NothingIsTouchedBesideWhatACallInPlaceMayTouch) {
     }
 }
 
-// Of a single 3D position 16 bytes are read: the above shows that it is no more. So a packed view that ends
-// with readable memory is outside the caller's guarantee.
-TEST(FastNoiseMemory, OneAtATimeAll16BytesOfA3DPositionAreRead) {
-#if VESTREL_SIMD_BACKEND_PORTABLE
-    GTEST_SKIP() << "plain C++ leaves the unused lane unread when it is optimised";
-#endif
+// Every second page must not be touched: what is between two positions is one of them, and some bytes around
+// it.
+TEST_P(SamplerMemory, NothingBetweenPositionsIsRead) {
+    const size_t pageSize = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const uint32_t stride = static_cast<uint32_t>(2 * pageSize);
+    constexpr uint32_t kMostPositions = 9;
+    const CGuardedMemory memory(kMostPositions * stride);
+    for (uint32_t k = 0; k < kMostPositions; ++k) {
+        ASSERT_EQ(mprotect(memory.Begin() + k * stride + pageSize, pageSize, PROT_NONE), 0);
+    }
     const COpenNoise noise = EvenNoise();
-    const CGuardedMemory positions(16 * 12);
-    alignas(16) float output[16];
-    const auto sample = [&](const CBatchSampler& sampler, uint32_t count, size_t readable) {
-        return RunInChild([&] {
-            const rlimit noCore = {0, 0};
-            setrlimit(RLIMIT_CORE, &noCore);
-            std::signal(SIGSEGV, SIG_DFL); // which sanitizers take
-            const unsigned char* const last = positions.End() - readable;
-            sampler.m_Sample(noise, {output + 1, count, 4}, last - 12 * (count - 1), count, 12);
-        });
-    };
-    for (const CBatchSampler& sampler : kBatchSamplers) {
-        // Single ones, and four side by side.
-        for (const uint32_t count : {1u, 3u, 4u, 8u, 9u}) {
-            if (sampler.m_Dimension == 3) {
-                EXPECT_TRUE(sample(sampler, count, 16).HasExitedWith(0)) << sampler << ", count " << count;
-                for (size_t readable = 12; readable < 16; ++readable) {
-                    EXPECT_TRUE(sample(sampler, count, readable).WasKilledBy(SIGSEGV))
-                        << sampler << ", count " << count << ", " << readable
-                        << " bytes from the last position";
-                }
-            }
+    float output[kMostPositions];
+    for (uint32_t count = 1; count <= kMostPositions; ++count) {
+        for (const size_t first : {size_t{0}, pageSize - GetParam().PositionSize()}) {
+            const CFaultReporter reporter([&](std::ostream& text) {
+                text << GetParam() << ", " << count << " positions at byte " << first << " of their pages";
+            });
+            GetParam().m_Sample(noise, {output, count, 4}, memory.Begin() + first, 0, stride);
         }
     }
 }
@@ -212,14 +267,15 @@ protected:
     }
 
     COpenNoise m_Noise = EvenNoise();
-    CWatchedMemory m_Records{kLastCount * sizeof(CRecord)};
-    CWatchedMemory m_Output{kLastCount * sizeof(CRecord)};
+    const std::vector<uint32_t> m_Counts = CountsAround(Internal::WideKernels().m_LeastRecordCount);
+    CWatchedMemory m_Records{LastCount() * sizeof(CRecord)};
+    CWatchedMemory m_Output{LastCount() * sizeof(CRecord)};
 };
 
 INSTANTIATE_TEST_SUITE_P(All, GradientMemory, testing::ValuesIn(kBatchGradients));
 
 TEST_P(GradientMemory, NothingIsTouchedBesideRecordsAndGradients) {
-    for (uint32_t count = 0; count <= kLastCount && !HasFailure(); ++count) {
+    for (const uint32_t count : m_Counts) {
         for (const EEdge edge : kEdges) {
             for (const COffsets& offsets : kOffsets) {
                 const CFaultReporter reporter([&](std::ostream& text) {
@@ -240,7 +296,7 @@ TEST_P(GradientMemory, NothingIsTouchedBesideRecordsAndGradients) {
 }
 
 TEST_P(GradientMemory, NothingIsTouchedBesideRecordsWithGradientsOverThem) {
-    for (uint32_t count = 0; count <= kLastCount && !HasFailure(); ++count) {
+    for (const uint32_t count : m_Counts) {
         for (const EEdge edge : kEdges) {
             for (const size_t offset : kFloatOffsets) {
                 const CFaultReporter reporter([&](std::ostream& text) {
@@ -278,15 +334,16 @@ private:
     float* m_OwnBasis;
 };
 
-/// Every operation, at single positions and in a row of 256 that go four at a time, one at a time and in a
-/// long run. The row is along the last axis but one, so that what is looked up for it are all 256 values
-/// there are; on the last axis, by which edges are read in pairs, it is in the cell `last`.
+/// Every operation, at single positions and in rows that go four at a time, one at a time, in a long run and
+/// by the wide kernels. Rows are along the last axis but one, so that what is looked up for them are all 256
+/// values there are; on the last axis, by which edges are read in pairs, they are in the cell `last`.
 void SampleRow(const CFastNoise3& noise, int first, int last) {
-    constexpr uint32_t kCount = 256;
-    alignas(16) static float positions[4 * kCount + 4];
-    alignas(16) static float samples[kCount + 4];
-    alignas(16) static CRecord records[kCount];
-    alignas(16) static TVector<float, 4> gradients[kCount];
+    static const uint32_t count = LastCount();
+    static std::vector<SIMD_Neon::Float4> positionMemory(count), sampleMemory(count);
+    static std::vector<CRecord> records(count);
+    static std::vector<TVector<float, 4>> gradients(count);
+    float* const positions = reinterpret_cast<float*>(positionMemory.data());
+    float* const samples = reinterpret_cast<float*>(sampleMemory.data());
     for (const CBatchSampler& sampler : kBatchSamplers) {
         const uint32_t dimension = sampler.PositionSize() / 4;
         const auto coordinateOf = [&](uint32_t k, uint32_t axis) {
@@ -295,18 +352,21 @@ void SampleRow(const CFastNoise3& noise, int first, int last) {
             }
             return axis + 1 == dimension ? last : first;
         };
-        for (uint32_t k = 0; k < dimension * kCount; ++k) {
+        for (uint32_t k = 0; k < dimension * count; ++k) {
             positions[k] = static_cast<float>(coordinateOf(k / dimension, k % dimension));
         }
-        sampler.m_Sample(noise, {samples, kCount, 4}, positions, kCount, sampler.PositionSize());
-        sampler.m_Sample(noise, {samples, kCount / 2, 4}, positions, kCount, sampler.PositionSize());
-        sampler.m_Sample(noise, {samples + 1, kCount, 4}, positions, kCount, sampler.PositionSize());
-        for (uint32_t k = 0; k < kCount; ++k) {
+        for (const uint32_t rowCount : {count, 256u, 128u}) {
+            sampler.m_Sample(noise, {samples, rowCount, 4}, positions, 0, sampler.PositionSize());
+            sampler.m_Sample(noise, {samples + 1, rowCount, 4}, positions, 0, sampler.PositionSize());
+        }
+        for (uint32_t k = 0; k < 256; ++k) {
             sampler.m_Sample(noise, {samples, 1, 4}, positions + k * dimension, 1, sampler.PositionSize());
         }
     }
-    for (int k = 0; k < static_cast<int>(kCount); ++k) {
-        records[k] = {{0.5f, 0.5f, 0.5f, 0.0f}, {first, k, last, 0}};
+    for (uint32_t k = 0; k < count; ++k) {
+        records[k] = {{0.5f, 0.5f, 0.5f, 0.0f}, {first, static_cast<int>(k % 256), last, 0}};
+    }
+    for (uint32_t k = 0; k < 256; ++k) {
         const SIMD_Neon::Float4 position(static_cast<float>(first), static_cast<float>(k),
                                          static_cast<float>(last), 0.0f);
         const SIMD_Neon::Float4 four[4] = {position, position, position, position};
@@ -320,11 +380,11 @@ void SampleRow(const CFastNoise3& noise, int first, int last) {
             (noise.*gradient)(position);
         }
         for (const CGradientBatch gradient : kBatchGradients) {
-            (noise.*gradient)({records + k, 1}, {gradients, 1});
+            (noise.*gradient)({&records[k], 1}, {gradients.data(), 1});
         }
     }
     for (const CGradientBatch gradient : kBatchGradients) {
-        (noise.*gradient)({records, kCount}, {gradients, kCount});
+        (noise.*gradient)({records.data(), count}, {gradients.data(), count});
     }
 }
 

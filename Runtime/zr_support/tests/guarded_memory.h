@@ -86,6 +86,12 @@ private:
     unsigned char* m_Begin;
 };
 
+/// A float that has been written, so many bytes from the start of a view.
+struct CWrittenFloat {
+    size_t m_Offset;
+    float m_Value;
+};
+
 /// Guarded memory full of floats between 1000 and 1300, which knows what has been written to it.
 class CWatchedMemory : public CGuardedMemory {
 public:
@@ -102,26 +108,47 @@ public:
         m_Contents.assign(Begin(), End());
     }
 
+    /// What should be at `data`.
+    const unsigned char* ContentsAt(const unsigned char* data) const {
+        return &m_Contents[static_cast<size_t>(data - Begin())];
+    }
+
     /// Whether of the bytes around `data` exactly the floats at `offsets` from it have been written. Puts
     /// back what was there.
     testing::AssertionResult HasWritten(unsigned char* data, const std::vector<size_t>& offsets) {
         for (const size_t offset : offsets) {
-            unsigned char* const before = &m_Contents[static_cast<size_t>(data - Begin()) + offset];
+            const unsigned char* const before = ContentsAt(data) + offset;
             if (std::memcmp(data + offset, before, sizeof(float)) == 0) {
                 return testing::AssertionFailure() << "nothing was written to the float at byte " << offset;
             }
             std::memcpy(data + offset, before, sizeof(float));
         }
-        const size_t size = offsets.empty() ? 0 : *std::max_element(offsets.begin(), offsets.end()) + 4;
-        unsigned char* const first = data - std::min<ptrdiff_t>(kMargin, data - Begin());
-        unsigned char* const last =
-            data + size + std::min<ptrdiff_t>(kMargin, End() - (data + static_cast<ptrdiff_t>(size)));
-        unsigned char* const before = &m_Contents[static_cast<size_t>(first - Begin())];
-        if (std::memcmp(first, before, static_cast<size_t>(last - first)) != 0) {
-            return testing::AssertionFailure()
-                   << "byte " << std::mismatch(first, last, before).first - data << " was written, too";
+        return HoldsAfter(data, {});
+    }
+
+    /// Whether the bytes around `data` are what they should be after `writes`, one after the other. Puts back
+    /// what was there.
+    testing::AssertionResult HoldsAfter(unsigned char* data, const std::vector<CWrittenFloat>& writes) {
+        size_t size = 0;
+        for (const CWrittenFloat& write : writes) {
+            size = std::max(size, write.m_Offset + sizeof(float));
         }
-        return testing::AssertionSuccess();
+        const ptrdiff_t before = std::min<ptrdiff_t>(kMargin, data - Begin());
+        const ptrdiff_t behind = static_cast<ptrdiff_t>(size) + kMargin;
+        unsigned char* const first = data - before;
+        unsigned char* const last = data + std::min(behind, End() - data);
+        const unsigned char* const contents = ContentsAt(first);
+        std::vector<unsigned char> due(contents, contents + (last - first));
+        for (const CWrittenFloat& write : writes) {
+            std::memcpy(&due[static_cast<size_t>(before) + write.m_Offset], &write.m_Value, sizeof(float));
+        }
+        const auto [is, shouldBe] = std::mismatch(first, last, due.begin());
+        const testing::AssertionResult result = is == last ? testing::AssertionSuccess()
+                                                           : testing::AssertionFailure()
+                                                                 << "byte " << is - data << " is " << int{*is}
+                                                                 << ", not " << int{*shouldBe};
+        std::copy(contents, contents + (last - first), first);
+        return result;
     }
 
 private:

@@ -88,10 +88,12 @@ TEST(SimdFloat4, LoadsKeepEveryBitPattern) {
         EXPECT_EQ(BitsOf(LoadTwoPairs(source + 5, source + 2)),
                   (CBits{source[5], source[6], source[2], source[3]}));
         for (size_t offset = 0; offset <= 16; ++offset) {
+            const char* const from = reinterpret_cast<const char*>(source) + offset;
             CBits expected;
-            std::memcpy(expected.data(), reinterpret_cast<const char*>(source) + offset, 16);
-            EXPECT_EQ(BitsOf(LoadUnaligned(reinterpret_cast<const char*>(source) + offset)), expected)
-                << "offset " << offset;
+            std::memcpy(expected.data(), from, 16);
+            EXPECT_EQ(BitsOf(LoadUnaligned(from)), expected) << "offset " << offset;
+            expected[3] = 0;
+            EXPECT_EQ(BitsOf(LoadTriple(from)), expected) << "offset " << offset;
         }
     }
 }

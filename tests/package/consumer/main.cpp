@@ -21,7 +21,7 @@ int main() {
     CStdRandomGenerator generator(2026);
     const CFastNoise3 noise(&generator);
     const uint32_t count = 4099;
-    std::vector<TVector<float, 3>> positions(count + 1);
+    std::vector<TVector<float, 3>> positions(count);
     for (uint32_t k = 0; k < count; ++k) {
         // Products of a small integer and a power of two, exact under any flags.
         const float step = static_cast<float>(k) * 0.015625f;

@@ -100,11 +100,9 @@ void WriteSamplesAtPositions(const COptions& options, const CFastNoise3& noise, 
     CFieldSampler sampler(noise, completed, record);
     CFloatFile floats(file, options.m_Format);
     CProgress progress(EProgress::kPercent, "sampling", positions->ByteCount(), "bytes");
-    // A spare float: single 3D positions are read as 16 bytes.
-    std::vector<float> coordinates(size_t{CFieldSampler::kChunk} * positions->Dimension() + 1);
+    std::vector<float> coordinates(size_t{CFieldSampler::kChunk} * positions->Dimension());
     std::vector<float> values(CFieldSampler::kChunk);
-    const std::span<float> room(coordinates.data(), coordinates.size() - 1);
-    for (size_t count = positions->Read(room); count > 0; count = positions->Read(room)) {
+    for (size_t count = positions->Read(coordinates); count > 0; count = positions->Read(coordinates)) {
         sampler.SampleAt(coordinates.data(), {values.data(), static_cast<uint32_t>(count)});
         floats.Add({values.data(), count});
         progress.Show(positions->ReadByteCount());

@@ -21,11 +21,10 @@ inline constexpr uint32_t kPixelCount = kWidth * kHeight;
 inline constexpr uint32_t kSeed = 7;
 inline const std::string kOptions = "--size 240x140 --cells 12 --seed 7 ";
 
-/// A sampler's record per pixel, which `make` makes of the coordinates x and y of its centre; and a spare
-/// that may be read behind them.
+/// A sampler's record per pixel, which `make` makes of the coordinates x and y of its centre.
 template <typename TMake>
 auto RecordsOf(const TMake& make) {
-    std::vector<decltype(make(0.0f, 0.0f))> records(kPixelCount + 1);
+    std::vector<decltype(make(0.0f, 0.0f))> records(kPixelCount);
     for (uint32_t k = 0; k < kPixelCount; ++k) {
         records[k] = make(static_cast<float>((k % kWidth + 0.5) / 20.0),
                           static_cast<float>((k / kWidth + 0.5) / 20.0));

@@ -40,6 +40,10 @@ namespace Vestrel {
 ///   not look at the output stride: an output with a stride of 8 gets twice as many samples, of as many
 ///   consecutive positions. What remains goes one position at a time; so does everything else, with any
 ///   alignment and any stride, among them a position stride of 0, which means one position for all samples.
+/// - One at a time, a sample of 4 bytes is written where the fast path has stopped (if not taken, at the start),
+///   and then at every stride from there that begins before the end of the output. So with a stride that is no
+///   multiple of 4, the last sample may end up to 3 bytes behind the output.
+/// - Of the positions, their own bytes are read and no others: nothing between them, nothing behind the last.
 /// - In 4D the fast path takes single positions: if the position pointer is a multiple of 16 and the position
 ///   stride is 16, it fills the output to its end with packed samples, whatever its alignment and stride.
 ///   With an output stride of 0 it writes exactly one.
@@ -50,10 +54,9 @@ namespace Vestrel {
 /// The caller guarantees:
 /// - an output stride that is not 0 (with 0 a call would not return, the fast path of 4D aside; debug builds
 ///   assert);
-/// - that all bytes of the output, rounded up to whole floats, may be written, those between its elements and
-///   behind the last one included;
-/// - as many readable positions as samples are written, and 4 readable bytes behind each 3D position, for
-///   single ones are read as 16 bytes: an array of packed 3D positions needs room for one more float;
+/// - that all bytes of the output may be written, those between its elements and behind the last one included,
+///   and 3 more where the stride is no multiple of 4;
+/// - as many readable positions as samples are written;
 /// - an output that does not overlap the object's own memory, and overlaps the positions only so that no
 ///   sample lies at a higher address than the position that it is made of, with strides of at least 4: in
 ///   place in 1D, or from the start of the positions on.
@@ -125,7 +128,8 @@ public:
 
     /// @{
     /// The sample of the 3D field at `position`, with x, y and z in lanes 0 to 2, bit for bit that of
-    /// SampleLinear3D and its kind. Lane 3 is ignored, whatever it holds.
+    /// SampleLinear3D and its kind. Lane 3 is ignored: whatever it holds changes neither the sample nor the
+    /// time that it takes, and raises no floating-point exception. So it is in all operations below.
     float SampleLinear(SIMD_Neon::Float4 position) const noexcept;
     float SampleCubic(SIMD_Neon::Float4 position) const noexcept;
     float SampleQuintic(SIMD_Neon::Float4 position) const noexcept;

@@ -53,32 +53,55 @@ struct CBatchCursor {
 
 constexpr uint32_t kFourSamplesBytes = 4 * sizeof(float);
 
-/// The position in the first lanes.
+[[gnu::always_inline]] inline float _LoadFloat(const unsigned char* source) {
+    float value;
+    std::memcpy(&value, source, sizeof(value));
+    return value;
+}
+
+/// The position in the first lanes. Reads its own bytes and no others.
 template <int kDimension>
 [[gnu::always_inline]] inline Float4 _LoadOnePosition(const unsigned char* position) {
     if constexpr (kDimension == 1) {
-        float x;
-        std::memcpy(&x, position, sizeof(x));
-        return Float4(x, 0.0f, 0.0f, 0.0f);
+        return Float4(_LoadFloat(position), 0.0f, 0.0f, 0.0f);
     } else if constexpr (kDimension == 2) {
         return SIMD_Neon::LoadPair(position);
+    } else if constexpr (kDimension == 3) {
+        return SIMD_Neon::LoadTriple(position);
     } else {
-        // In 3D this reads 4 bytes more than the position has, which the caller guarantees to be readable.
         return SIMD_Neon::LoadUnaligned(position);
     }
 }
 
-/// Four positions `stride` bytes apart, at any alignment, one value per axis.
+/// Four floats `stride` bytes apart.
+[[gnu::always_inline]] inline Float4 _GatherFourFloats(const unsigned char* source, size_t stride) {
+    return Float4(_LoadFloat(source), _LoadFloat(source + stride), _LoadFloat(source + 2 * stride),
+                  _LoadFloat(source + 3 * stride));
+}
+
+/// Four positions `stride` bytes apart, at any alignment, one value per axis. Reads nothing between them.
 template <int kDimension>
 [[gnu::always_inline]] inline std::array<Float4, kDimension>
 _GatherFourPositions(const unsigned char* position, size_t stride) {
-    const SIMD_Neon::Float4x4 axes = SIMD_Neon::Transpose(
-        _LoadOnePosition<kDimension>(position), _LoadOnePosition<kDimension>(position + stride),
-        _LoadOnePosition<kDimension>(position + 2 * stride),
-        _LoadOnePosition<kDimension>(position + 3 * stride));
-    std::array<Float4, kDimension> positions;
-    std::copy_n(axes.m_Rows, kDimension, positions.begin());
-    return positions;
+    if constexpr (kDimension == 1) {
+        return {_GatherFourFloats(position, stride)};
+    } else if constexpr (kDimension == 4) {
+        const auto [x, y, z, w] = SIMD_Neon::Transpose(SIMD_Neon::LoadUnaligned(position),
+                                                       SIMD_Neon::LoadUnaligned(position + stride),
+                                                       SIMD_Neon::LoadUnaligned(position + 2 * stride),
+                                                       SIMD_Neon::LoadUnaligned(position + 3 * stride))
+                                      .m_Rows;
+        return {x, y, z, w};
+    } else {
+        const Float4 xy01 = SIMD_Neon::LoadTwoPairs(position, position + stride);
+        const Float4 xy23 = SIMD_Neon::LoadTwoPairs(position + 2 * stride, position + 3 * stride);
+        std::array<Float4, kDimension> axes = {SIMD_Neon::DeinterleaveEven(xy01, xy23),
+                                               SIMD_Neon::DeinterleaveOdd(xy01, xy23)};
+        if constexpr (kDimension == 3) {
+            axes[2] = _GatherFourFloats(position + 2 * sizeof(float), stride);
+        }
+        return axes;
+    }
 }
 
 /// Four packed, aligned positions, one value per axis.

@@ -97,6 +97,11 @@ inline constexpr Float4 _Constant_Fp32_1_1_1_1{1.0f, 1.0f, 1.0f, 1.0f};
     return Float4(Backend::LoadPair(source));
 }
 
+/// Reads 12 bytes, from any address: (source[0], source[1], source[2], 0).
+[[gnu::always_inline]] inline Float4 LoadTriple(const void* source) {
+    return Float4(Backend::LoadTriple(source));
+}
+
 /// Reads two pairs of neighbours, 8 bytes from each of any two addresses: (first[0], first[1], second[0],
 /// second[1]).
 [[gnu::always_inline]] inline Float4 LoadTwoPairs(const void* first, const void* second) {

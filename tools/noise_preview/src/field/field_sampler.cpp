@@ -120,7 +120,7 @@ float CFieldSampler::_CoordinateOf(uint64_t pixel, double origin) const {
 
 void CFieldSampler::_SetPositions(uint64_t first, uint32_t count) {
     const size_t dimension = m_Options.m_Dimension;
-    m_Positions.resize(dimension * count + 1); // a spare: single 3D positions are read as 16 bytes
+    m_Positions.resize(dimension * count);
     for (uint32_t k = 0; k < count; ++k) {
         const uint64_t pixel = first + k;
         const float x = _CoordinateOf(pixel % m_Options.m_Width, m_Left);

@@ -32,8 +32,7 @@ public:
     /// Likewise the values, as something beside what is drawn: they count for the statistics alone.
     void SampleValuesBeside(uint64_t first, Vestrel::TMemoryView<float> values);
 
-    /// The values at positions, which have as many coordinates as the field has dimensions, packed, and a
-    /// spare float behind them.
+    /// The values at positions, which have as many coordinates as the field has dimensions, packed.
     void SampleAt(const float* positions, Vestrel::TMemoryView<float> values);
 
     const COptions& Options() const {

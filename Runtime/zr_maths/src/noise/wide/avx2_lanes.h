@@ -152,24 +152,41 @@ struct FloatX8 {
     axes[2] = FloatX8(_mm256_shuffle_ps(yz01, c, _MM_SHUFFLE(3, 0, 3, 1)));
 }
 
-[[gnu::always_inline]] inline void LoadInterleaved4(const float* source, FloatX8* axes) {
-    const FloatX8 a = LoadHalves(source, source + 16);
-    const FloatX8 b = LoadHalves(source + 4, source + 20);
-    const FloatX8 c = LoadHalves(source + 8, source + 24);
-    const FloatX8 d = LoadHalves(source + 12, source + 28);
-    const FloatX8 ac01 = InterleaveLow(a, c);
-    const FloatX8 bd01 = InterleaveLow(b, d);
-    const FloatX8 ac23 = InterleaveHigh(a, c);
-    const FloatX8 bd23 = InterleaveHigh(b, d);
+/// Eight records of four floats, or of three and one that is not read. Not in order: InOrder brings back what
+/// is made of the records.
+[[gnu::always_inline]] inline void _TransposeInHalves(const __m256* loaded, FloatX8* axes) {
+    const FloatX8 ac01 = InterleaveLow(FloatX8(loaded[0]), FloatX8(loaded[2]));
+    const FloatX8 bd01 = InterleaveLow(FloatX8(loaded[1]), FloatX8(loaded[3]));
+    const FloatX8 ac23 = InterleaveHigh(FloatX8(loaded[0]), FloatX8(loaded[2]));
+    const FloatX8 bd23 = InterleaveHigh(FloatX8(loaded[1]), FloatX8(loaded[3]));
     axes[0] = InterleaveLow(ac01, bd01);
     axes[1] = InterleaveHigh(ac01, bd01);
     axes[2] = InterleaveLow(ac23, bd23);
     axes[3] = InterleaveHigh(ac23, bd23);
 }
 
-/// What was made of records of four, as it is.
+[[gnu::always_inline]] inline void LoadInterleaved4(const float* source, FloatX8* axes) {
+    __m256 loaded[4];
+    for (size_t k = 0; k < 4; ++k) {
+        loaded[k] = _mm256_loadu_ps(source + FloatX8::kLanes * k);
+    }
+    _TransposeInHalves(loaded, axes);
+}
+
+/// Records of three floats, each followed by one that is not read. In the order of LoadInterleaved4.
+[[gnu::always_inline]] inline void LoadPadded3(const float* source, FloatX8* axes) {
+    const __m256i xyz = _mm256_setr_epi32(-1, -1, -1, 0, -1, -1, -1, 0);
+    __m256 loaded[4];
+    for (size_t k = 0; k < 4; ++k) {
+        loaded[k] = _mm256_maskload_ps(source + FloatX8::kLanes * k, xyz);
+    }
+    _TransposeInHalves(loaded, axes);
+}
+
+/// Undoes the lane order of LoadInterleaved4: (0, 2, 4, 6, 1, 3, 5, 7).
 [[gnu::always_inline]] inline FloatX8 InOrder(FloatX8 value) {
-    return value;
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    return FloatX8(_mm256_permutevar8x32_ps(value.m_Register, order));
 }
 
 /// Four pairs of neighbours: two for the lower half, two for the upper.

@@ -216,6 +216,16 @@ template <int kBits>
     TransposeInQuarters(loaded, axes);
 }
 
+/// Records of three floats, each followed by one that is not read. In the order of LoadInterleaved4.
+[[gnu::always_inline]] inline void LoadPadded3(const float* source, FloatX16* axes) {
+    constexpr __mmask16 kXyz = 0x7777;
+    FloatX16 loaded[4];
+    for (size_t k = 0; k < 4; ++k) {
+        loaded[k] = FloatX16(_mm512_maskz_loadu_ps(kXyz, source + FloatX16::kLanes * k));
+    }
+    TransposeInQuarters(loaded, axes);
+}
+
 /// Quarters 0 and 2 of both.
 [[gnu::always_inline]] inline FloatX16 EvenQuarters(FloatX16 a, FloatX16 b) {
     return FloatX16(_mm512_shuffle_f32x4(a.m_Register, b.m_Register, _MM_SHUFFLE(2, 0, 2, 0)));

@@ -11,8 +11,8 @@
 namespace Vestrel::Internal {
 
 /// Writes `count` samples, packed, of as many positions, one behind the other. All pointers may have any
-/// alignment. Reads all positions of a block before it writes the samples of it, and nothing but positions:
-/// where padding follows each one, the padding too. `count` is a multiple of kWideBlock.
+/// alignment. Reads all positions of a block before it writes the samples of it, and nothing but positions,
+/// no padding behind them either. `count` is a multiple of kWideBlock.
 using CWideSampler = void (*)(const float* basis, void* samples, const void* positions,
                               size_t count) noexcept;
 

@@ -51,6 +51,8 @@ template <EWideLayout kLayout, typename TFloat>
         LoadInterleaved2(source, axes);
     } else if constexpr (kLayout == EWideLayout::k3D) {
         LoadInterleaved3(source, axes);
+    } else if constexpr (kLayout == EWideLayout::kPadded3D) {
+        LoadPadded3(source, axes);
     } else {
         LoadInterleaved4(source, axes);
     }
@@ -77,7 +79,7 @@ template <EWideLayout kLayout, ENoiseQuality kQuality, ERange kRange, typename T
     using CInt = typename TFloat::CInt;
     CInt least(INT32_MAX);
     for (size_t first = 0; first < kWideBlock; first += TFloat::kLanes) {
-        TFloat coordinates[4]; // the fourth one may be padding
+        TFloat coordinates[4]; // of padded positions, the fourth one is 0
         _LoadPositions<kLayout>(positions + kFloatsApart<kLayout> * first, coordinates);
         for (size_t axis = 0; axis < kDimension; ++axis) {
             TFloat fraction;

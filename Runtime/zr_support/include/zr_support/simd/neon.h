@@ -5,6 +5,7 @@
 #include <arm_neon.h>
 
 #include <cstdint>
+#include <cstring>
 
 namespace Vestrel::SIMD_Neon::Backend {
 
@@ -40,6 +41,13 @@ struct FloatRegisterX3 {
 
 [[gnu::always_inline]] inline FloatRegister LoadPair(const void* source) {
     return vcombine_f32(LoadTwoFloats(source), vdup_n_f32(0.0f));
+}
+
+[[gnu::always_inline]] inline FloatRegister LoadTriple(const void* source) {
+    const uint8_t* const third = static_cast<const uint8_t*>(source) + 2 * sizeof(float);
+    float z;
+    std::memcpy(&z, third, sizeof(z));
+    return vcombine_f32(LoadTwoFloats(source), vset_lane_f32(z, vdup_n_f32(0.0f), 0));
 }
 
 [[gnu::always_inline]] inline FloatRegister LoadTwoPairs(const void* first, const void* second) {

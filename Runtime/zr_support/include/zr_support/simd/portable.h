@@ -46,6 +46,12 @@ struct FloatRegisterX3 {
     return value;
 }
 
+[[gnu::always_inline]] inline FloatRegister LoadTriple(const void* source) {
+    FloatRegister value = {};
+    std::memcpy(&value.m_Lanes[0], source, 12);
+    return value;
+}
+
 [[gnu::always_inline]] inline FloatRegister LoadTwoPairs(const void* first, const void* second) {
     FloatRegister value;
     std::memcpy(&value.m_Lanes[0], first, 8);

@@ -7,6 +7,7 @@
 #include <emmintrin.h>
 
 #include <cstdint>
+#include <cstring>
 
 namespace Vestrel::SIMD_Neon::Backend {
 
@@ -37,6 +38,12 @@ struct FloatRegisterX3 {
 
 [[gnu::always_inline]] inline FloatRegister LoadPair(const void* source) {
     return _mm_castsi128_ps(_mm_loadl_epi64(static_cast<const __m128i*>(source)));
+}
+
+[[gnu::always_inline]] inline FloatRegister LoadTriple(const void* source) {
+    float third;
+    std::memcpy(&third, static_cast<const float*>(source) + 2, sizeof(third));
+    return _mm_movelh_ps(LoadPair(source), _mm_set_ss(third));
 }
 
 [[gnu::always_inline]] inline FloatRegister LoadTwoPairs(const void* first, const void* second) {

@@ -47,6 +47,11 @@ struct FloatRegisterX3 {
     return AsFloats(wasm_v128_load64_zero(source));
 }
 
+[[gnu::always_inline]] inline FloatRegister LoadTriple(const void* source) {
+    const void* const third = static_cast<const char*>(source) + 2 * sizeof(float);
+    return AsFloats(wasm_v128_load32_lane(third, wasm_v128_load64_zero(source), 2));
+}
+
 [[gnu::always_inline]] inline FloatRegister LoadTwoPairs(const void* first, const void* second) {
     return AsFloats(wasm_v128_load64_lane(second, wasm_v128_load64_zero(first), 1));
 }
