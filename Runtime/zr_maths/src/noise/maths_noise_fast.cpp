@@ -20,9 +20,9 @@ using Internal::FreeTable;
 using Internal::GradientAt;
 using Internal::GradientBatch;
 using Internal::kPeriod;
+using Internal::SampleAt;
 using Internal::SampleBatch;
 using Internal::SampleCoherent;
-using Internal::SampleOne;
 using Internal::TEdgeEnds;
 
 constexpr size_t kDrawnBytes = kPeriod * sizeof(float);
@@ -133,15 +133,15 @@ void CFastNoise3::SampleQuintic4D(
 }
 
 float CFastNoise3::SampleLinear(SIMD_Neon::Float4 position) const noexcept {
-    return SampleOne<3, ENoiseQuality::kLinear>(TEdgeEnds<3>{m_Basis}, position);
+    return SampleAt<ENoiseQuality::kLinear>(m_Basis, position);
 }
 
 float CFastNoise3::SampleCubic(SIMD_Neon::Float4 position) const noexcept {
-    return SampleOne<3, ENoiseQuality::kCubic>(TEdgeEnds<3>{m_Basis}, position);
+    return SampleAt<ENoiseQuality::kCubic>(m_Basis, position);
 }
 
 float CFastNoise3::SampleQuintic(SIMD_Neon::Float4 position) const noexcept {
-    return SampleOne<3, ENoiseQuality::kQuintic>(TEdgeEnds<3>{m_Basis}, position);
+    return SampleAt<ENoiseQuality::kQuintic>(m_Basis, position);
 }
 
 SIMD_Neon::Float4 CFastNoise3::CoherentSampleLinear(const SIMD_Neon::Float4* positions) const noexcept {

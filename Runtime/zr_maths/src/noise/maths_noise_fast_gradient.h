@@ -174,7 +174,7 @@ template <ENoiseQuality kQuality>
 /// The gradient at the position in lanes 0 to 2.
 template <ENoiseQuality kQuality>
 [[gnu::always_inline]] inline Float4 GradientAt(const float* basis, Float4 position) {
-    const auto split = SplitCoordinates(position);
+    const auto split = SplitCoordinates(ClearLane3(position));
     alignas(16) uint32_t cell[4];
     SIMD_Neon::SpillAligned(cell, split.m_Cell);
     return GradientAtOne<kQuality, EGradientForm::kSingle>(CAdjacentEnds{basis}, split.m_Fraction, cell);
@@ -200,7 +200,7 @@ void GradientBatch(const float* basis, const TMemoryView<const CFractionsAndCell
     for (; k < cells.m_Count; ++k) {
         const CFractionsAndCell& record = cells.m_Data[k];
         const Float4 gradient = GradientAtOne<kQuality, EGradientForm::kBatch>(
-            ends, SIMD_Neon::LoadUnaligned(&record.first), _CellOf(record).data());
+            ends, ClearLane3(SIMD_Neon::LoadUnaligned(&record.first)), _CellOf(record).data());
         SIMD_Neon::StoreUnaligned(output.m_Data + k, gradient);
     }
 }

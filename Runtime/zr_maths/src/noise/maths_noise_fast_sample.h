@@ -21,7 +21,7 @@ _LoadEdgesOfTwo(TEnds ends, const std::array<uint32_t, sizeof...(kEdges)>& hashe
     return {ends.LoadTwoEdges(hashes0[kEdges], hashes1[kEdges])...};
 }
 
-/// The noise at the position in the first lanes of `position`; the other lanes are of no account.
+/// The noise at the position in the first lanes of `position`; the other lanes are ignored.
 ///
 /// Split and fade take one axis per lane. They are those of SampleFour to the letter, which gives the same
 /// bits for every bit pattern; a true floor in scalar arithmetic would not beyond +-2^31.
@@ -39,6 +39,12 @@ template <int kDimension, ENoiseQuality kQuality, typename TEnds>
                                    axisWeights);
     return Lerp(SIMD_Neon::ExtractLane<0>(edge), SIMD_Neon::ExtractLane<1>(edge),
                 SIMD_Neon::ExtractLane<kDimension - 1>(weights));
+}
+
+/// The 3D noise at the position in lanes 0 to 2.
+template <ENoiseQuality kQuality>
+[[gnu::always_inline]] inline float SampleAt(const float* basis, Float4 position) {
+    return SampleOne<3, kQuality>(TEdgeEnds<3>{basis}, ClearLane3(position));
 }
 
 /// The weights of positions side by side, one axis after the other: as they are, and twice each, those of the
@@ -98,7 +104,8 @@ template <int kDimension, ENoiseQuality kQuality, typename TEnds>
 /// result belongs to position n. Positions outside that cell continue its blend.
 template <ENoiseQuality kQuality>
 [[gnu::always_inline]] inline Float4 SampleCoherent(CAdjacentEnds ends, const Float4* positions) {
-    const auto split = SplitCoordinates(positions[0]);
+    const Float4 first = ClearLane3(positions[0]);
+    const auto split = SplitCoordinates(first);
     alignas(16) uint32_t cell[4];
     SIMD_Neon::SpillAligned(cell, split.m_Cell);
     const auto hashes = HashEdges<3>(cell);
@@ -106,7 +113,7 @@ template <ENoiseQuality kQuality>
     const Float4 upper = ends.LoadTwoEdges(hashes[2], hashes[3]); // corners 100 101 110 111
 
     const Float4 fraction0 = split.m_Fraction;
-    const auto fractionOf = [&](Float4 position) { return (position - positions[0]) + fraction0; };
+    const auto fractionOf = [&](Float4 position) { return (ClearLane3(position) - first) + fraction0; };
     const SIMD_Neon::Float4x4 fractions = SIMD_Neon::Transpose(
         fraction0, fractionOf(positions[1]), fractionOf(positions[2]), fractionOf(positions[3]));
     const Float4 weights[3] = {Fade<kQuality>(fractions.m_Rows[0]), Fade<kQuality>(fractions.m_Rows[1]),

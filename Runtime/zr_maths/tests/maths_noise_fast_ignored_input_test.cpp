@@ -1,0 +1,157 @@
+// What an operation ignores must not show: lane 3 of a position or a record, and what lies behind or between
+// positions in memory. Results aside, it would show by floating-point exceptions, and by time where an
+// operand is denormal, which x86 notes as an exception of its own.
+
+#include "batch_samplers.h"
+#include "maths_noise_fast_batch.h"
+#include "noise_test_support.h"
+#include "wide/wide_kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cfenv>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#if defined(__SSE2__)
+#include <xmmintrin.h>
+#endif
+
+namespace {
+
+using namespace Vestrel;
+using SIMD_Neon::Float4;
+
+using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;
+
+/// Bits of what is ignored: signalling and quiet not-a-numbers, infinities, numbers beyond all integers, a
+/// whole number in the place of a float, and other denormals.
+constexpr uint32_t kIgnored[] = {0x7F800001u, 0x7FC00000u, 0x7F800000u, 0xFF800000u,
+                                 0x7F7FFFFFu, 0xDF000000u, 7u,          0x807FFFFFu};
+
+/// Which floating-point exceptions an operation raises; on x86 also whether an operand is denormal.
+template <typename TOperation>
+unsigned ExceptionsOf(const TOperation& operation) {
+#if defined(__SSE2__)
+    const unsigned before = _mm_getcsr();
+    _mm_setcsr(before & ~_MM_EXCEPT_MASK);
+    operation();
+    const unsigned raised = _mm_getcsr() & _MM_EXCEPT_MASK;
+    _mm_setcsr(before);
+    return raised;
+#else
+    std::feclearexcept(FE_ALL_EXCEPT);
+    operation();
+    return static_cast<unsigned>(std::fetestexcept(FE_ALL_EXCEPT));
+#endif
+}
+
+/// Calls `operation(ignored)` with 0 and then with everything else that is ignored, which has to raise the
+/// same exceptions.
+template <typename TOperation>
+void ExpectIgnored(const std::string& what, const TOperation& operation) {
+    const unsigned expected = ExceptionsOf([&] { operation(0.0f); });
+    for (const uint32_t bits : kIgnored) {
+        const float ignored = std::bit_cast<float>(bits);
+        EXPECT_EQ(ExceptionsOf([&] { operation(ignored); }), expected)
+            << what << ", " << std::hex << bits << " where nothing should be looked at";
+    }
+}
+
+class IgnoredInput : public testing::Test {
+protected:
+    void ExpectSingleIgnores(float (CFastNoise3::*sample)(Float4) const noexcept) {
+        ExpectIgnored("a single sample", [&](float lane3) {
+            m_Result = Float4((m_Noise.*sample)(Float4(1.25f, -2.5f, 3.75f, lane3)));
+        });
+    }
+
+    void ExpectSingleIgnores(Float4 (CFastNoise3::*gradient)(Float4) const noexcept) {
+        ExpectIgnored("a gradient", [&](float lane3) {
+            m_Result = (m_Noise.*gradient)(Float4(1.25f, -2.5f, 3.75f, lane3));
+        });
+    }
+
+    void ExpectCoherentIgnores(Float4 (CFastNoise3::*sample)(const Float4*) const noexcept) {
+        for (size_t changed = 0; changed < 4; ++changed) {
+            ExpectIgnored("coherent position " + std::to_string(changed), [&](float lane3) {
+                Float4 positions[] = {Float4(1.25f, 2.5f, 3.75f, 0.0f), Float4(1.5f, 2.5f, 3.75f, 0.0f),
+                                      Float4(1.25f, 2.75f, 3.5f, 0.0f), Float4(1.75f, 2.5f, 3.5f, 0.0f)};
+                positions[changed] = SIMD_Neon::InsertLane<3>(positions[changed], lane3);
+                m_Result = (m_Noise.*sample)(positions);
+            });
+        }
+    }
+
+    void ExpectBatchIgnores(void (CFastNoise3::*gradients)(const TMemoryView<const CRecord>&,
+                                                           const TMemoryView<TVector<float, 4>>&)
+                                const noexcept) {
+        for (const uint32_t count : {1u, 3u, 4u, 7u, 3 * Internal::kWideBlock + 7}) {
+            std::vector<CRecord> records(count);
+            std::vector<TVector<float, 4>> output(count);
+            ExpectIgnored(std::to_string(count) + " records", [&](float lane3) {
+                for (CRecord& record : records) {
+                    record = {{0.25f, 0.5f, 0.75f, lane3}, {1, 2, 255, std::bit_cast<int>(lane3)}};
+                }
+                (m_Noise.*gradients)({records.data(), count}, {output.data(), count});
+            });
+        }
+    }
+
+    COpenNoise m_Noise = EvenNoise();
+    Float4 m_Result;
+};
+
+TEST_F(IgnoredInput, Lane3OfAPosition) {
+    ExpectSingleIgnores(&CFastNoise3::SampleLinear);
+    ExpectSingleIgnores(&CFastNoise3::SampleCubic);
+    ExpectSingleIgnores(&CFastNoise3::SampleQuintic);
+    ExpectSingleIgnores(&CFastNoise3::Sample1stOrderDerivativesLinear);
+    ExpectSingleIgnores(&CFastNoise3::Sample1stOrderDerivativesCubic);
+    ExpectSingleIgnores(&CFastNoise3::Sample1stOrderDerivativesQuintic);
+}
+
+TEST_F(IgnoredInput, Lane3OfCoherentPositions) {
+    ExpectCoherentIgnores(&CFastNoise3::CoherentSampleLinear);
+    ExpectCoherentIgnores(&CFastNoise3::CoherentSampleCubic);
+    ExpectCoherentIgnores(&CFastNoise3::CoherentSampleQuintic);
+}
+
+TEST_F(IgnoredInput, FourthComponentsOfRecords) {
+    ExpectBatchIgnores(&CFastNoise3::Sample1stOrderDerivativesLinear);
+    ExpectBatchIgnores(&CFastNoise3::Sample1stOrderDerivativesCubic);
+    ExpectBatchIgnores(&CFastNoise3::Sample1stOrderDerivativesQuintic);
+}
+
+class IgnoredMemory : public testing::TestWithParam<CBatchSampler> {};
+
+INSTANTIATE_TEST_SUITE_P(All, IgnoredMemory, testing::ValuesIn(kBatchSamplers), CNameOfInstance());
+
+TEST_P(IgnoredMemory, BetweenAndBehindPositions) {
+    const COpenNoise noise = EvenNoise();
+    const uint32_t size = GetParam().PositionSize();
+    const uint32_t longRun = *std::max_element(Internal::WideKernels().m_LeastCount.begin(),
+                                               Internal::WideKernels().m_LeastCount.end()) +
+                             Internal::kWideBlock + 7;
+    for (const uint32_t stride : {size, size + 4, 16u, 20u}) {
+        for (const uint32_t count : {1u, 3u, 4u, 7u, longRun}) {
+            std::vector<float> memory((size_t{count} * std::max(stride, size) + 16) / 4);
+            std::vector<float> output(count);
+            ExpectIgnored(std::string(GetParam().m_Name) + ", " + std::to_string(count) +
+                              " positions, stride " + std::to_string(stride),
+                          [&](float ignored) {
+                              std::fill(memory.begin(), memory.end(), ignored);
+                              for (uint32_t k = 0; k < count; ++k) {
+                                  std::fill_n(&memory[k * stride / 4], size / 4, 1.25f);
+                              }
+                              GetParam().m_Sample(noise, {output.data(), count, 4}, memory.data(), 0, stride);
+                          });
+        }
+    }
+}
+
+} // namespace
