@@ -112,8 +112,9 @@ inline float CoordinateOf(uint32_t kind, uint32_t bits) {
 class CCoordinates {
 public:
     explicit CCoordinates(uint32_t seed) : m_Random(seed) {}
+    virtual ~CCoordinates() = default;
 
-    float Next() {
+    virtual float Next() {
         const uint32_t bits = static_cast<uint32_t>(m_Random());
         return CoordinateOf(static_cast<uint32_t>(m_Random()), bits);
     }

@@ -280,6 +280,16 @@ const char* PinnedName(size_t index) {
     return kPinned[index].m_Name;
 }
 
+std::vector<float> PinnedInputs(size_t index, CCoordinates& coordinates, size_t itemCount) {
+    std::vector<float> inputs;
+    kPinned[index].m_Kind.m_Fill(coordinates, itemCount, inputs);
+    return inputs;
+}
+
+size_t PinnedResultCount(size_t index) {
+    return kPinned[index].m_Kind.m_ResultCount;
+}
+
 std::string PinnedMismatch(size_t index, size_t resultCount) {
     const CPinned& pinned = kPinned[index];
     const CPinnedOperation operation = FindPinnedOperation(pinned.m_Name);

@@ -5,8 +5,11 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace Vestrel {
+
+class CCoordinates;
 
 /// How many results of an operation the two hashes of the table are over.
 constexpr size_t kFewPinnedResults = 65536; // for where all is slow
@@ -21,6 +24,12 @@ size_t PinnedKernelsCount();
 const char* UsePinnedKernels(size_t index);
 
 const char* PinnedName(size_t index);
+
+/// Inputs of `itemCount` items of an operation of the table, made from `coordinates`.
+std::vector<float> PinnedInputs(size_t index, CCoordinates& coordinates, size_t itemCount);
+
+/// The number of results that an operation of the table has for an item.
+size_t PinnedResultCount(size_t index);
 
 /// Hashes the results of an operation of the table, kFewPinnedResults or kManyPinnedResults of them. Empty if
 /// all is as it should be; otherwise the first result that the scalar reference does not share, with its
