@@ -9,7 +9,7 @@ export PYTHONDONTWRITEBYTECODE=1
 /usr/bin/python3 "$source/docs/golden/port.py"
 /usr/bin/python3 "$source/tests/repository/golden.py" "$source"
 
-# To see that this would be seen: one digit of the file, its last line missing, no file.
+# To see that this would be seen: one digit of the file, its last line missing, a line too many, no file.
 # expect_complaint TEXT: about $work/vectors.json, by the program that a test of every configuration runs.
 expect_complaint() {
   local program=$build/Runtime/zr_maths/tests/golden_vectors
@@ -23,5 +23,7 @@ sed '2000s/"out": \["./"out": ["7/' "$source/docs/golden/vectors.json" >"$work/v
 expect_complaint "vectors.json:2000: "
 sed '$d' "$source/docs/golden/vectors.json" >"$work/vectors.json"
 expect_complaint "vectors.json:$(wc -l <"$source/docs/golden/vectors.json"): "
+{ cat "$source/docs/golden/vectors.json" && echo; } >"$work/vectors.json"
+expect_complaint 'more than this library'
 rm "$work/vectors.json"
 expect_complaint "vectors.json:1: "

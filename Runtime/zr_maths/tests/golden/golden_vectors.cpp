@@ -19,6 +19,7 @@
 #include <fstream>
 #include <iterator>
 #include <limits>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -220,8 +221,8 @@ constexpr CCall Rotate(float time) {
 }
 
 /// Calls one after the other, of a field as drawn.
-const std::vector<std::vector<CCall>>& RotationCalls() {
-    static const std::vector<std::vector<CCall>> calls = {
+std::vector<std::vector<CCall>> RotationCalls() {
+    return {
         {Rotate(0.0f)}, // the values as drawn, since the time is that already
         {Rotate(0.25f)},
         {Rotate(1.0f)},
@@ -253,7 +254,6 @@ const std::vector<std::vector<CCall>>& RotationCalls() {
         {Rotate(kNan)},
         {Rotate(kNan), Rotate(0.3f)}, // which leaves nothing behind
     };
-    return calls;
 }
 
 std::string RotationVectors(const CSubjects& subjects) {
@@ -308,18 +308,10 @@ std::string GeneratorVectors() {
     return vectors.Text();
 }
 
-bool StartsWith(std::string_view text, std::string_view start) {
-    return text.substr(0, start.size()) == start;
-}
-
-bool EndsWith(std::string_view text, std::string_view end) {
-    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
-}
-
 /// Whether the vectors of an operation are made from the table: not if they are those of another path, and
 /// not if inputs are no floats.
 bool IsFromTable(std::string_view name) {
-    return !EndsWith(name, "OneAtATime") && !StartsWith(name, "RotateBasis") && name != "StdRandomGenerator";
+    return !name.ends_with("OneAtATime") && !name.starts_with("RotateBasis") && name != "StdRandomGenerator";
 }
 
 std::string PermutationText() {
@@ -348,24 +340,24 @@ std::string GoldenVectors() {
            Joined(operations, ",\n") + "\n}\n}\n";
 }
 
-int Check(const char* path, const std::string& expected) {
+int Check(const char* path, const std::string& text) {
     std::ifstream file(path, std::ios::binary);
-    const std::string found{std::istreambuf_iterator<char>(file), {}};
-    if (found == expected) {
-        std::printf("%s has the bits of this library\n", path);
-        return 0;
+    std::istringstream library(text);
+    std::string found;
+    std::string expected;
+    for (int number = 1; std::getline(library, expected); ++number) {
+        if (!std::getline(file, found) || found != expected) {
+            std::fprintf(stderr, "%s:%d: other bits than this library's\nfile:    %s\nlibrary: %s\n", path,
+                         number, found.c_str(), expected.c_str());
+            return 1;
+        }
     }
-    const size_t place = static_cast<size_t>(
-        std::mismatch(found.begin(), found.end(), expected.begin(), expected.end()).first - found.begin());
-    const auto lineOf = [&](const std::string& text) {
-        const size_t start = text.rfind('\n', place == 0 ? std::string::npos : place - 1);
-        const size_t begin = place == 0 || start == std::string::npos ? 0 : start + 1;
-        return text.substr(begin, text.find('\n', begin) - begin);
-    };
-    std::fprintf(stderr, "%s:%td: other bits than this library's\nfile:    %s\nlibrary: %s\n", path,
-                 std::count(found.begin(), found.begin() + static_cast<std::ptrdiff_t>(place), '\n') + 1,
-                 lineOf(found).c_str(), lineOf(expected).c_str());
-    return 1;
+    if (std::getline(file, found)) {
+        std::fprintf(stderr, "%s: more than this library's bits: %s\n", path, found.c_str());
+        return 1;
+    }
+    std::printf("%s has the bits of this library\n", path);
+    return 0;
 }
 
 int Write(const char* path, const std::string& text) {
