@@ -94,18 +94,20 @@ x86() {
   native "${@:2}"
 }
 
-# old_x86 PROCESSOR: a build for every x86-64, on one of those that came before most instructions.
+# old_x86 PROCESSOR KERNELS [FLAG]: a build for every x86-64, or for those of the flag, on one that came before most
+# instructions. It has to find out which kernels run there.
 old_x86() {
   needs qemu-x86_64
-  x86 sse2 g++ -O2 -DCMAKE_CROSSCOMPILING_EMULATOR="qemu-x86_64;-cpu;$1"
+  x86 sse2 g++ "-O2 ${3:-}" -DCMAKE_CROSSCOMPILING_EMULATOR="qemu-x86_64;-cpu;$1" || return 1
+  [ "$(sed -nE 's/.* backend, (.*): [0-9]+ of .*/\1/p' output | paste -sd ',')" = "$2" ] || { cat output; return 1; }
 }
 
-# Shows that such a processor is one: what is built for a newer one does not run there.
-old_x86_refuses_newer() {
+# old_x86_refuses PROCESSOR FLAG: shows that such a processor is one, for what is built with the flag does not run there.
+old_x86_refuses() {
   needs qemu-x86_64
   needs_x86
-  ! native g++ '-O2 -mavx' -DCMAKE_CROSSCOMPILING_EMULATOR="qemu-x86_64;-cpu;Nehalem" || return 1
-  echo 'what is built with -mavx stops there' >reason
+  ! native g++ "-O2 $2" -DCMAKE_CROSSCOMPILING_EMULATOR="qemu-x86_64;-cpu;$1" || return 1
+  echo "what is built with $2 stops there" >reason
   grep -qE 'Illegal instruction|uncaught target signal 4' output
 }
 
@@ -180,10 +182,13 @@ rows=(
   'caller with link-time optimisation|consumer g++ "-O3" -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON'
   '32-bit x86 SSE|x86_32_bits'
   '32-bit x86 x87, refused|x87_is_refused'
-  'x86 core2duo, emulated|old_x86 core2duo'
-  'x86 Nehalem, emulated|old_x86 Nehalem'
-  'x86 Haswell, emulated|old_x86 Haswell'
-  'x86 Nehalem, newer code stops|old_x86_refuses_newer'
+  'x86 core2duo, emulated|old_x86 core2duo "four lanes"'
+  'x86 Nehalem, emulated|old_x86 Nehalem "four lanes"'
+  'x86 SandyBridge, emulated|old_x86 SandyBridge "four lanes"'
+  'x86 SandyBridge AVX encoding, emulated|old_x86 SandyBridge "four lanes" -mavx'
+  'x86 Haswell, emulated|old_x86 Haswell "AVX2,four lanes"'
+  'x86 Nehalem, newer code stops|old_x86_refuses Nehalem -mavx'
+  'x86 SandyBridge, newer code stops|old_x86_refuses SandyBridge -mavx2'
   'arm64 g++, emulated|emulated arm64-qemu aarch64-linux-gnu-g++ qemu-aarch64'
   'arm64 clang++ 19, emulated|emulated arm64-qemu clang++-19 aarch64-linux-gnu-g++ qemu-aarch64 -- -DVESTREL_CROSS_CLANG=clang++-19'
   '32-bit arm, emulated|emulated arm32-qemu arm-linux-gnueabihf-g++ qemu-arm'
