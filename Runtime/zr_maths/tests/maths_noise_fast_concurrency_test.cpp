@@ -1,8 +1,12 @@
 #include "batch_samplers.h"
 #include "noise_test_support.h"
 
+#include <zr_maths/limit_instruction_set.h>
+
 #include <gtest/gtest.h>
 
+#include <array>
+#include <atomic>
 #include <cstring>
 #include <thread>
 #include <vector>
@@ -36,6 +40,33 @@ TEST(FastNoiseConcurrency, SamplersMayRunAtOnceOnOneObject) {
                 << sampler.m_Name;
         }
     }
+}
+
+// Whichever kernels a call finds, it goes through with.
+TEST(FastNoiseConcurrency, TheInstructionSetMayBeLimitedMeanwhile) {
+    const COpenNoise noise = EvenNoise();
+    constexpr uint32_t kCount = 513;
+    const std::vector<float> positions = CCoordinates(8).Fill(3 * kCount + 1);
+    const auto sample = [&](float* samples) {
+        noise.SampleCubic3D({samples, kCount, 4},
+                            {reinterpret_cast<const TVector<float, 3>*>(positions.data()), kCount, 12});
+    };
+    std::array<float, kCount> expected;
+    sample(expected.data());
+    std::atomic<bool> isDone = false;
+    std::thread limiting([&] {
+        for (uint32_t k = 0; !isDone; ++k) {
+            LimitInstructionSet(static_cast<EInstructionSet>(k % 3));
+        }
+    });
+    for (int repeat = 0; repeat < 1000; ++repeat) {
+        std::array<float, kCount> samples;
+        sample(samples.data());
+        EXPECT_EQ(std::memcmp(samples.data(), expected.data(), sizeof(samples)), 0) << repeat;
+    }
+    isDone = true;
+    limiting.join();
+    LimitInstructionSet(EInstructionSet::kAvx512);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "batch_samplers.h"
 #include "noise_test_support.h"
 
+#include <zr_maths/limit_instruction_set.h>
 #include <zr_support/simd_streams.h>
 
 #include <gtest/gtest.h>
@@ -89,6 +90,43 @@ TEST(WideKernels, AreThoseThatTheProcessorHas) {
         found.push_back(kernels->m_Name);
     }
     EXPECT_EQ(found, expected);
+}
+
+// The limit.
+
+constexpr EInstructionSet kInstructionSets[] = {EInstructionSet::kFourLanes, EInstructionSet::kAvx2,
+                                                EInstructionSet::kAvx512};
+
+/// Puts back, in the end, what a limit has changed.
+class InstructionSetLimit : public testing::Test {
+protected:
+    InstructionSetLimit() : m_Chosen(WideKernels()) {}
+
+    CChosenKernels m_Chosen;
+};
+
+TEST_F(InstructionSetLimit, IsTheLesserOfWhatIsAskedForAndWhatTheProcessorHas) {
+    const auto here = WideKernelsHere();
+    const size_t widest = here.size() - 1;
+    for (const size_t before : {0u, 1u, 2u}) {
+        for (const size_t most : {0u, 1u, 2u}) {
+            LimitInstructionSet(kInstructionSets[before]);
+            const size_t expected = std::min(most, widest);
+            EXPECT_EQ(LimitInstructionSet(kInstructionSets[most]), kInstructionSets[expected])
+                << most << " after " << before;
+            EXPECT_EQ(WideKernels().m_Name, here[widest - expected]->m_Name) << most << " after " << before;
+        }
+    }
+}
+
+TEST_F(InstructionSetLimit, IsNoneWithValuesThatAreNoInstructionSet) {
+    const auto here = WideKernelsHere();
+    for (const uint32_t value : {3u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+        LimitInstructionSet(EInstructionSet::kFourLanes);
+        EXPECT_EQ(LimitInstructionSet(static_cast<EInstructionSet>(value)), kInstructionSets[here.size() - 1])
+            << value;
+        EXPECT_EQ(WideKernels().m_Name, here[0]->m_Name) << value;
+    }
 }
 
 // Kernels that only take note of how they are called.

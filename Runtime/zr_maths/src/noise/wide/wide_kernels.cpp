@@ -5,6 +5,9 @@
 #include "wide_instruction_sets.h"
 #include "x86_processor.h"
 
+#include <zr_maths/limit_instruction_set.h>
+
+#include <algorithm>
 #include <atomic>
 #include <span>
 
@@ -61,3 +64,13 @@ void ChooseWideKernels(const CWideKernels& kernels) noexcept {
 }
 
 } // namespace Vestrel::Internal
+
+namespace Vestrel {
+
+EInstructionSet LimitInstructionSet(EInstructionSet most) noexcept {
+    const EInstructionSet used = std::min(most, Internal::WidestInstructionSetHere());
+    Internal::ChooseWideKernels(*Internal::KernelsUpTo(used)[0]);
+    return used;
+}
+
+} // namespace Vestrel

@@ -50,7 +50,8 @@ struct CWideKernels {
     CWideSines m_Sines;
 };
 
-/// Those that samplers use: the best of WideKernelsHere, unless another has been chosen.
+/// Those that samplers use: the best of WideKernelsHere, unless LimitInstructionSet or a test has chosen
+/// others.
 const CWideKernels& WideKernels() noexcept;
 
 /// All that the library has for this processor, the best first. The last stands for the code for four lanes,
