@@ -1,9 +1,11 @@
-// The rules that work on one coordinate, and the 1D noise, for every float there is.
+// The rules that work on one coordinate, and the 1D noise, for every float there is; and runs of so many
+// positions that they go beyond 4 GiB.
 
 #include "batch_samplers.h"
 #include "bit_patterns.h"
 #include "maths_noise_fast_batch.h"
 #include "noise_test_support.h"
+#include "sparse_memory.h"
 
 #include <gtest/gtest.h>
 
@@ -131,5 +133,41 @@ TEST(NoiseExhaustive, CubicSampleOfEveryFloat) {
 TEST(NoiseExhaustive, QuinticSampleOfEveryFloat) {
     ExpectSamples<Reference::EQuality::kQuintic, &CFastNoise3::SampleQuintic1D>();
 }
+
+#if UINTPTR_MAX > UINT32_MAX
+// Positions and samples are the same few MiB again and again, so that in the end those samples are there that
+// were written last. 4 GiB are no whole number of periods: an address that was cut to 32 bits is that of
+// another position. The qualities share their loops.
+TEST(NoiseExhaustive, LinearSamplesOfPackedPositionsBeyond4GiB) {
+    const COpenNoise noise = EvenNoise();
+    constexpr uint32_t kPositionPeriod = 3u << 20;
+    constexpr uint32_t kOutputPeriod = 1u << 20;
+    constexpr uint32_t kKept = kOutputPeriod / sizeof(float);
+    for (const CBatchSampler& sampler : kBatchSamplers) {
+        for (const uint32_t stride : {sampler.PositionSize(), uint32_t{16}}) {
+            const bool isPadded = stride != sampler.PositionSize();
+            if (sampler.m_Quality != Reference::EQuality::kLinear || sampler.m_Dimension < 3 ||
+                (isPadded && sampler.m_Dimension != 3)) {
+                continue;
+            }
+            const uint32_t count = static_cast<uint32_t>((uint64_t{1} << 32) / stride) + kKept + 37;
+            const CRepeatedMemory positions(size_t{count} * stride + 16, kPositionPeriod);
+            const CRepeatedMemory output(size_t{count} * sizeof(float), kOutputPeriod);
+            CStdRandomGenerator(stride).FillRandomFloats(
+                {reinterpret_cast<float*>(positions.Begin()), kPositionPeriod / 4}, -500.0f, 500.0f);
+            float* const samples = reinterpret_cast<float*>(output.Begin());
+
+            sampler.m_Sample(noise, {samples, count, sizeof(float)}, positions.Begin(), 0, stride);
+
+            for (uint32_t k = count - kKept; k < count; ++k) {
+                const float expected =
+                    sampler.m_Expected(noise.Basis(), positions.Begin() + size_t{k} * stride);
+                ASSERT_EQ(FoldedBits(samples[k]), FoldedBits(expected))
+                    << sampler << ", positions " << stride << " bytes apart: sample " << k << " of " << count;
+            }
+        }
+    }
+}
+#endif
 
 } // namespace

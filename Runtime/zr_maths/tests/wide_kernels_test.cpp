@@ -1,7 +1,9 @@
 #include "wide/wide_kernels.h"
 
 #include "batch_samplers.h"
+#include "guarded_memory.h"
 #include "noise_test_support.h"
+#include "sparse_memory.h"
 
 #include <zr_maths/limit_instruction_set.h>
 #include <zr_support/simd_streams.h>
@@ -219,6 +221,45 @@ TEST_F(NotedKernels, LeaveOtherStridesAlone) {
         EXPECT_EQ(CallsOf(sampler, 256, 4, 0), CKernelCalls{}) << sampler;
     }
 }
+
+#if UINTPTR_MAX > UINT32_MAX
+// The blocks, of which these kernels touch nothing, take more than 4 GiB of positions.
+TEST_F(NotedKernels, LeaveARestBeyond4GiB) {
+    constexpr uint32_t kRest = 37;
+    constexpr uint64_t k4GiB = uint64_t{1} << 32;
+    for (const CBatchSampler& sampler : kBatchSamplers) {
+        for (const uint32_t stride : {sampler.PositionSize(), uint32_t{16}}) {
+            const bool isPadded = stride != sampler.PositionSize();
+            if (sampler.m_Dimension == 1 || (isPadded && sampler.m_Dimension != 3)) {
+                continue; // 4 GiB of 1D positions are more than a call takes
+            }
+            const CFaultReporter reporter(
+                [&](std::ostream& text) { text << sampler << ", positions " << stride << " bytes apart"; });
+            const uint32_t blocks = static_cast<uint32_t>(k4GiB / stride / kWideBlock + 1) * kWideBlock;
+            const size_t positionBytes = kRest * stride + 16; // what is read behind the last one included
+            const CSparseMemory positions(size_t{blocks} * stride + positionBytes);
+            const CSparseMemory output(size_t{blocks + kRest} * sizeof(float));
+            unsigned char* const rest = positions.Use(size_t{blocks} * stride, positionBytes);
+            std::memcpy(rest, CCoordinates(10).Fill(positionBytes / sizeof(float)).data(), positionBytes);
+            unsigned char* const samples = output.Use(size_t{blocks} * sizeof(float), kRest * sizeof(float));
+
+            g_Calls.clear();
+            sampler.m_Sample(m_Noise, {reinterpret_cast<float*>(output.Begin()), blocks + kRest, 4},
+                             positions.Begin(), 0, stride);
+
+            EXPECT_EQ(g_Calls, (CKernelCalls{{isPadded ? 4 : sampler.m_Dimension - 1, blocks}}))
+                << reporter.Text();
+            for (size_t k = 0; k < kRest; ++k) {
+                float sample;
+                std::memcpy(&sample, samples + k * sizeof(sample), sizeof(sample));
+                ASSERT_EQ(FoldedBits(sample),
+                          FoldedBits(sampler.m_Expected(m_Noise.Basis(), rest + k * stride)))
+                    << reporter.Text() << ": sample " << k << " behind the blocks";
+            }
+        }
+    }
+}
+#endif
 
 TEST_F(NotedKernels, TakeWholeBlocksOfGradients) {
     using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;
