@@ -54,7 +54,8 @@ expect_complaint() {
   fi
 }
 noise=Runtime/zr_maths/include/zr_maths/maths_noise_fast.h
-expect_complaint "$noise:81: error: Member NewName() const (function) of class Vestrel::CFastNoise3 is not documented" \
+line=$(($(sed -n '/^    virtual ~CFastNoise3();/=' "$source/$noise") + 1))
+expect_complaint "$noise:$line: error: Member NewName() const (function) of class Vestrel::CFastNoise3 is not documented" \
   sed -i 's|^    virtual ~CFastNoise3();|&\n    int NewName() const;|' "$noise"
 support=Runtime/zr_support/include/zr_support
 expect_complaint 'config.h.in:' sed -i 's|^/// The third number of the version.|// &|' "$support/config.h.in"
