@@ -32,17 +32,17 @@ struct CKnownProcessor {
     }
 };
 
-// CPUID as recorded on real processors: by the files GenuineIntel* and AuthenticAMD* of the collection
-// InstLatx64/InstLatx64 on GitHub, by the reports that are named, and by the instruction itself on the
-// virtual machine. XCR0 is what leaf 13 says there: in EAX what the processor can save, and by the size in
-// EBX, what the operating system has switched on of it (0x340 bytes with YMM, 0x980 or 0xA80 with ZMM).
+// CPUID as recorded on real processors: the files GenuineIntel*_CPUID.txt and AuthenticAMD*_CPUID.txt of
+// github.com/InstLatx64/InstLatx64, where no other source is named. They do not have XCR0, but CPUID leaf 13:
+// its EAX lists the registers that the processor can save, and its EBX is the size of those that the
+// operating system has switched on, 0x340 bytes with YMM, 0x980 or 0xA80 with ZMM.
 //
-// Expected is what Intel's and AMD's manuals say of the bits: AVX2 is bit 5 of leaf 7's EBX, and so on.
+// What is expected follows from the definitions of the bits in Intel's and AMD's manuals.
 constexpr CX86Processor kIceLake = {0x1B, 0x7FFAFBBF, 0xF2BF27EF, 0x40405F4E, 0xE7};
 constexpr CX86Processor kHaswell = {0x0D, 0x7FFAFBFF, 0x000027AB, 0x00000000, 0x07};
 
 constexpr CKnownProcessor kKnown[] = {
-    // google/highway, issue 560
+    // github.com/google/highway, issue 560
     {"Core 2 Duo E7200", {0x0A, 0x0008E39D, 0, 0, 0}, kFourLanes},
     // GenuineIntel00106E5_Lynnfield
     {"Core i7-860, Nehalem", {0x0B, 0x0098E3FD, 0, 0, 0}, kFourLanes},
@@ -60,7 +60,7 @@ constexpr CKnownProcessor kKnown[] = {
     {"Core i7-1065G7, Ice Lake", kIceLake, kAvx512},
     // AuthenticAMD0870F10_K17_Matisse
     {"Ryzen 9 PRO 3900, Zen 2", {0x10, 0x7ED8320B, 0x219C91A9, 0x00400004, 0x07}, kAvx2},
-    // read on the machine itself
+    // by the instructions themselves, in a virtual machine
     {"EPYC, Zen 3, virtual", {0x0D, 0xFFFA3203, 0x219C07AB, 0x00400684, 0x07}, kAvx2},
     // AuthenticAMD0A60F12_K19_Raphael_01
     {"Ryzen 5 7600X, Zen 4", {0x10, 0x7EF8320B, 0xF1BF97A9, 0x00405FCE, 0xE7}, kAvx512},

@@ -6,19 +6,18 @@
 
 namespace Vestrel {
 
-/// Limits all samplers, gradients and rotations of the process to `most`, from now on. Returns what they use
-/// then: `most`, or the widest instruction set of the processor if that is less.
+/// Limits the instruction set of all samplers, gradients and rotations in the process, from now on. Returns
+/// what they use then: `most`, or the widest that processor and operating system support, if that is less.
 ///
-/// This is for diagnosis: to see whether a crash or a slow call has to do with the instruction set, or what a
-/// slower processor would make of a program. Nothing else needs it, for the library takes the widest one by
-/// itself. Results stay the same, bit for bit; they only take longer.
+/// It is for diagnosis: does a crash or a slow call depend on the instruction set? Programs do not need it
+/// otherwise, for the library takes the widest by itself. Results stay the same, bit for bit; only the time
+/// that they take changes.
 ///
-/// Each call replaces the limit of the one before, so that a higher one lifts it again; kAvx512 lifts it
-/// altogether. No call makes the library use what the processor or the operating system does not support, and
-/// a value that is none of the enumeration's is no limit.
+/// Each call replaces the limit of the one before. kAvx512 is no limit, and neither is a value outside the
+/// enumeration.
 ///
-/// Any thread may call it at any time; it neither locks nor allocates. What runs at that moment on other
-/// threads is finished with the instructions that it has begun with.
+/// Any thread may call it at any time. It does not lock or allocate. Calls that run meanwhile on other
+/// threads end with the instructions that they began with.
 VESTREL_PUBLIC EInstructionSet LimitInstructionSet(EInstructionSet most) noexcept;
 
 } // namespace Vestrel
