@@ -15,7 +15,7 @@ namespace Vestrel::Internal {
 
 namespace {
 
-constexpr CWideKernels kFourLanes = {"four lanes", {}, {}, 0, {}, nullptr};
+constexpr CWideKernels kFourLanes = {"four lanes", {}, {}, {}, {}, {}};
 
 /// All that the library was built with: from the end, one for each EInstructionSet.
 constexpr const CWideKernels* kBestFirst[] = {
