@@ -151,7 +151,7 @@ TEST(NoiseExhaustive, LinearSamplesOfPackedPositionsBeyond4GiB) {
                 continue;
             }
             const uint32_t count = static_cast<uint32_t>((uint64_t{1} << 32) / stride) + kKept + 37;
-            const CRepeatedMemory positions(size_t{count} * stride + 16, kPositionPeriod);
+            const CRepeatedMemory positions(size_t{count} * stride, kPositionPeriod);
             const CRepeatedMemory output(size_t{count} * sizeof(float), kOutputPeriod);
             CStdRandomGenerator(stride).FillRandomFloats(
                 {reinterpret_cast<float*>(positions.Begin()), kPositionPeriod / 4}, -500.0f, 500.0f);

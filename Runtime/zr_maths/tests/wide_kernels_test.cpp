@@ -236,7 +236,7 @@ TEST_F(NotedKernels, LeaveARestBeyond4GiB) {
             const CFaultReporter reporter(
                 [&](std::ostream& text) { text << sampler << ", positions " << stride << " bytes apart"; });
             const uint32_t blocks = static_cast<uint32_t>(k4GiB / stride / kWideBlock + 1) * kWideBlock;
-            const size_t positionBytes = kRest * stride + 16; // what is read behind the last one included
+            const size_t positionBytes = kRest * stride;
             const CSparseMemory positions(size_t{blocks} * stride + positionBytes);
             const CSparseMemory output(size_t{blocks + kRest} * sizeof(float));
             unsigned char* const rest = positions.Use(size_t{blocks} * stride, positionBytes);
