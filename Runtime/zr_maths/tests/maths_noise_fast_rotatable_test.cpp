@@ -64,17 +64,177 @@ TEST_F(RotatableFastNoise, ARotationIsMadeOfItsPartsAtEveryTime) {
     }
 }
 
-TEST_F(RotatableFastNoise, ValuesStayWithinOneUpToTheGreatestTimes) {
-    for (const float variation : {0.0f, 0.2f, 2.0f}) {
-        m_Noise.SetSpinVariation(variation);
-        for (const float time : {1e37f, -1e37f, 1e20f, 123456.0f, 0.1f}) {
-            m_Noise.RotateBasis(time);
+// The limits that are stated at RotateBasis and SetSpinVariation.
+constexpr double kGreatestProduct = 1e38; // of a time and 2 + v
+constexpr float kGreatestVariation = 5e37f;
+constexpr double kGreatestRatio = 3e38; // of a variation to the one before
+
+/// Ends of the speeds' interval in turn, which random speeds seldom reach.
+class CEndsGenerator final : public CAbstractRandomGenerator {
+public:
+    void FillRandomFloats(const TMemoryView<float>& view, float min, float max) override {
+        for (uint32_t k = 0; k < view.m_Count; ++k) {
+            view.m_Data[k] = k % 3 == 0 ? min : max;
+        }
+    }
+};
+
+/// The greatest angle by the definition: of a phase, and a time by a speed.
+double GreatestAngle(const COpenRotatable& noise, float time) {
+    double greatest = 0.0;
+    for (size_t k = 0; k < 256; ++k) {
+        const float speed = noise.m_NoSpinVariation ? kTwoPi : noise.m_SpinSpeeds[k];
+        greatest = std::max(greatest, std::fabs(static_cast<double>(noise.m_Phases[k]) +
+                                                static_cast<double>(time) * static_cast<double>(speed)));
+    }
+    return greatest;
+}
+
+TEST(RotatableFastNoiseLimits, ValuesStayWithinOneUpToTheGreatestTimes) {
+    for (const float variation : {0.0f, 1e-5f, 0.2f, 2.0f, 9.0f, 1000.0f, 1e20f, kGreatestVariation}) {
+        CEndsGenerator generator;
+        COpenRotatable noise(&generator);
+        noise.SetSpinVariation(variation);
+        const double least = kGreatestProduct / (2.0 + static_cast<double>(variation));
+        const float time = std::nextafter(static_cast<float>(least), 0.0f);
+        for (const float sign : {1.0f, -1.0f}) {
+            noise.RotateBasis(sign * time);
             for (size_t k = 0; k < 513; ++k) {
-                ASSERT_LE(std::fabs(m_Noise.m_Basis[k]), 1.0f)
-                    << "entry " << k << ", " << time << ", " << variation;
+                ASSERT_LE(std::fabs(noise.m_Basis[k]), 1.0f)
+                    << "entry " << k << ", time " << sign * time << ", variation " << variation;
+            }
+        }
+        // Not much is given away: the angles are within a tenth of the greatest float.
+        constexpr double kGreatestFloat = std::numeric_limits<float>::max();
+        EXPECT_GT(GreatestAngle(noise, time), 0.9 * kGreatestFloat) << "variation " << variation;
+        noise.RotateBasis(1.1f * time);
+        EXPECT_GT(GreatestAngle(noise, 1.1f * time), kGreatestFloat) << "variation " << variation;
+        EXPECT_TRUE(std::isnan(noise.m_Basis[1])) << "variation " << variation;
+    }
+}
+
+/// Whether all speeds lie in the interval of the variation, up to a hundredth of its width.
+bool AreSpeedsInPlace(const COpenRotatable& noise, float variation) {
+    const double halfWidth = 1.02 * static_cast<double>(variation * kPi);
+    return std::all_of(noise.m_SpinSpeeds, noise.m_SpinSpeeds + 256, [&](float speed) {
+        return std::fabs(static_cast<double>(speed) - static_cast<double>(kTwoPi)) <= halfWidth + 1e-6;
+    });
+}
+
+TEST(RotatableFastNoiseLimits, VariationsUpToTheGreatestAndTheGreatestRatioKeepTheSpeedsInPlace) {
+    constexpr float kVariations[] = {1e-5f, 1.5e-5f, 1e-3f, 0.16f, 0.2f,
+                                     1.0f,  9.0f,    1e20f, 1e33f, kGreatestVariation};
+    for (const float first : kVariations) {
+        for (const float second : kVariations) {
+            const float most = static_cast<float>(kGreatestRatio * static_cast<double>(first));
+            const float variation = std::min(second, std::nextafter(most, 0.0f));
+            CEndsGenerator generator;
+            COpenRotatable noise(&generator);
+            noise.SetSpinVariation(first);
+            noise.SetSpinVariation(variation);
+            ASSERT_TRUE(AreSpeedsInPlace(noise, variation)) << first << ", then " << variation;
+            noise.SetSpinVariation(0.2f);
+            ASSERT_TRUE(AreSpeedsInPlace(noise, 0.2f)) << first << ", then " << variation << " and 0.2";
+        }
+    }
+}
+
+TEST(RotatableFastNoiseLimits, BeyondThemSpeedsAreSpoiledUntilDrawnAnewWithinThem) {
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    for (const auto& [first, second] :
+         {std::pair{0.2f, 6e37f}, {1e-5f, 1e35f}, {0.2f, kInfinity}, {0.2f, kNan}}) {
+        CStdRandomGenerator generator(5);
+        COpenRotatable noise(&generator);
+        noise.SetSpinVariation(first);
+        noise.SetSpinVariation(second);
+        EXPECT_FALSE(AreSpeedsInPlace(noise, second)) << first << ", then " << second;
+        noise.SetSpinVariation(kGreatestVariation);
+        noise.ResetSampler(&generator);
+        EXPECT_TRUE(AreSpeedsInPlace(noise, kGreatestVariation)) << first << ", then " << second;
+    }
+}
+
+/// Where a speed is in its interval: 0 at the lowest end, 1 at the highest.
+double PlaceOf(float speed, float variation) {
+    const float halfWidth = variation * kPi;
+    const float lowest = kTwoPi - halfWidth;
+    return (static_cast<double>(speed) - static_cast<double>(lowest)) /
+           (2.0 * static_cast<double>(halfWidth));
+}
+
+TEST(RotatableFastNoiseLimits, AVariationMovesNoPlaceByMoreThanIsSaid) {
+    constexpr float kVariations[] = {1e-5f, 3.3e-5f,           1e-3f, 0.17f, 0.2f, 1.1f, 9.0f,
+                                     1e33f, kGreatestVariation};
+    double worst = 0.0;
+    for (const float first : kVariations) {
+        for (const float second : kVariations) {
+            if (static_cast<double>(second) > kGreatestRatio * static_cast<double>(first)) {
+                continue;
+            }
+            CStdRandomGenerator generator(77);
+            COpenRotatable noise(&generator);
+            noise.SetSpinVariation(first);
+            const COpenRotatable before = noise;
+            noise.SetSpinVariation(second);
+            const double bound = 1e-7 / static_cast<double>(second) + 3e-7;
+            for (size_t k = 0; k < 256; ++k) {
+                const double moved = std::fabs(PlaceOf(noise.m_SpinSpeeds[k], second) -
+                                               PlaceOf(before.m_SpinSpeeds[k], first));
+                ASSERT_LE(moved, bound) << "entry " << k << ", " << first << ", then " << second;
+                worst = std::max(worst, moved / bound);
             }
         }
     }
+    EXPECT_GT(worst, 0.5) << "the bound says much more than is so";
+}
+
+// Each of the product and the sum rounds by at most half a unit in the last place, 2^-24 of what it is:
+// together 2^-23 * (|t| (2 + v) pi + 2.4), where the phase is below 4.72.
+TEST(RotatableFastNoiseErrors, ValuesAreTheSinesOfTheExactAnglesWithinTheErrorsOfSineAndAngle) {
+    double worst = 0.0;
+    for (const uint32_t seed : {1u, 2u, 3u, 4u}) {
+        for (const float variation : {0.0f, 1e-5f, 0.2f, 1.5f, 9.0f}) {
+            CStdRandomGenerator generator(seed);
+            COpenRotatable noise(&generator);
+            noise.SetSpinVariation(variation);
+            for (const float time : {0.1f, -0.77f, 1.0f, 3.3f, -10.1f, 100.3f, -1234.5f, 1e5f, 345678.9f}) {
+                noise.RotateBasis(time);
+                const double angleError =
+                    4e-7 *
+                    (std::fabs(static_cast<double>(time)) * (2.0 + static_cast<double>(variation)) + 1.0);
+                for (size_t k = 0; k < 256; ++k) {
+                    const float speed = noise.m_NoSpinVariation ? kTwoPi : noise.m_SpinSpeeds[k];
+                    const double angle = static_cast<double>(noise.m_Phases[k]) +
+                                         static_cast<double>(time) * static_cast<double>(speed);
+                    const double error = std::fabs(static_cast<double>(noise.m_Basis[k]) - std::sin(angle));
+                    ASSERT_LE(error, 3.1e-7 + angleError) << "entry " << k << ", seed " << seed << ", time "
+                                                          << time << ", variation " << variation;
+                    worst = std::max(worst, error / angleError);
+                }
+            }
+        }
+    }
+    EXPECT_GT(worst, 0.5) << "the bound says much more than is so";
+}
+
+// As above, and the float 2 pi is 1.75e-7 too large for a turn.
+TEST(RotatableFastNoiseErrors, WithoutVariationWholeTimesRepeatWithinAMillionthForEachTurnAndOneMore) {
+    CStdRandomGenerator generator(1);
+    COpenRotatable noise(&generator);
+    const std::vector<float> drawn = BasisOf(noise);
+    noise.SetSpinVariation(0.0f);
+    double worst = 0.0;
+    for (int turns = 1; turns <= 1000; ++turns) {
+        noise.RotateBasis(static_cast<float>(turns));
+        const double bound = 1e-6 * (turns + 1);
+        for (size_t k = 0; k < 256; ++k) {
+            const double error =
+                std::fabs(static_cast<double>(noise.m_Basis[k]) - static_cast<double>(drawn[k]));
+            ASSERT_LE(error, bound) << "entry " << k << " after " << turns << " turns";
+            worst = std::max(worst, error / bound);
+        }
+    }
+    EXPECT_GT(worst, 0.5) << "the bound says much more than is so";
 }
 
 TEST_F(RotatableFastNoise, RotationLeavesPhasesAndSpeedsAlone) {
@@ -154,14 +314,9 @@ TEST_F(RotatableFastNoise, SamplersSeeTheRotatedField) {
     }
 }
 
-TEST_F(RotatableFastNoise, UniformModeRepeatsAfterAUnitOfTimeAndNegatesAfterHalf) {
+TEST_F(RotatableFastNoise, UniformModeNegatesAfterHalfAUnitOfTime) {
     const std::vector<float> drawn = BasisOf(m_Noise);
     m_Noise.SetSpinVariation(0.0f);
-    for (const float time : {1.0f, 2.0f, 3.0f}) {
-        m_Noise.RotateBasis(time);
-        // The float 2 pi is 1.7e-7 too large for a turn, and angles round.
-        ExpectNear(m_Noise.m_Basis, drawn, 1.0f, 4e-6f);
-    }
     m_Noise.RotateBasis(0.5f);
     ExpectNear(m_Noise.m_Basis, drawn, -1.0f, 2e-6f);
 }
