@@ -85,6 +85,18 @@ double FadeInDouble(Reference::EQuality quality, double t) {
     return t;
 }
 
+double SlopeInDouble(Reference::EQuality quality, double t) {
+    switch (quality) {
+    case Reference::EQuality::kCubic:
+        return 6.0 * t * (1.0 - t);
+    case Reference::EQuality::kQuintic:
+        return 30.0 * t * t * (1.0 - t) * (1.0 - t);
+    case Reference::EQuality::kLinear:
+        break;
+    }
+    return 1.0;
+}
+
 class GradientSamplers : public testing::TestWithParam<CGradientSampler> {
 protected:
     CGradient SampleOneAt(float x, float y, float z, float lane3 = 0.0f) const {
@@ -130,6 +142,58 @@ protected:
             sum += weight * static_cast<double>(c[side[0]][side[1]][side[2]]);
         }
         return sum;
+    }
+
+    /// The derivatives of the field, free of the rounding of floats, at fractions that may be exact.
+    std::array<double, 3> GradientInDouble(const CRecord& record, const double (&fractions)[3]) const {
+        const auto& c = Reference::CornersOf(m_Noise.Basis(), static_cast<uint32_t>(record.second.x),
+                                             static_cast<uint32_t>(record.second.y),
+                                             static_cast<uint32_t>(record.second.z))
+                            .c;
+        const Reference::EQuality quality = GetParam().m_Quality;
+        std::array<double, 3> gradient{};
+        for (size_t along = 0; along < 3; ++along) {
+            for (int corner = 0; corner < 8; ++corner) {
+                const int side[3] = {corner >> 2, corner >> 1 & 1, corner & 1};
+                double weight = 1.0;
+                for (size_t axis = 0; axis < 3; ++axis) {
+                    const double upper = axis == along ? SlopeInDouble(quality, fractions[axis])
+                                                       : FadeInDouble(quality, fractions[axis]);
+                    const double lower = axis == along ? -upper : 1.0 - upper;
+                    weight *= side[axis] != 0 ? upper : lower;
+                }
+                gradient[along] += weight * static_cast<double>(c[side[0]][side[1]][side[2]]);
+            }
+        }
+        return gradient;
+    }
+
+    /// How far the gradient at a position, or at its record, is from that in double at the most.
+    double ErrorAt(float x, float y, float z, bool isBatch) const {
+        const auto fraction = [](float coordinate) {
+            return static_cast<double>(coordinate) - std::floor(static_cast<double>(coordinate));
+        };
+        const CRecord record = SplitOf(x, y, z);
+        const CGradient gradient = isBatch ? SampleBatchOfOne(record) : SampleOneAt(x, y, z);
+        const std::array<double, 3> exact = GradientInDouble(record, {fraction(x), fraction(y), fraction(z)});
+        return std::max({std::fabs(static_cast<double>(gradient.x) - exact[0]),
+                         std::fabs(static_cast<double>(gradient.y) - exact[1]),
+                         std::fabs(static_cast<double>(gradient.z) - exact[2])});
+    }
+
+    /// The greatest error that is promised, for values in [-1, 1]. It is what half a unit in the last place
+    /// of each intermediate result comes to, and the errors of the fade and of its derivative: 19 and 31
+    /// times 2^-24 in quintic quality, 1.3 and 4.7 in cubic.
+    double Bound() const {
+        switch (GetParam().m_Quality) {
+        case Reference::EQuality::kLinear:
+            return 3e-6;
+        case Reference::EQuality::kCubic:
+            return 6e-6;
+        case Reference::EQuality::kQuintic:
+            break;
+        }
+        return 2.5e-5;
     }
 
     bool IsLinear() const {
@@ -264,6 +328,94 @@ TEST_P(GradientSamplers, AreTheDifferencesOfTheFieldInDouble) {
     }
 }
 
+TEST_P(GradientSamplers, AreTheExactDerivativesWithinTheirBounds) {
+    std::mt19937 random(1008);
+    const auto unit = [&] { return static_cast<float>(random() >> 8) * 0x1p-24f; };
+    for (int trial = 0; trial < 50000; ++trial) {
+        if (trial % 500 == 0) {
+            std::array<float, 256> values;
+            for (float& value : values) {
+                value = random() % 2 == 0 ? 2.0f * unit() - 1.0f : random() % 2 == 0 ? 1.0f : -1.0f;
+            }
+            CListGenerator generator(values);
+            m_Noise._ResetSampler(&generator);
+        }
+        // Near the upper end of a cell the fade is off the most; just below 0 the fraction rounds, too.
+        const auto coordinate = [&] {
+            const float cell = random() % 2 == 0 ? 0.0f : static_cast<float>(random() % 256) - 128.0f;
+            const float near[] = {unit(), 0.99f + 0.01f * unit(), -0.01f * unit(), 0.5f};
+            return cell + near[random() % 4];
+        };
+        const float x = coordinate();
+        const float y = coordinate();
+        const float z = coordinate();
+        for (const bool isBatch : {false, true}) {
+            ASSERT_LE(ErrorAt(x, y, z, isBatch), Bound())
+                << std::hexfloat << x << ", " << y << ", " << z << ", " << (isBatch ? "batch" : "single");
+        }
+    }
+}
+
+/// Of all corners and positions that a search by chance came to, those that are off the most.
+struct CHardCell {
+    Reference::EQuality m_Quality;
+    bool m_IsBatch;
+    float m_Position[3];
+    float m_Corners[8];
+};
+
+constexpr CHardCell kHardCells[] = {
+    {Reference::EQuality::kLinear,
+     false,
+     {0x1.6b6ee8p-7f, 0x1.fb44a6p-1f, 0x1.fecbd4p-1f},
+     {0x1.fa70c2p-1f, -0x1.fe41cp-1f, -0x1.a563e8p-1f, 0x1.7a2a46p-1f, -0x1.4f6e74p-1f, 0x1p+0f,
+      -0x1.5ded18p-2f, 0x1.37ea46p-4f}},
+    {Reference::EQuality::kLinear,
+     true,
+     {0x1.febbb6p-1f, 0x1.fd8d26p-1f, 0x1.f8d604p-1f},
+     {0x1.fcd436p-1f, -0x1.4fa316p-1f, -0x1.d5386cp-1f, 0x1.ed4bfcp-3f, -0x1.fe5718p-1f, 0x1.987c62p-1f,
+      0x1.967434p-2f, 0x1.c1f93ep-2f}},
+    {Reference::EQuality::kCubic,
+     false,
+     {0x1.efe2cep-1f, 0x1.fe5d0ep-1f, 0x1.032a2ep-1f},
+     {-0x1.8b7dc6p-4f, -0x1.faff8ap-1f, -0x1.de7754p-1f, 0x1.c400c4p-1f, -0x1.ff02a8p-1f, 0x1.fffeecp-1f,
+      0x1.fa68a6p-1f, -0x1.ffffcap-1f}},
+    {Reference::EQuality::kCubic,
+     true,
+     {0x1.d96c44p-1f, 0x1.d83eecp-2f, 0x1.f9937p-1f},
+     {0x1p+0f, -0x1.fffefep-1f, 0x1.e58e34p-1f, 0x1.fffffp-1f, -0x1.fe4366p-1f, 0x1.ff2294p-1f,
+      0x1.f8bf38p-1f, -0x1.32798ap-1f}},
+    {Reference::EQuality::kQuintic,
+     false,
+     {0x1.ff0d52p-1f, 0x1.028836p-1f, 0x1.fec3d2p-1f},
+     {0x1.d68a1p-1f, 0x1p+0f, 0x1.fdfb94p-1f, -0x1p+0f, 0x1p+0f, -0x1.fe7ae6p-1f, -0x1p+0f, 0x1.efd908p-1f}},
+    {Reference::EQuality::kQuintic,
+     true,
+     {0x1.ff79b2p-1f, 0x1.123a38p-1f, 0x1.ff4e12p-1f},
+     {-0x1.d50518p-1f, 0x1p+0f, 0x1.de371cp-1f, -0x1p+0f, 0x1.fffff2p-1f, -0x1.ffff24p-1f, -0x1p+0f,
+      0x1.ffff5ep-1f}},
+};
+
+TEST_P(GradientSamplers, HardCellsComeNearTheBounds) {
+    const auto& P = Internal::kFastNoisePermutations;
+    for (const CHardCell& hard : kHardCells) {
+        if (hard.m_Quality != GetParam().m_Quality) {
+            continue;
+        }
+        std::array<float, 256> values{};
+        for (uint32_t corner = 0; corner < 8; ++corner) {
+            const uint32_t hash = P[P[corner >> 2] + (corner >> 1 & 1)] + (corner & 1);
+            values[hash % 256] = hard.m_Corners[corner];
+        }
+        CListGenerator generator(values);
+        m_Noise._ResetSampler(&generator);
+        const auto& [x, y, z] = hard.m_Position;
+        const double error = ErrorAt(x, y, z, hard.m_IsBatch);
+        EXPECT_LE(error, Bound()) << (hard.m_IsBatch ? "batch" : "single");
+        EXPECT_GE(error, 0.5 * Bound()) << (hard.m_IsBatch ? "batch" : "single");
+    }
+}
+
 TEST_P(GradientSamplers, LatticePointsGiveTheFirstDifferencesOrNothing) {
     for (const int cell : {0, 3, 254, 255}) {
         const float* const B = m_Noise.Basis();
@@ -316,6 +468,30 @@ TEST(LinearGradient, AlongXIsConstantInXAndJumpsAtTheFace) {
     }
     EXPECT_NE(ofOne(4.0f), ofOne(3.0f));
     EXPECT_NE(ofBatch(4.0f), ofBatch(3.0f));
+}
+
+// The derivative along an axis depends on its own fraction by the fade alone, of which linear quality has
+// none.
+TEST_P(GradientSamplers, AFractionThatIsNotANumberSpoilsTheDerivativesThatDependOnItAndNoOtherRecord) {
+    constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+    for (size_t bad = 0; bad < 3; ++bad) {
+        float position[3] = {3.25f, 8.5f, -2.75f};
+        std::vector<CRecord> records(5, SplitOf(position[0], position[1], position[2]));
+        position[bad] = kNan;
+        float fractions[3] = {0.25f, 0.5f, 0.25f};
+        fractions[bad] = kNan;
+        records[2].first = {fractions[0], fractions[1], fractions[2], 0.0f};
+        std::vector<CGradient> gradients(5);
+        SampleBatch(records.data(), 5, gradients.data());
+        for (const CGradient& gradient : {SampleOneAt(position[0], position[1], position[2]), gradients[2]}) {
+            EXPECT_EQ(std::isnan(gradient.x), !IsLinear() || bad != 0) << "not-a-number on axis " << bad;
+            EXPECT_EQ(std::isnan(gradient.y), !IsLinear() || bad != 1) << "not-a-number on axis " << bad;
+            EXPECT_EQ(std::isnan(gradient.z), !IsLinear() || bad != 2) << "not-a-number on axis " << bad;
+        }
+        for (const size_t other : {0u, 1u, 3u, 4u}) {
+            EXPECT_FALSE(std::isnan(gradients[other].x + gradients[other].y + gradients[other].z)) << other;
+        }
+    }
 }
 
 TEST_P(GradientSamplers, LaneThreeNeverChangesTheGradientAndIsZero) {

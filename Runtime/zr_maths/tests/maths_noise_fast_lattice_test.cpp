@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -142,6 +143,26 @@ TEST(Lattice, FadesAreTheKnownPolynomials) {
                     ((6.0 * t - 15.0) * t + 10.0) * t * t * t, 2e-6)
             << t;
     }
+}
+
+// The exact curve is 1 at 1 and below 1 before. Below 1/2 no fade is above 1/2: see the exhaustive tests.
+TEST(Lattice, TheQuinticFadePeaksNineUnitsAboveOneAndIsNotMonotone) {
+    float peak = 0.0f;
+    float peakOfCubic = 0.0f;
+    bool isMonotone = true;
+    float before = 0.0f;
+    for (uint32_t bits = std::bit_cast<uint32_t>(0.5f); bits <= std::bit_cast<uint32_t>(1.0f); ++bits) {
+        const float t = std::bit_cast<float>(bits);
+        const float fade = Fade<ENoiseQuality::kQuintic>(t);
+        isMonotone = isMonotone && before <= fade;
+        before = fade;
+        peak = std::max(peak, fade);
+        peakOfCubic = std::max(peakOfCubic, Fade<ENoiseQuality::kCubic>(t));
+    }
+    EXPECT_EQ(peak, 1.0f + 9 * 0x1p-23f) << std::hexfloat << peak;
+    EXPECT_FALSE(isMonotone);
+    EXPECT_EQ(peakOfCubic, 1.0f) << std::hexfloat << peakOfCubic;
+    EXPECT_EQ(Fade<ENoiseQuality::kQuintic>(0x1.ff0252p-1f), peak) << "where it is the first time";
 }
 
 TEST(Lattice, HashesStayInsideTheTables) {

@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -67,14 +69,76 @@ TEST_P(SamplerValues, PeriodIs256OnEveryAxis) {
     }
 }
 
-TEST_P(SamplerValues, SamplesStayWithinTheBasis) {
+/// How far outside [-1, 1] a sample of `sampler` may be. Where the quintic fade f is above 1, by up
+/// to 1.07e-6 (maths_noise_fast_lattice_test.cpp), each axis makes [-1, 1] wider by the factor 2 f - 1, and
+/// its blend rounds by less than 2.5 * 2^-23.
+double OvershootOf(const CBatchSampler& sampler) {
+    return sampler.m_Quality == Reference::EQuality::kQuintic ? 2.5e-6 * sampler.m_Dimension : 0.0;
+}
+
+/// Values with which the corners of the cell at 0 alternate, to 1 at the corner that is uppermost on all axes
+/// if `sign` is 1: each axis's blend goes as far up as it can.
+std::array<float, 256> AlternatingCorners(int dimension, float sign) {
+    const auto& P = Internal::kFastNoisePermutations;
+    std::array<float, 256> values{};
+    for (uint32_t corner = 0; corner < 1u << dimension; ++corner) {
+        uint32_t index = P[corner & 1];
+        for (int axis = 1; axis < dimension; ++axis) {
+            // In 3D and 4D the last coordinate is added without another look-up.
+            const uint32_t sum = index + (corner >> axis & 1);
+            index = axis == dimension - 1 && dimension > 2 ? sum : P[sum];
+        }
+        const bool isNegative = (dimension - std::popcount(corner)) % 2 != 0;
+        values[index % 256] = isNegative ? -sign : sign;
+    }
+    return values;
+}
+
+TEST_P(SamplerValues, AlternatingCornersReachTheBoundOfSamples) {
+    const int dimension = GetParam().m_Dimension;
+    for (const float sign : {1.0f, -1.0f}) {
+        CListGenerator generator(AlternatingCorners(dimension, sign));
+        m_Noise._ResetSampler(&generator);
+        double farthest = 0.0;
+        for (float t = 0.99f; t < 1.0f; t = std::nextafter(t, 2.0f)) {
+            const float sample = SampleAt(t, t, t, t);
+            const double overshoot = std::fabs(static_cast<double>(sample)) - 1.0;
+            ASSERT_LE(overshoot, OvershootOf(GetParam()))
+                << std::hexfloat << t << " on all axes, sign " << sign;
+            farthest = std::max(farthest, overshoot);
+        }
+        // Of 2.5e-6 for each dimension, no more than the roundings are left.
+        EXPECT_GE(farthest, 0.85 * OvershootOf(GetParam())) << "the bound says much more than is so";
+    }
+    EXPECT_EQ(SampleAt(1.0f, 1.0f, 1.0f, 1.0f), -1.0f) << "the uppermost corner";
+}
+
+TEST_P(SamplerValues, SamplesStayWithinTheirBounds) {
     std::mt19937 random(708);
+    const double bound = 1.0 + OvershootOf(GetParam());
+    const auto unit = [&random] { return static_cast<float>(random() >> 8) * 0x1p-24f; };
     for (int trial = 0; trial < 20000; ++trial) {
-        const auto coordinate = [&random] {
-            return static_cast<float>(random() % 0x1000000) * 0x1p-12f - 2048.0f;
+        if (trial % 200 == 0) {
+            // Corners at 1 or -1, or a little less far out, so that all sorts of sums round.
+            std::array<float, 256> values;
+            for (float& value : values) {
+                value =
+                    (random() % 2 == 0 ? 1.0f : -1.0f) * (1.0f - static_cast<float>(random() % 4) * 0x1p-24f);
+            }
+            CListGenerator generator(values);
+            m_Noise._ResetSampler(&generator);
+        }
+        const auto coordinate = [&] {
+            const float cell = std::floor(unit() * 16.0f);
+            const float fraction = random() % 2 == 0 ? unit() : 0.99f + 0.01f * unit();
+            return random() % 2 == 0 ? cell + fraction : fraction;
         };
-        const float sample = SampleAt(coordinate(), coordinate(), coordinate(), coordinate());
-        ASSERT_LE(std::fabs(sample), 1.0f + 1e-5f);
+        const float x = coordinate();
+        const float y = coordinate();
+        const float z = coordinate();
+        const float w = coordinate();
+        ASSERT_LE(std::fabs(static_cast<double>(SampleAt(x, y, z, w))), bound)
+            << std::hexfloat << x << ", " << y << ", " << z << ", " << w;
     }
 }
 

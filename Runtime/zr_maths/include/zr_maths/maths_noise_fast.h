@@ -14,7 +14,8 @@ namespace Vestrel {
 
 /// Smooth, repeatable noise: a scalar field over space, blended between 256 random values that are spread
 /// over an integer lattice. The field repeats every 256 cells on each axis. For coordinates between -2^31 and
-/// 2^31 it stays within [-1, 1] up to rounding.
+/// 2^31, linear and cubic samples lie in [-1, 1], and quintic ones at most 2.5e-6 outside for each dimension,
+/// 1e-5 in 4D: as computed in floats, the quintic fade peaks at 1 + 1.07e-6.
 ///
 /// Samplers come in three qualities. `Linear` is continuous, with creases at the cell faces; `Cubic`
 /// (3t^2 - 2t^3) has a continuous first derivative; `Quintic` (6t^5 - 15t^4 + 10t^3) a continuous second one.
@@ -156,6 +157,10 @@ public:
     /// The gradient of the 3D field at `position`, with x, y and z in lanes 0 to 2; lane 3 is ignored. The
     /// derivatives along x, y and z, in units of the field per cell, stand in lanes 0 to 2; lane 3 is 0. In
     /// linear quality the gradient jumps at the cell faces, where it is that of the cell above the face.
+    ///
+    /// For values in [-1, 1] each derivative is within 3e-6 (linear), 6e-6 (cubic) or 2.5e-5 (quintic) of the
+    /// exact derivative of the blend at that position. These errors are absolute, in the same units;
+    /// derivatives themselves go up to 2, 3 and 3.75.
     SIMD_Neon::Float4 Sample1stOrderDerivativesLinear(SIMD_Neon::Float4 position) const noexcept;
     SIMD_Neon::Float4 Sample1stOrderDerivativesCubic(SIMD_Neon::Float4 position) const noexcept;
     SIMD_Neon::Float4 Sample1stOrderDerivativesQuintic(SIMD_Neon::Float4 position) const noexcept;
@@ -171,9 +176,11 @@ public:
     ///     record.second.x = static_cast<int>(floor) & 255;
     ///
     /// Gradient k is written to `output.m_Data[k]`, as (d/dx, d/dy, d/dz, 0); the count of the output is
-    /// never read. It agrees with that of a single position up to rounding, not bit for bit: the terms are
-    /// added in another order. Both views may have any alignment of floats. Fractions that are not numbers
-    /// give gradients that are not numbers, and touch no others. No cells write nothing, whatever the output.
+    /// never read. It has the error bound of that of a single position, but not its bits: the terms are added
+    /// in another order. Both views may have any alignment of floats. A fraction that is not a number makes
+    /// its record's gradient not-a-number on all three axes, in linear quality on the two others (a linear
+    /// derivative does not depend on its own axis), and touches no other record. No cells write nothing,
+    /// whatever the output.
     ///
     /// The caller guarantees coordinates of cells in 0 to 255, which index the tables unchecked, room for as
     /// many gradients as there are cells, and that no gradient lies at a higher address than the record that
