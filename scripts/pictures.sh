@@ -33,6 +33,7 @@ pictures=(
   'samples/lit_heightfield.png|lit_heightfield'
   'samples/mpi_volume.png|whole_volume'
   'samples/octaves.png|octaves'
+  'samples/shifted_columns.png|shifted_columns'
   'samples/threaded_batch.png|threaded_batch'
   'samples/volume_slice.webp|volume_slice'
 )

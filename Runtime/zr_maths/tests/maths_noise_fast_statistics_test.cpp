@@ -6,9 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 #include <random>
 #include <vector>
 
@@ -93,6 +95,57 @@ TEST_P(FieldStatistics, EveryAxisRepeatsAfter256Cells) {
             << "axis " << chunk % dimension << " by " << period << ", chunk " << chunk;
         ++chunk;
     });
+}
+
+/// The strongest correlation of 256 values with themselves, moved around by 1 to 128 places.
+double StrongestCorrelation(const std::array<float, 256>& values) {
+    const double mean = std::accumulate(values.begin(), values.end(), 0.0) / 256.0;
+    std::array<double, 512> twice;
+    for (size_t k = 0; k < twice.size(); ++k) {
+        twice[k] = static_cast<double>(values[k % 256]) - mean;
+    }
+    const double* const first = twice.data();
+    const double square = std::inner_product(first, first + 256, first, 0.0);
+    double strongest = 0.0;
+    for (size_t places = 1; places <= 128; ++places) {
+        const double product = std::inner_product(first, first + 256, first + places, 0.0);
+        strongest = std::max(strongest, std::fabs(product / square));
+    }
+    return strongest;
+}
+
+// The figures of docs/guide/10-range.md. Lattice values along the last axis are the basis itself in 3D and
+// 4D, and in the order of the permutation in 1D and 2D.
+TEST(FieldsOf4096Seeds, MeansAndCorrelationsAreThoseOfTheGuide) {
+    const auto& P = Internal::kFastNoisePermutations;
+    uint32_t farMeans = 0;
+    double squaresOfMeans = 0.0;
+    std::vector<double> ofBasis;
+    std::vector<double> ofPermuted;
+    for (uint32_t seed = 0; seed < 4096; ++seed) {
+        CStdRandomGenerator generator(seed);
+        const COpenNoise noise(&generator);
+        std::array<float, 256> basis;
+        std::array<float, 256> permuted;
+        for (size_t k = 0; k < 256; ++k) {
+            basis[k] = noise.Basis()[k];
+            permuted[k] = noise.Basis()[P[k]];
+        }
+        const double mean = std::accumulate(basis.begin(), basis.end(), 0.0) / 256.0;
+        farMeans += std::fabs(mean) > 0.1 ? 1 : 0;
+        squaresOfMeans += mean * mean;
+        ofBasis.push_back(StrongestCorrelation(basis));
+        ofPermuted.push_back(StrongestCorrelation(permuted));
+    }
+    EXPECT_EQ(farMeans, 26u);
+    EXPECT_NEAR(std::sqrt(squaresOfMeans / 4096.0), 0.037, 0.0005);
+    for (std::vector<double>* const correlations : {&ofBasis, &ofPermuted}) {
+        std::sort(correlations->begin(), correlations->end());
+        EXPECT_NEAR(correlations->at(4096 / 20), 0.14, 0.005) << "what nineteen in twenty exceed";
+        EXPECT_NEAR(correlations->at(4096 / 2), 0.17, 0.005) << "what half of them exceed";
+    }
+    EXPECT_NEAR(ofBasis.back(), 0.32, 0.005);
+    EXPECT_NEAR(ofPermuted.back(), 0.31, 0.005);
 }
 
 } // namespace

@@ -12,7 +12,9 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <numeric>
 #include <random>
+#include <vector>
 
 namespace {
 
@@ -159,6 +161,84 @@ TEST_P(SamplerValues, NotANumberTouchesNoOtherSample) {
                 EXPECT_EQ(std::isnan(samples[k]), k == bad) << "sample " << k << ", not-a-number in " << bad;
             }
         }
+    }
+}
+
+// What repeats in the field, as docs/guide/10-range.md has it.
+
+/// 256 samples a cell apart along `axis`. The axes before it are at whole coordinates, `line` on x; the axes
+/// after it are at 1/2. Where `axis` is x itself, `line` is on y.
+std::vector<float> LineAlong(const CFastNoise3& noise, const CBatchSampler& sampler, size_t axis,
+                             uint32_t line) {
+    float position[4] = {};
+    for (size_t other = 0; other < 4; ++other) {
+        position[other] = other > axis ? 0.5f : static_cast<float>(line / 256 * 7);
+    }
+    position[axis == 0 ? 1 : 0] = static_cast<float>(line % 256);
+    const size_t dimension = static_cast<size_t>(sampler.m_Dimension);
+    std::vector<float> positions(256 * dimension + 1);
+    for (size_t k = 0; k < 256; ++k) {
+        position[axis] = static_cast<float>(k);
+        std::copy_n(position, dimension, &positions[k * dimension]);
+    }
+    std::vector<float> samples(256);
+    sampler.m_Sample(noise, {samples.data(), 256, 4}, positions.data(), 256, sampler.PositionSize());
+    return samples;
+}
+
+/// By how many cells the line has to be moved to be `sequence`, which repeats; 256 if by none.
+size_t CellsToMove(std::vector<float> line, const std::vector<float>& sequence) {
+    size_t cells = 0;
+    while (cells < 256 && line != sequence) {
+        std::rotate(line.begin(), line.begin() + 1, line.end());
+        ++cells;
+    }
+    return cells;
+}
+
+TEST(SamplerValuesTogether, LinesAlongAllAxesButXAreOneSequenceMovedByEveryNumberOfCells) {
+    CStdRandomGenerator generator(1);
+    const CFastNoise3 noise(&generator);
+    for (const CBatchSampler& sampler : kBatchSamplers) {
+        for (size_t axis = 0; axis < static_cast<size_t>(sampler.m_Dimension); ++axis) {
+            if (sampler.m_Dimension == 1) {
+                continue; // there is but one line
+            }
+            const std::vector<float> sequence = LineAlong(noise, sampler, axis, 0);
+            std::array<uint32_t, 257> lines{};
+            for (uint32_t line = 0; line < 512; ++line) {
+                ++lines[CellsToMove(LineAlong(noise, sampler, axis, line), sequence)];
+            }
+            if (axis == 0) {
+                EXPECT_EQ(lines[256], 510u)
+                    << sampler << ": all lines along x but the first, which comes twice";
+            } else {
+                EXPECT_EQ(lines[256], 0u) << sampler << ": all lines along axis " << axis;
+                EXPECT_EQ(std::count(lines.begin(), lines.end(), 0u), 1) << sampler << ", axis " << axis;
+            }
+        }
+    }
+}
+
+// The weights of a cell's corners are the same on average, and every value has as many lattice points.
+TEST(SamplerValuesTogether, TheMeanOverAPeriodIsThatOfTheValues) {
+    CStdRandomGenerator generator(1);
+    const COpenNoise noise(&generator);
+    const double mean = std::accumulate(noise.Basis(), noise.Basis() + 256, 0.0) / 256.0;
+    for (const CBatchSampler& sampler : kBatchSamplers) {
+        // The middles of cells along the first two axes; along the others the field has this mean at every
+        // place.
+        const uint32_t floats = static_cast<uint32_t>(sampler.m_Dimension);
+        std::vector<float> positions(65536 * floats + 1, 0.25f);
+        for (uint32_t k = 0; k < 65536; ++k) {
+            positions[k * floats] = static_cast<float>(k % 256) + 0.5f;
+            if (floats > 1) {
+                positions[k * floats + 1] = static_cast<float>(k / 256) + 0.5f;
+            }
+        }
+        std::vector<float> samples(65536);
+        sampler.m_Sample(noise, {samples.data(), 65536, 4}, positions.data(), 65536, sampler.PositionSize());
+        EXPECT_NEAR(std::accumulate(samples.begin(), samples.end(), 0.0) / 65536.0, mean, 1e-6) << sampler;
     }
 }
 
