@@ -1,8 +1,8 @@
-// What repeats in a field, and how to avoid it. In a slice at one z, the columns of lattice points along y are
-// the same 256 values, each column moved by another number of cells. On the left are 30 columns as they lie;
-// in the middle each is moved to where it fits the first one, and all are the same. On the right the same was
-// tried with a slice that is turned in space: no column fits another. The program also prints how strongly
-// slices correlate with themselves, down and across.
+// What repeats in a field, and how to avoid it. In a slice at one z, the columns of lattice points along y
+// are the same 256 values, each column moved by another number of cells. On the left are 30 columns as they
+// lie; in the middle each is moved to where it fits the first one, and all are the same. On the right the
+// same was tried with a slice that is turned in space: no column fits another. The program also prints how
+// strongly slices correlate with themselves, down and across.
 
 #include "../support/picture.h"
 #include "../support/png_file.h"
@@ -165,7 +165,7 @@ std::vector<uint8_t> Draw() {
             }
         }
     }
-    std::printf("columns that fit best differ by %.3f at most; in the turned slice by %.3f at least\n",
+    std::printf("columns that fit best differ by %.3f at most, in the turned slice by %.3f at least\n",
                 static_cast<double>(straight), static_cast<double>(turned));
     PrintCorrelations("x across, y down", noise, Straight);
     PrintCorrelations("x across, z down", noise, Upright);
