@@ -52,9 +52,8 @@ CPosition Upright(float x, float y, float z) {
 
 using CPlace = CPosition (*)(float, float, float);
 
-std::vector<float> Sample(const CFastNoise3& noise, std::vector<CPosition> positions) {
+std::vector<float> Sample(const CFastNoise3& noise, const std::vector<CPosition>& positions) {
     const uint32_t count = static_cast<uint32_t>(positions.size());
-    positions.push_back({0.0f, 0.0f, 0.0f}); // a spare: each is read as 16 bytes
     std::vector<float> samples(count);
     noise.SampleQuintic3D({samples.data(), count, sizeof(float)},
                           {positions.data(), count, sizeof(CPosition)});

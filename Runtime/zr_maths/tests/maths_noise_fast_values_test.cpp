@@ -176,7 +176,7 @@ std::vector<float> LineAlong(const CFastNoise3& noise, const CBatchSampler& samp
     }
     position[axis == 0 ? 1 : 0] = static_cast<float>(line % 256);
     const size_t dimension = static_cast<size_t>(sampler.m_Dimension);
-    std::vector<float> positions(256 * dimension + 1);
+    std::vector<float> positions(256 * dimension);
     for (size_t k = 0; k < 256; ++k) {
         position[axis] = static_cast<float>(k);
         std::copy_n(position, dimension, &positions[k * dimension]);
@@ -229,7 +229,7 @@ TEST(SamplerValuesTogether, TheMeanOverAPeriodIsThatOfTheValues) {
         // The middles of cells along the first two axes; along the others the field has this mean at every
         // place.
         const uint32_t floats = static_cast<uint32_t>(sampler.m_Dimension);
-        std::vector<float> positions(65536 * floats + 1, 0.25f);
+        std::vector<float> positions(65536 * floats, 0.25f);
         for (uint32_t k = 0; k < 65536; ++k) {
             positions[k * floats] = static_cast<float>(k % 256) + 0.5f;
             if (floats > 1) {
