@@ -1,11 +1,14 @@
 #include "noise_preview_run.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <fstream>
 #include <regex.h>
 #include <string>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -125,6 +128,94 @@ TEST_F(NoisePreview, ALinkToNothingIsFollowed) {
     ASSERT_EQ(Run("--size 10x10 --output link.png").m_ExitCode, 0);
     EXPECT_TRUE(fs::is_symlink(m_Folder / "link.png"));
     EXPECT_EQ(ReadPng(m_Folder / "field.png").m_Width, 10u);
+}
+
+TEST_F(NoisePreview, AFailedRunLeavesALinkToNothing) {
+    fs::create_symlink("field.png", m_Folder / "link.png");
+    ExpectFailure("--size 500x500 --output link.png", "'link.png' cannot be written: File too large",
+                  "ulimit -f 4 && exec");
+    fs::create_symlink("none/field.png", m_Folder / "astray.png");
+    ExpectFailure("--output astray.png", "'astray.png' cannot be written: there is no such folder");
+}
+
+TEST_F(NoisePreview, LinksLeadToFiles) {
+    fs::create_directory(m_Folder / "folder");
+    ASSERT_EQ(mkfifo((m_Folder / "pipe").c_str(), 0600), 0);
+    fs::create_symlink("folder", m_Folder / "to_folder");
+    fs::create_symlink("pipe", m_Folder / "to_pipe");
+    fs::create_symlink("/dev/null", m_Folder / "to_device");
+    ExpectFailure("--output to_folder", "'to_folder' cannot be written: it is a folder; with / behind");
+    ExpectFailure("--output to_pipe", "'to_pipe' cannot be written: it is not a file");
+    ExpectFailure("--output to_device", "'to_device' cannot be written: it is not a file");
+}
+
+TEST_F(NoisePreview, AFileWithoutANameIsRefused) {
+    ExpectFailure("--output /proc/self/fd/3", "cannot be written: the file behind the link has no name",
+                  "exec 3>gone && rm gone && exec");
+}
+
+/// A link of somebody else's in a folder for everybody, such as /tmp, may be a trap. Whether it is followed
+/// is for the kernel to say (fs.protected_symlinks).
+TEST_F(NoisePreview, LinksOfOthersAreFollowedWhereTheKernelFollowsThem) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can make a link of somebody else's";
+    }
+    constexpr uid_t kNobody = 65534;
+    const fs::path folder = m_Folder / "for_everybody";
+    fs::create_directory(folder);
+    ASSERT_EQ(chmod(folder.c_str(), 01777), 0);
+    for (const bool exists : {true, false}) {
+        const fs::path target = m_Folder / (exists ? "there.png" : "missing.png");
+        const fs::path link = folder / (exists ? "a.png" : "b.png");
+        fs::create_symlink(target, link);
+        ASSERT_EQ(lchown(link.c_str(), kNobody, kNobody), 0);
+        const int descriptor = open(link.c_str(), O_WRONLY | O_CREAT, 0600);
+        const bool isRefused = descriptor < 0 && errno == EACCES;
+        ASSERT_TRUE(descriptor >= 0 || isRefused) << std::strerror(errno);
+        close(descriptor);
+        fs::remove(target);
+        if (exists) {
+            std::ofstream(target) << "precious";
+        }
+        if (isRefused) {
+            ExpectFailure("--size 10x10 --output '" + link.string() + "'",
+                          "cannot be written: Permission denied");
+            EXPECT_EQ(ReadFile(target), exists ? "precious" : "");
+        } else {
+            ASSERT_EQ(Run("--size 10x10 --output '" + link.string() + "'").m_ExitCode, 0);
+            EXPECT_EQ(ReadPng(target).m_Width, 10u);
+        }
+        EXPECT_EQ(fs::exists(target), exists || !isRefused);
+        EXPECT_TRUE(fs::is_symlink(link));
+    }
+}
+
+/// On a file system of its own, on which the kernel follows no link.
+TEST_F(NoisePreview, LinksThatTheKernelDoesNotFollowAreRefused) {
+    const std::string mount = "unshare -rm sh -c 'mount -t tmpfs -o nosymfollow none . && cd \"$PWD\" && ";
+    if (Run("", mount + "ln -s a b && ! echo >b' #").m_ExitCode != 0) {
+        GTEST_SKIP() << "there is no file system on which links are not followed";
+    }
+    for (const std::string before : {"echo precious >field.png", ":"}) {
+        const CResult result =
+            Run("--size 10x10 --output link.png", mount + before +
+                                                      " && ln -s field.png link.png && { \"$0\" \"$@\"; "
+                                                      "echo $? $(ls -A) $(cat field.png); }'");
+        const bool exists = before != ":";
+        EXPECT_EQ(result.m_Output, exists ? "1 field.png link.png precious\n" : "1 link.png\n");
+        EXPECT_NE(result.m_Errors.find("Too many levels of symbolic links"), std::string::npos)
+            << result.m_Errors;
+    }
+}
+
+TEST_F(NoisePreview, PermissionsAreKeptButNotThoseThatLendTheOwners) {
+    for (const mode_t mode : {04777u, 02755u, 01644u, 06755u}) {
+        std::ofstream(m_Folder / "field.png") << "old";
+        ASSERT_EQ(chmod((m_Folder / "field.png").c_str(), mode), 0);
+        ASSERT_EQ(Run("--size 10x10 --output field.png").m_ExitCode, 0);
+        EXPECT_EQ(static_cast<unsigned>(fs::status(m_Folder / "field.png").permissions()), mode & 0777)
+            << std::oct << mode;
+    }
 }
 
 TEST_F(NoisePreview, NewFilesHaveTheUsualPermissions) {

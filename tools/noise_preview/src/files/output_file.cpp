@@ -1,10 +1,14 @@
 #include "files/output_file.h"
 
+#include "text.h"
+
 #include <cerrno>
 #include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
+#include <random>
 #include <sstream>
 #include <stdexcept>
 #include <sys/stat.h>
@@ -15,11 +19,12 @@ namespace NoisePreview {
 
 namespace {
 
-/// The file to remove when a signal ends the program; empty when there is none.
-char s_PartialPath[PATH_MAX] = "";
+/// The file to remove when a signal ends the program; its name is empty when there is none.
+int s_PartialFolder = -1;
+char s_PartialName[NAME_MAX + 1] = "";
 
 extern "C" void RemovePartialFile(int signal) {
-    unlink(s_PartialPath);
+    unlinkat(s_PartialFolder, s_PartialName, 0);
     std::signal(signal, SIG_DFL);
     std::raise(signal);
 }
@@ -59,23 +64,30 @@ void RemovePartialFileOnSignals() {
     }
 }
 
-/// The path behind symbolic links, so that they stay, even those to a file that is not there yet.
-std::filesystem::path WhereLinksLead(std::filesystem::path path) {
-    constexpr int kMaxLinks = 40; // as many as the system follows
-    std::error_code error;
-    for (int links = 0; links < kMaxLinks && std::filesystem::is_symlink(path, error); ++links) {
-        path = path.parent_path() / std::filesystem::read_symlink(path, error);
-    }
-    return path;
+/// Makes an empty file of a new name, which nobody else can read. Returns -1 with errno on failure.
+int MakePartialFile(int folder, std::string& name) {
+    std::random_device random;
+    int descriptor = -1;
+    do {
+        name = Format(".noise_preview.%08x", random());
+        descriptor = openat(folder, name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    } while (descriptor < 0 && errno == EEXIST);
+    return descriptor;
+}
+
+/// The reason for the errno of a path.
+std::string ReasonForPath(int error) {
+    return error == ENOENT ? "there is no such folder" : std::strerror(error);
 }
 
 } // namespace
 
-COutputFile::COutputFile(const std::filesystem::path& path)
-    : m_IsStandardOutput(path == "-"), m_Path(m_IsStandardOutput ? path : WhereLinksLead(path)) {
+COutputFile::COutputFile(const std::filesystem::path& path) : m_IsStandardOutput(path == "-"), m_Path(path) {
     if (m_IsStandardOutput) {
         _OpenUnnamed();
     } else {
+        _OpenFolder(path);
+        _FollowLink();
         _OpenBeside();
     }
 }
@@ -84,10 +96,10 @@ COutputFile::~COutputFile() {
     if (m_Stream != nullptr) {
         std::fclose(m_Stream);
     }
-    if (!m_PartialPath.empty()) {
-        unlink(m_PartialPath.c_str());
+    if (!m_PartialName.empty()) {
+        unlinkat(m_Folder.Get(), m_PartialName.c_str(), 0);
     }
-    s_PartialPath[0] = '\0';
+    s_PartialName[0] = '\0';
 }
 
 void COutputFile::Write(const void* bytes, size_t count) const {
@@ -105,10 +117,11 @@ void COutputFile::Finish() {
         return;
     }
     const bool isClosed = std::fclose(std::exchange(m_Stream, nullptr)) == 0;
-    if (!isClosed || std::rename(m_PartialPath.c_str(), m_Path.c_str()) != 0) {
+    const int folder = m_Folder.Get();
+    if (!isClosed || renameat(folder, m_PartialName.c_str(), folder, m_Name.c_str()) != 0) {
         Fail(std::strerror(errno));
     }
-    m_PartialPath.clear();
+    m_PartialName.clear();
 }
 
 void COutputFile::Fail(const std::string& reason) const {
@@ -122,34 +135,81 @@ void COutputFile::Fail(const std::string& reason) const {
     throw std::runtime_error(message.str());
 }
 
-/// A file in the same folder, so that it can be renamed.
+/// Holds on to the folder itself, since other users may exchange what its path names.
+void COutputFile::_OpenFolder(const std::filesystem::path& path) {
+    const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
+    m_Folder = CDescriptor(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (m_Folder.Get() < 0) {
+        Fail(ReasonForPath(errno));
+    }
+    m_Name = path.filename();
+}
+
+/// The file replaced is the one behind a symbolic link. The kernel follows the link, because it refuses some
+/// (fs.protected_symlinks), and then says where it has arrived.
+void COutputFile::_FollowLink() {
+    struct stat entry = {};
+    if (fstatat(m_Folder.Get(), m_Name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !S_ISLNK(entry.st_mode)) {
+        return;
+    }
+    const CSignalsHeldBack heldBack;
+    CDescriptor target(openat(m_Folder.Get(), m_Name.c_str(), O_PATH | O_CLOEXEC));
+    const bool isMissing = target.Get() < 0 && errno == ENOENT;
+    if (isMissing) { // only a file that is there has a place to be asked for
+        constexpr int kNewFile = O_WRONLY | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+        target = CDescriptor(openat(m_Folder.Get(), m_Name.c_str(), kNewFile, 0600));
+    }
+    struct stat followed = {};
+    if (target.Get() < 0 || fstat(target.Get(), &followed) != 0) {
+        Fail(ReasonForPath(errno));
+    }
+    _RefuseAllButFiles(followed.st_mode);
+    std::error_code error;
+    _OpenFolder(std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(target.Get()), error));
+    if (fstatat(m_Folder.Get(), m_Name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) != 0 ||
+        entry.st_dev != followed.st_dev || entry.st_ino != followed.st_ino) {
+        Fail("the file behind the link has no name"); // it was deleted, or there is no /proc
+    }
+    if (isMissing) {
+        unlinkat(m_Folder.Get(), m_Name.c_str(), 0);
+    }
+}
+
+void COutputFile::_RefuseAllButFiles(mode_t mode) const {
+    if (!S_ISREG(mode)) {
+        Fail(S_ISDIR(mode) ? "it is a folder; with / behind its name, it gets the file" : "it is not a file");
+    }
+}
+
+/// Opens a file in the same folder, so that it can be renamed. It gets the permissions of the file that it
+/// replaces, but for set-uid, set-gid and sticky: it may belong to another user than that.
 void COutputFile::_OpenBeside() {
     struct stat existing = {};
-    const bool exists = stat(m_Path.c_str(), &existing) == 0;
+    const bool exists = fstatat(m_Folder.Get(), m_Name.c_str(), &existing, AT_SYMLINK_NOFOLLOW) == 0;
     if (!exists && errno != ENOENT) {
-        Fail(std::strerror(errno)); // such as a name that is too long, or a link to itself
+        Fail(std::strerror(errno)); // such as a name that is too long
     }
-    if (exists && !S_ISREG(existing.st_mode)) {
-        Fail(S_ISDIR(existing.st_mode) ? "it is a folder; with / behind its name, it gets the file"
-                                       : "it is not a file");
+    if (exists) {
+        _RefuseAllButFiles(existing.st_mode);
     }
-    if (exists && access(m_Path.c_str(), W_OK) != 0) {
+    if (exists && faccessat(m_Folder.Get(), m_Name.c_str(), W_OK, 0) != 0) {
         Fail(std::strerror(errno));
     }
     const CSignalsHeldBack heldBack;
-    m_PartialPath = (m_Path.parent_path() / ".noise_preview.XXXXXX").string();
-    const int descriptor = mkstemp(m_PartialPath.data());
+    const int descriptor = MakePartialFile(m_Folder.Get(), m_PartialName);
     if (descriptor < 0) {
-        Fail(errno == ENOENT ? "there is no such folder" : std::strerror(errno));
+        Fail(ReasonForPath(errno));
     }
-    m_PartialPath.copy(s_PartialPath, sizeof(s_PartialPath) - 1);
+    s_PartialFolder = m_Folder.Get();
+    m_PartialName.copy(s_PartialName, sizeof(s_PartialName) - 1);
     RemovePartialFileOnSignals();
     const mode_t mask = umask(0);
     umask(mask);
-    fchmod(descriptor, exists ? existing.st_mode & 07777 : 0666 & ~mask);
+    fchmod(descriptor, exists ? existing.st_mode & 0777 : 0666 & ~mask);
     m_Stream = fdopen(descriptor, "w+b");
     if (m_Stream == nullptr) {
-        unlink(m_PartialPath.c_str());
+        unlinkat(m_Folder.Get(), m_PartialName.c_str(), 0);
         Fail(std::strerror(errno));
     }
 }

@@ -4,8 +4,37 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <sys/types.h>
+#include <unistd.h>
+#include <utility>
 
 namespace NoisePreview {
+
+/// A file descriptor that is closed in the end; -1 is none.
+class CDescriptor {
+public:
+    explicit CDescriptor(int descriptor = -1) : m_Descriptor(descriptor) {}
+
+    CDescriptor(CDescriptor&& other) noexcept : m_Descriptor(std::exchange(other.m_Descriptor, -1)) {}
+
+    CDescriptor& operator=(CDescriptor&& other) noexcept {
+        std::swap(m_Descriptor, other.m_Descriptor);
+        return *this;
+    }
+
+    ~CDescriptor() {
+        if (m_Descriptor >= 0) {
+            close(m_Descriptor);
+        }
+    }
+
+    int Get() const {
+        return m_Descriptor;
+    }
+
+private:
+    int m_Descriptor;
+};
 
 /// A file in the making. Nothing is at its path, or what was there before, until it is complete; nor has
 /// anything been written to standard output before.
@@ -36,13 +65,18 @@ public:
     [[noreturn]] void Fail(const std::string& reason) const;
 
 private:
+    void _OpenFolder(const std::filesystem::path& path);
+    void _FollowLink();
+    void _RefuseAllButFiles(mode_t mode) const;
     void _OpenBeside();
     void _OpenUnnamed();
     void _CopyToStandardOutput() const;
 
     bool m_IsStandardOutput;
     std::filesystem::path m_Path;
-    std::string m_PartialPath;
+    CDescriptor m_Folder;
+    std::string m_Name; // in that folder
+    std::string m_PartialName;
     std::FILE* m_Stream = nullptr;
 };
 
