@@ -131,7 +131,7 @@ void WriteFile(const COptions& options, const CFastNoise3& noise, CSamplingRecor
 std::string ReportOf(const COptions& options, const CSamplingRecord& record) {
     const std::string name = options.m_Format == EFormat::kTerminal ? "seed " + std::to_string(options.m_Seed)
                              : options.m_Output == "-"              ? "standard output"
-                                                                    : options.m_Output;
+                                                                    : Printable(options.m_Output);
     const double count = static_cast<double>(std::max<uint64_t>(record.m_PositionCount, 1));
     const std::string line =
         Format(": %llu positions, %.2f ns per position\n",

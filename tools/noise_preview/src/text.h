@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -15,20 +16,59 @@ std::string Format(const char* format, TValues... values) {
     return text;
 }
 
-/// A text with signs in the place of what would do more to a terminal than to be shown.
-inline std::string Printable(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
-    return text;
+inline bool IsUtf8Continuation(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
 }
 
-/// What is found in a file, as part of a message: between quotation marks, and not too long.
+/// The number of bytes of the UTF-8 character at the start of a text; 0 if it is a control character (up to
+/// U+001F, U+007F to U+009F), or no UTF-8: cut off, overlong, a surrogate, beyond U+10FFFF.
+inline size_t PrintableLength(std::string_view text) {
+    const unsigned char first = static_cast<unsigned char>(text[0]);
+    if (first < 0x80) {
+        return first >= ' ' && first != 0x7F ? 1 : 0;
+    }
+    const size_t length = first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+    if (first < 0xC2 || first > 0xF4 || text.size() < length) {
+        return 0;
+    }
+    uint32_t code = first & (0x7Fu >> length);
+    for (const char byte : text.substr(1, length - 1)) {
+        if (!IsUtf8Continuation(byte)) {
+            return 0;
+        }
+        code = code << 6 | (static_cast<unsigned char>(byte) & 0x3F);
+    }
+    constexpr uint32_t kLeast[] = {0, 0, 0xA0, 0x800, 0x10000};
+    const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
+    return code >= kLeast[length] && code <= 0x10FFFF && !isSurrogate ? length : 0;
+}
+
+/// Replaces each control character, and what is no UTF-8, by '?': terminals would act on it.
+inline std::string Printable(std::string_view text) {
+    std::string printable;
+    while (!text.empty()) {
+        size_t length = PrintableLength(text);
+        if (length > 0) {
+            printable += text.substr(0, length);
+        } else {
+            printable += '?';
+            length = 1;
+            while (length < text.size() && IsUtf8Continuation(text[length])) {
+                ++length;
+            }
+        }
+        text.remove_prefix(length);
+    }
+    return printable;
+}
+
+/// What is found in a file, as part of a message: between quotation marks, and cut off after 40 bytes.
 inline std::string Quoted(std::string_view text) {
-    constexpr size_t kMost = 40;
-    std::string quoted = "'";
-    quoted += Printable(std::string(text.substr(0, kMost)));
-    quoted += text.size() > kMost ? "...'" : "'";
-    return quoted;
+    size_t length = std::min<size_t>(text.size(), 40);
+    while (length > 0 && length < text.size() && IsUtf8Continuation(text[length])) {
+        --length; // not within a character
+    }
+    return "'" + Printable(text.substr(0, length)) + (length < text.size() ? "...'" : "'");
 }
 
 /// A text without the blanks and ends of lines around it.
