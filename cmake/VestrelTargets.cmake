@@ -21,11 +21,12 @@ function(vestrel_exact_arithmetic target)
   set_target_properties(${target} PROPERTIES INTERPROCEDURAL_OPTIMIZATION OFF)
 endfunction()
 
-# What a shared library has besides: its version, and where it finds the other one, which is installed beside it. Before 1.0
-# a minor version may change what the library promises.
+# What a shared library has besides: its version, and where it finds the other one, which is installed beside it. (In the
+# build folder that is a relative path too, or else the files would tell how long the folder's name is.) Before 1.0 a minor
+# version may change what the library promises.
 function(vestrel_shared_library target)
   set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION}
-    SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR} INSTALL_RPATH "$ORIGIN")
+    SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR} INSTALL_RPATH "$ORIGIN" BUILD_RPATH_USE_ORIGIN ON)
   set(script ${PROJECT_SOURCE_DIR}/cmake/shared_library.map)
   check_linker_flag(CXX "LINKER:--version-script=${script}" VESTREL_LINKER_TAKES_VERSION_SCRIPTS)
   if(VESTREL_LINKER_TAKES_VERSION_SCRIPTS)
@@ -45,6 +46,9 @@ function(vestrel_runtime_library target)
   set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
   if(VESTREL_SHARED)
     vestrel_shared_library(${target})
+  endif()
+  if(VESTREL_HARDENED)
+    vestrel_harden(${target})
   endif()
   target_compile_features(${target} PUBLIC cxx_std_17)
   target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>

@@ -51,6 +51,7 @@ need python3-pil has_python_module PIL
 need pkgconf has_program pkg-config
 need dpkg-dev has_program dpkg-shlibdeps
 need file has_program file
+need lintian has_program lintian
 if [ "${configurations[*]}" != release ] && [ -z "$target" ]; then
   need clang has_program clang++
   need g++-aarch64-linux-gnu has_program aarch64-linux-gnu-g++

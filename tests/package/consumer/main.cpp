@@ -1,7 +1,9 @@
 // Samples a field and prints, for the test to compare: the backend and a hash of the samples' bits. Fails
-// where the program and the library do not agree on what a four-lane value is.
+// where the program and the library do not agree on what a four-lane value is, and where some operation of
+// the library gives other bits than it should.
 
 #include <zr_maths/maths_noise_fast.h>
+#include <zr_maths/verify_arithmetic.h>
 #include <zr_support/simd_backend.h>
 
 #include <cstdint>
@@ -16,6 +18,10 @@ int main() {
     if (lanes.x != 1.0f || lanes.y != 2.0f || lanes.z != 3.0f || lanes.w != 4.0f) {
         std::printf("lanes arrived as %g %g %g %g\n", static_cast<double>(lanes.x),
                     static_cast<double>(lanes.y), static_cast<double>(lanes.z), static_cast<double>(lanes.w));
+        return 1;
+    }
+    if (!VerifyArithmetic()) {
+        std::printf("the library does not give its own bits\n");
         return 1;
     }
     CStdRandomGenerator generator(2026);

@@ -1,0 +1,39 @@
+# What distributions build packages with, as far as compiler and linker know it: the flags of Debian's dpkg-buildflags
+# with hardening=+all. And no folder of this machine in the result, so that the same bytes come from every folder.
+include(CheckCXXCompilerFlag)
+include(CheckLinkerFlag)
+include(CheckPIESupported)
+check_pie_supported()
+
+set(vestrel_hardening
+  -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.
+  -ffile-prefix-map=${PROJECT_BINARY_DIR}=./build
+  -Wformat -Werror=format-security
+  $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE>
+  $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+# The last two are for one kind of processor each.
+foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection -mbranch-protection=standard)
+  string(MAKE_C_IDENTIFIER "VESTREL_COMPILER_TAKES${flag}" known)
+  check_cxx_compiler_flag(${flag} ${known})
+  if(${known})
+    list(APPEND vestrel_hardening ${flag})
+  endif()
+endforeach()
+check_linker_flag(CXX "LINKER:-z,relro,-z,now" VESTREL_LINKER_TAKES_RELRO)
+
+function(vestrel_harden target)
+  target_compile_options(${target} PRIVATE ${vestrel_hardening})
+  if(VESTREL_LINKER_TAKES_RELRO)
+    target_link_options(${target} PRIVATE "LINKER:-z,relro,-z,now")
+  endif()
+  # Programs, too: -fPIE and -pie.
+  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+endfunction()
+
+# For sources of the inner loops, whose arrays have fixed lengths: the check would run in every call, and slow down short
+# ones.
+function(vestrel_without_stack_protector)
+  if(VESTREL_COMPILER_TAKES_fstack_protector_strong)
+    set_property(SOURCE ${ARGV} APPEND PROPERTY COMPILE_OPTIONS -fno-stack-protector)
+  endif()
+endfunction()
