@@ -68,7 +68,10 @@ inline std::string Quoted(std::string_view text) {
     while (length > 0 && length < text.size() && IsUtf8Continuation(text[length])) {
         --length; // not within a character
     }
-    return "'" + Printable(text.substr(0, length)) + (length < text.size() ? "...'" : "'");
+    std::string quoted = "'";
+    quoted += Printable(text.substr(0, length));
+    quoted += length < text.size() ? "...'" : "'";
+    return quoted;
 }
 
 /// A text without the blanks and ends of lines around it.
