@@ -42,9 +42,11 @@ TEST(FlushedDenormals, AreNoticedAndCanBeRestored) {
 #endif
     ASSERT_FALSE(DenormalsAreKept()) << "this program was not linked with -ffast-math";
     EXPECT_FALSE(VerifyArithmetic());
+    EXPECT_FALSE(VerifyCallerArithmetic());
     const uint32_t flushed = BitsOfSampleAtDenormal();
     ASSERT_EQ(std::fesetenv(FE_DFL_ENV), 0);
     EXPECT_TRUE(VerifyArithmetic());
+    EXPECT_TRUE(VerifyCallerArithmetic());
     const uint32_t kept = BitsOfSampleAtDenormal();
     EXPECT_EQ(flushed & 0x7FFFFFFFu, 0u);
     EXPECT_NE(kept & 0x7FFFFFFFu, 0u);

@@ -1,5 +1,6 @@
 #include <zr_maths/verify_arithmetic.h>
 
+#include "unpinned_caller.h"
 #include "verify_arithmetic_hash.h"
 
 #include <gtest/gtest.h>
@@ -15,10 +16,15 @@
 namespace {
 
 using namespace Vestrel;
+using SIMD_Neon::Float4;
 
 TEST(VerifyArithmetic, HoldsInTheDefaultEnvironment) {
     EXPECT_TRUE(VerifyArithmetic()) << std::hex << "the hash is 0x" << Internal::HashOfOperations();
     EXPECT_TRUE(VerifyArithmetic()) << "called again";
+}
+
+TEST(VerifyCallerArithmetic, HoldsInTheDefaultEnvironment) {
+    EXPECT_TRUE(VerifyCallerArithmetic());
 }
 
 TEST(VerifyArithmetic, NoticesEveryOtherRounding) {
@@ -27,10 +33,46 @@ TEST(VerifyArithmetic, NoticesEveryOtherRounding) {
             GTEST_SKIP() << "this processor cannot round in mode " << rounding;
         }
         const bool holds = VerifyArithmetic();
+        const bool callerHolds = VerifyCallerArithmetic();
         std::fesetround(FE_TONEAREST);
         EXPECT_FALSE(holds) << "rounding mode " << rounding;
+        EXPECT_FALSE(callerHolds) << "rounding mode " << rounding;
         EXPECT_TRUE(VerifyArithmetic()) << "after rounding mode " << rounding;
+        EXPECT_TRUE(VerifyCallerArithmetic()) << "after rounding mode " << rounding;
     }
+}
+
+TEST(VerifyCallerArithmetic, NoticesFusedOperations) {
+#if defined(__x86_64__)
+    if (!__builtin_cpu_supports("fma")) {
+        GTEST_SKIP() << "this processor has no fused operations";
+    }
+#endif
+    EXPECT_FALSE(VerifyUnpinnedCaller());
+}
+
+/// What the library would make of a * b + c if values came to it, or back from it, in another way.
+template <int k0, int k1, int k2, int k3>
+Float4 WithTurnedArgument(const Float4* a, Float4 b, Float4 c) {
+    return SIMD_Neon::_MultiplyAdd(a, SIMD_Neon::ShuffleLanes<k0, k1, k2, k3>(b), c);
+}
+
+template <int k0, int k1, int k2, int k3>
+Float4 WithTurnedResult(const Float4* a, Float4 b, Float4 c) {
+    return SIMD_Neon::ShuffleLanes<k0, k1, k2, k3>(SIMD_Neon::_MultiplyAdd(a, b, c));
+}
+
+Float4 WithExchangedArguments(const Float4* a, Float4 b, Float4 c) {
+    return SIMD_Neon::_MultiplyAdd(a, c, b);
+}
+
+TEST(VerifyCallerArithmetic, NoticesValuesThatDoNotComeAsTheyAre) {
+    EXPECT_TRUE(Internal::CallerArithmeticHolds(WithTurnedArgument<0, 1, 2, 3>));
+    EXPECT_FALSE(Internal::CallerArithmeticHolds(WithTurnedArgument<1, 2, 3, 0>));
+    EXPECT_FALSE(Internal::CallerArithmeticHolds(WithTurnedArgument<0, 1, 2, 2>)) << "the last lane is lost";
+    EXPECT_FALSE(Internal::CallerArithmeticHolds(WithTurnedResult<2, 3, 0, 1>));
+    EXPECT_FALSE(Internal::CallerArithmeticHolds(WithTurnedResult<0, 0, 2, 3>)) << "the second lane is lost";
+    EXPECT_FALSE(Internal::CallerArithmeticHolds(WithExchangedArguments));
 }
 
 #if defined(__SSE2__) || defined(__aarch64__)
@@ -69,9 +111,12 @@ TEST(VerifyArithmetic, NoticesWhatFlushesDenormals) {
     for (const CControl mode : kModes) {
         SetControl(usual | mode);
         const bool holds = VerifyArithmetic();
+        const bool callerHolds = VerifyCallerArithmetic();
         SetControl(usual);
         EXPECT_FALSE(holds) << std::hex << "mode 0x" << mode;
+        EXPECT_FALSE(callerHolds) << std::hex << "mode 0x" << mode;
         EXPECT_TRUE(VerifyArithmetic()) << std::hex << "after mode 0x" << mode;
+        EXPECT_TRUE(VerifyCallerArithmetic()) << std::hex << "after mode 0x" << mode;
     }
 }
 

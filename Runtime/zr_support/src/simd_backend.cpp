@@ -22,4 +22,8 @@ TVector<float, 4> _LanesAsReceived(Float4 value) noexcept {
     return lanes;
 }
 
+Float4 _MultiplyAdd(const Float4* a, Float4 b, Float4 c) noexcept {
+    return *a * b + c;
+}
+
 } // namespace Vestrel::SIMD_Neon

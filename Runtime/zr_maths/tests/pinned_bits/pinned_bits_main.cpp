@@ -1,5 +1,6 @@
-// Holds every operation to the table of pinned bits, and VerifyArithmetic to being true, where there is no
-// test framework: on other processors, under emulation, in somebody else's program. Fails where one differs.
+// Holds every operation to the table of pinned bits, and VerifyArithmetic and VerifyCallerArithmetic to being
+// true, where there is no test framework: on other processors, under emulation, in somebody else's program.
+// Fails where one differs.
 
 #include "pinned_bits.h"
 
@@ -34,8 +35,12 @@ int main(int argumentCount, char** arguments) {
         return 2;
     }
     const bool isVerified = VerifyArithmetic();
+    const bool isCallerVerified = VerifyCallerArithmetic();
     if (!isVerified) {
         std::printf("VerifyArithmetic() is false\n");
+    }
+    if (!isCallerVerified) {
+        std::printf("VerifyCallerArithmetic() is false\n");
     }
     // First with the kernels that the library takes by itself, and then with the others that the processor
     // has.
@@ -48,5 +53,5 @@ int main(int argumentCount, char** arguments) {
                     SIMD_Neon::BackendName(), name, equalCount, PinnedCount(), resultCount);
         areEqual = areEqual && equalCount == PinnedCount();
     }
-    return areEqual && isVerified ? 0 : 1;
+    return areEqual && isVerified && isCallerVerified ? 0 : 1;
 }

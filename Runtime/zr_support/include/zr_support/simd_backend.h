@@ -13,4 +13,8 @@ VESTREL_PUBLIC const char* BackendName() noexcept;
 /// between them.
 VESTREL_PUBLIC TVector<float, 4> _LanesAsReceived(Float4 value) noexcept;
 
+/// *a * b + c, worked out in the compiled library: for VerifyCallerArithmetic, which compares it with what it
+/// has to be. Values go and come in all the ways in which samplers take and return them.
+VESTREL_PUBLIC Float4 _MultiplyAdd(const Float4* a, Float4 b, Float4 c) noexcept;
+
 } // namespace Vestrel::SIMD_Neon
