@@ -1,5 +1,13 @@
 # What the project's targets have in common.
+include(CheckCXXSourceCompiles)
 include(CheckLinkerFlag)
+
+check_cxx_source_compiles("
+#include \"${CMAKE_CURRENT_LIST_DIR}/../Runtime/zr_support/include/zr_support/simd/flushing_vectors.h\"
+#if !VESTREL_VECTORS_FLUSH
+#error vector instructions keep denormals
+#endif
+int main() {}" VESTREL_TARGET_VECTORS_FLUSH)
 
 # Warnings for the project's own code. They are errors where a preset says so.
 function(vestrel_own_code target)
@@ -15,6 +23,11 @@ function(vestrel_exact_arithmetic target)
     target_compile_options(${target} PRIVATE -fno-unsafe-math-optimizations -fno-associative-math
       -fno-reciprocal-math -fno-approx-func -fsigned-zeros -fhonor-nans -fhonor-infinities
       -fdenormal-fp-math=ieee)
+  endif()
+  # Where vectors flush denormals, compilers must make none, neither of loops nor of neighbouring statements.
+  if(VESTREL_TARGET_VECTORS_FLUSH)
+    target_compile_options(${target} PRIVATE -fno-tree-slp-vectorize
+      $<IF:$<CXX_COMPILER_ID:GNU>,-fno-tree-loop-vectorize,-fno-vectorize>)
   endif()
   # A square root is one instruction, unless it has to set errno.
   target_compile_options(${target} PRIVATE -ffp-contract=off -fno-math-errno -fno-lto)

@@ -27,6 +27,7 @@ need clang-14 has_program clang++-14
 need clang-19 has_program clang++-19
 need g++-aarch64-linux-gnu has_program aarch64-linux-gnu-g++
 need g++-arm-linux-gnueabihf has_program arm-linux-gnueabihf-g++
+need g++-powerpc64-linux-gnu has_program powerpc64-linux-gnu-g++
 need g++-powerpc64le-linux-gnu has_program powerpc64le-linux-gnu-g++
 need g++-riscv64-linux-gnu has_program riscv64-linux-gnu-g++
 need g++-s390x-linux-gnu has_program s390x-linux-gnu-g++
@@ -162,6 +163,9 @@ x86_consumer() {
   consumer "${@:2}"
 }
 
+# With it clang++ for Cortex-A8 takes NEON for single floats too, and g++ for neighbouring ones.
+fast_caller='-DVESTREL_CALLER_FLAGS="-O3 -ffast-math"'
+
 # Name | command.
 rows=(
   'g++ -O0|native g++ -O0'
@@ -192,6 +196,11 @@ rows=(
   'arm64 g++, emulated|emulated arm64-qemu aarch64-linux-gnu-g++ qemu-aarch64'
   'arm64 clang++ 19, emulated|emulated arm64-qemu clang++-19 aarch64-linux-gnu-g++ qemu-aarch64 -- -DVESTREL_CROSS_CLANG=clang++-19'
   '32-bit arm, emulated|emulated arm32-qemu arm-linux-gnueabihf-g++ qemu-arm'
+  '32-bit arm NEON g++, emulated|emulated arm32-qemu arm-linux-gnueabihf-g++ qemu-arm -- -DCMAKE_CXX_FLAGS=-mfpu=neon '"$fast_caller"
+  '32-bit arm NEON clang++ 14, emulated|emulated arm32-qemu clang++-14 arm-linux-gnueabihf-g++ qemu-arm -- -DVESTREL_CROSS_CLANG=clang++-14 -DCMAKE_CXX_FLAGS=-mcpu=cortex-a7'
+  '32-bit arm NEON clang++ 19, emulated|emulated arm32-qemu clang++-19 arm-linux-gnueabihf-g++ qemu-arm -- -DVESTREL_CROSS_CLANG=clang++-19 -DCMAKE_CXX_FLAGS=-mcpu=cortex-a8 '"$fast_caller"
+  'ppc64 AltiVec g++, emulated|emulated ppc64-qemu powerpc64-linux-gnu-g++ qemu-ppc64 -- -DCMAKE_CXX_FLAGS=-maltivec '"$fast_caller"
+  'ppc64 AltiVec clang++ 19, emulated|emulated ppc64-qemu clang++-19 powerpc64-linux-gnu-g++ qemu-ppc64 -- -DVESTREL_CROSS_CLANG=clang++-19 '"$fast_caller"
   'riscv64, emulated|emulated riscv64-qemu riscv64-linux-gnu-g++ qemu-riscv64'
   'ppc64le, emulated|emulated ppc64le-qemu powerpc64le-linux-gnu-g++ qemu-ppc64le'
   's390x big-endian, emulated|emulated s390x-qemu s390x-linux-gnu-g++ qemu-s390x'
