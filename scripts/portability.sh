@@ -130,6 +130,18 @@ x86_32_bits() {
   native g++ "$flags_32_bits -msse2 -mfpmath=sse"
 }
 
+# Registers of SSE are not at the same place among the arguments of the two compilers.
+x86_32_bits_other_compiler_is_refused() {
+  needs_x86
+  needs clang++-19
+  compiles_for_32_bits || cannot 'there is no g++ for 32-bit x86'
+  local flags="$flags_32_bits -msse2 -mfpmath=sse"
+  install_library "$PWD" -DCMAKE_CXX_FLAGS="$flags" || return 1
+  ! table -DCMAKE_PREFIX_PATH="$PWD/prefix" -DCMAKE_CXX_COMPILER=clang++-19 -DCMAKE_CXX_FLAGS="$flags" || return 1
+  grep -o 'undefined reference to .*::SampleLinear(.*passed_as_by_clang.*' output | head -n 1 >reason
+  [ -s reason ]
+}
+
 # emulated TOOLCHAIN PROGRAM-OR-FILE... [-- cmake option]...: needs those. The tests of the lane operations run there too.
 emulated() {
   local toolchain=$root/cmake/toolchains/$1.cmake
@@ -143,11 +155,11 @@ emulated() {
     -DVESTREL_GTEST_SOURCE=/usr/src/googletest/googletest "${@:2}"
 }
 
-# The library as somebody else's program finds it, for all rows with such a program.
+# install_library FOLDER [cmake option]...: the library as somebody else's program finds it, as FOLDER/prefix.
 install_library() {
-  cmake -S "$root" -B "$work/library" -DCMAKE_CXX_COMPILER=g++ -DCMAKE_BUILD_TYPE=Release -DVESTREL_BUILD_TESTS=OFF \
-    -DVESTREL_BUILD_TOOLS=OFF -DVESTREL_BUILD_SAMPLES=OFF -DVESTREL_BUILD_BENCHMARKS=OFF &&
-    cmake --build "$work/library" && cmake --install "$work/library" --prefix "$work/prefix"
+  cmake -S "$root" -B "$1/library" -DCMAKE_CXX_COMPILER=g++ -DCMAKE_BUILD_TYPE=Release -DVESTREL_BUILD_TESTS=OFF \
+    -DVESTREL_BUILD_TOOLS=OFF -DVESTREL_BUILD_SAMPLES=OFF -DVESTREL_BUILD_BENCHMARKS=OFF "${@:2}" &&
+    cmake --build "$1/library" && cmake --install "$1/library" --prefix "$1/prefix"
 }
 
 # consumer COMPILER CALLER-FLAGS [cmake option]...
@@ -185,6 +197,7 @@ rows=(
   'caller with -mfma, clang++ 19|x86_consumer fma clang++-19 "-O3 -mavx2 -mfma -ffp-contract=fast"'
   'caller with link-time optimisation|consumer g++ "-O3" -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON'
   '32-bit x86 SSE|x86_32_bits'
+  '32-bit x86 SSE, two compilers, refused|x86_32_bits_other_compiler_is_refused'
   '32-bit x86 x87, refused|x87_is_refused'
   'x86 core2duo, emulated|old_x86 core2duo "four lanes"'
   'x86 Nehalem, emulated|old_x86 Nehalem "four lanes"'
@@ -226,7 +239,7 @@ run_row() {
 }
 
 say "building and running ${#rows[@]} rows"
-install_library >"$work/library.log" 2>&1 || { tail -n 20 "$work/library.log" >&2; stop 'the library cannot be installed'; }
+install_library "$work" >"$work/library.log" 2>&1 || { tail -n 20 "$work/library.log" >&2; stop 'the library cannot be installed'; }
 for index in "${!rows[@]}"; do
   while [ "$(jobs -rp | wc -l)" -ge "$(nproc)" ]; do
     wait -n || true

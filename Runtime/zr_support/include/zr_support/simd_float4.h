@@ -24,11 +24,22 @@
 #error "zr_support/config.h names no SIMD backend: configure the library with CMake."
 #endif
 
+// On 32-bit x86 the compilers put a register among the arguments at different places: g++ aligns it on the
+// stack, clang++ does not. So there the types have the compiler in their names, and four-lane values do not
+// link with a library that was built by the other one. Nothing else is affected.
+#if !defined(__i386__) || !VESTREL_SIMD_BACKEND_SSE
+#define VESTREL_LANES_TYPE
+#elif defined(__clang__)
+#define VESTREL_LANES_TYPE [[gnu::abi_tag("passed_as_by_clang")]]
+#else
+#define VESTREL_LANES_TYPE [[gnu::abi_tag("passed_as_by_gcc")]]
+#endif
+
 /// Four-lane values, by whatever instructions the library was built for, and functions over arrays of floats.
 namespace Vestrel::SIMD_Neon {
 
 /// Four floats in one register where the platform has one.
-struct alignas(16) Float4 {
+struct VESTREL_LANES_TYPE alignas(16) Float4 {
     /// What the backend holds the lanes in. Its type is the backend's: not for programs that are to run with
     /// any.
     Backend::FloatRegister m_Register;
@@ -50,7 +61,7 @@ struct alignas(16) Float4 {
 
 /// Four signed 32-bit integers in one register where the platform has one. As a mask, a lane is -1 (all ones)
 /// or 0.
-struct alignas(16) Int4 {
+struct VESTREL_LANES_TYPE alignas(16) Int4 {
     /// What the backend holds the lanes in. Its type is the backend's: not for programs that are to run with
     /// any.
     Backend::IntRegister m_Register;
