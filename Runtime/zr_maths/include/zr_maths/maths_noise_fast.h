@@ -41,9 +41,10 @@ namespace Vestrel {
 ///   not look at the output stride: an output with a stride of 8 gets twice as many samples, of as many
 ///   consecutive positions. What remains goes one position at a time; so does everything else, with any
 ///   alignment and any stride, among them a position stride of 0, which means one position for all samples.
-/// - One at a time, a sample of 4 bytes is written where the fast path has stopped (if not taken, at the start),
-///   and then at every stride from there that begins before the end of the output. So with a stride that is no
-///   multiple of 4, the last sample may end up to 3 bytes behind the output.
+/// - One at a time, samples are written where the fast path has stopped (at the start, if it was not taken),
+///   and at every stride from there that begins before the end of the output.
+/// - A sample is 4 bytes, wherever it begins. With a stride that is no multiple of 4, the last one may
+///   therefore end up to 3 bytes behind the output.
 /// - Of the positions, their own bytes are read and no others: nothing between them, nothing behind the last.
 /// - In 4D the fast path takes single positions: if the position pointer is a multiple of 16 and the position
 ///   stride is 16, it fills the output to its end with packed samples, whatever its alignment and stride.
@@ -55,7 +56,7 @@ namespace Vestrel {
 /// The caller guarantees:
 /// - an output stride that is not 0 (with 0 a call would not return, the fast path of 4D aside; debug builds
 ///   assert);
-/// - that all bytes of the output may be written, those between its elements and behind the last one included,
+/// - that all bytes of the output may be written, those between its elements and behind the last one too,
 ///   and 3 more where the stride is no multiple of 4;
 /// - as many readable positions as samples are written;
 /// - an output that does not overlap the object's own memory, and overlaps the positions only so that no
