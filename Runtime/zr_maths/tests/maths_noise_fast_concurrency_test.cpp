@@ -46,7 +46,7 @@ TEST(FastNoiseConcurrency, SamplersMayRunAtOnceOnOneObject) {
 TEST(FastNoiseConcurrency, TheInstructionSetMayBeLimitedMeanwhile) {
     const COpenNoise noise = EvenNoise();
     constexpr uint32_t kCount = 513;
-    const std::vector<float> positions = CCoordinates(8).Fill(3 * kCount + 1);
+    const std::vector<float> positions = CCoordinates(8).Fill(3 * kCount);
     const auto sample = [&](float* samples) {
         noise.SampleCubic3D({samples, kCount, 4},
                             {reinterpret_cast<const TVector<float, 3>*>(positions.data()), kCount, 12});
