@@ -31,6 +31,9 @@ struct CX86Processor {
     uint32_t m_Xcr0;
 };
 
+/// In leaf 1's ECX: XCR0 can be read.
+constexpr uint32_t kOsXSave = 1u << 27;
+
 constexpr bool _HasAllBits(uint32_t bits, uint32_t wanted) {
     return (bits & wanted) == wanted;
 }
@@ -38,17 +41,17 @@ constexpr bool _HasAllBits(uint32_t bits, uint32_t wanted) {
 /// Whether the processor has all that compilers may use with -mavx2: the flag implies AVX, all levels of SSE,
 /// POPCNT and XSAVE, but neither FMA nor BMI.
 constexpr bool _HasAvx2(const CX86Processor& processor) {
-    constexpr uint32_t kLeaf1Ecx = 1u << 0     // SSE3
-                                   | 1u << 9   // SSSE3
-                                   | 1u << 19  // SSE4.1
-                                   | 1u << 20  // SSE4.2
-                                   | 1u << 23  // POPCNT
-                                   | 1u << 26  // XSAVE
-                                   | 1u << 27  // OSXSAVE
-                                   | 1u << 28; // AVX
-    constexpr uint32_t kLeaf7Ebx = 1u << 5;    // AVX2
-    constexpr uint32_t kXcr0 = 1u << 1         // XMM registers
-                               | 1u << 2;      // upper halves of YMM
+    constexpr uint32_t kLeaf1Ecx = 1u << 0    // SSE3
+                                   | 1u << 9  // SSSE3
+                                   | 1u << 19 // SSE4.1
+                                   | 1u << 20 // SSE4.2
+                                   | 1u << 23 // POPCNT
+                                   | 1u << 26 // XSAVE
+                                   | 1u << 28 // AVX
+                                   | kOsXSave;
+    constexpr uint32_t kLeaf7Ebx = 1u << 5; // AVX2
+    constexpr uint32_t kXcr0 = 1u << 1      // XMM registers
+                               | 1u << 2;   // upper halves of YMM
     return processor.m_HighestLeaf >= 7 && _HasAllBits(processor.m_Leaf1Ecx, kLeaf1Ecx) &&
            _HasAllBits(processor.m_Leaf7Ebx, kLeaf7Ebx) && _HasAllBits(processor.m_Xcr0, kXcr0);
 }
@@ -84,8 +87,7 @@ inline CX86Processor ReadX86Processor() {
     __cpuid(0, processor.m_HighestLeaf, ebx, ecx, edx);
     __cpuid(1, eax, ebx, processor.m_Leaf1Ecx, edx);
     __cpuid_count(7, 0, eax, processor.m_Leaf7Ebx, processor.m_Leaf7Ecx, edx);
-    constexpr uint32_t kOsXSave = 1u << 27;
-    if ((processor.m_Leaf1Ecx & kOsXSave) != 0) { // GCOVR_EXCL_BR_LINE: no processor goes both ways
+    if (_HasAllBits(processor.m_Leaf1Ecx, kOsXSave)) { // GCOVR_EXCL_BR_LINE: no processor goes both ways
         __asm__ volatile("xgetbv" : "=a"(processor.m_Xcr0), "=d"(edx) : "c"(0));
     }
     return processor;
