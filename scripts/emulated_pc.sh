@@ -1,16 +1,16 @@
 #!/usr/bin/env bash
 # Runs a program on a PC that Bochs emulates, under Debian's kernel: for instructions that this processor lacks.
 #   emulated_pc.sh MODEL PROGRAM [ARGUMENT...]
-# PROGRAM is for x86-64, and linked statically. Prints what it prints, and exits with its status. MODEL is one of those
-# that `bochs --help cpu` lists: corei7_icelake_u and corei7_skylake_x have AVX-512, the former with VBMI.
-# About 30 seconds go by before the program starts, and it runs some 100 times slower than here.
+#   emulated_pc.sh --prepare
+# The first prints what PROGRAM prints and exits with its status. PROGRAM is for x86-64, linked statically, and finds no
+# file but itself. `bochs --help cpu` lists the models: corei7_icelake_u and corei7_skylake_x have AVX-512, the former
+# with VBMI. The PC takes some 20 seconds to start, and is some 150 times slower than this machine.
+# The second only installs what is missing and fetches the kernel.
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
 
-[ $# -ge 2 ] || { sed -n '2,6s/^# \?//p' "$0" >&2; exit 2; }
-model=$1 program=$2
-shift 2
+[ $# -ge 2 ] || [ "$*" = --prepare ] || { sed -n '2,8s/^# \?//p' "$0" >&2; exit 2; }
 
 need bochs has_file /usr/bin/bochs
 need bochs-term has_file /usr/lib/x86_64-linux-gnu/bochs/plugins/libbx_term_gui.so
@@ -25,16 +25,21 @@ install_missing
 
 # The kernel is unpacked, not installed.
 kernel=$root/build/emulated_pc/vmlinuz
+caller=$PWD
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
 if [ ! -e "$kernel" ]; then
   package=$(apt-cache depends linux-image-cloud-amd64 | sed -n 's/^ *Depends: *//p')
   { apt-get download "$package" && dpkg -x "$package"_*.deb unpacked; } >download.log 2>&1 ||
-    { tail -n 5 download.log >&2; stop "the package of the kernel, '$package', cannot be had"; }
+    { tail -n 5 download.log >&2; stop "the kernel's package, '$package', cannot be downloaded"; }
   mkdir -p "${kernel%/*}"
   mv unpacked/boot/vmlinuz-* "$kernel"
 fi
+
+[ "$1" != --prepare ] || exit 0
+model=$1 program=$(cd "$caller" && readlink -f "$2")
+shift 2
 
 mkdir -p disc files
 cp /bin/busybox "$program" files/
@@ -56,7 +61,7 @@ cat >disc/isolinux.cfg <<END
 default linux
 label linux
   kernel /vmlinuz
-  append initrd=/files console=ttyS0,115200 quiet loglevel=1 nokaslr mitigations=off nopku clearcpuid=$wrong tsc_early_khz=50000 no_timer_check cryptomgr.notests reboot=triple panic=-1
+  append initrd=/files console=ttyS0,115200 quiet loglevel=1 nokaslr mitigations=off vt.global_cursor_default=0 nopku clearcpuid=$wrong tsc_early_khz=50000 no_timer_check cryptomgr.notests reboot=triple panic=-1
 END
 xorriso -as mkisofs -quiet -o disc.iso -b isolinux.bin -c boot.cat -no-emul-boot -boot-load-size 4 -boot-info-table disc \
   >disc.log 2>&1 || { cat disc.log >&2; stop 'the disc cannot be made'; }

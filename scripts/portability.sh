@@ -95,12 +95,16 @@ x86() {
   native "${@:2}"
 }
 
+# ran_with KERNELS: whether the table ran with these, the best first, and no others.
+ran_with() {
+  [ "$(sed -nE 's/.* backend, (.*): [0-9]+ of .*/\1/p' output | paste -sd ',')" = "$1" ] || { cat output; return 1; }
+}
+
 # old_x86 PROCESSOR KERNELS [FLAG]: a build for every x86-64, or for those of the flag, on one that came before most
 # instructions. It has to find out which kernels run there.
 old_x86() {
   needs qemu-x86_64
-  x86 sse2 g++ "-O2 ${3:-}" -DCMAKE_CROSSCOMPILING_EMULATOR="qemu-x86_64;-cpu;$1" || return 1
-  [ "$(sed -nE 's/.* backend, (.*): [0-9]+ of .*/\1/p' output | paste -sd ',')" = "$2" ] || { cat output; return 1; }
+  x86 sse2 g++ "-O2 ${3:-}" -DCMAKE_CROSSCOMPILING_EMULATOR="qemu-x86_64;-cpu;$1" && ran_with "$2"
 }
 
 # old_x86_refuses PROCESSOR FLAG: shows that such a processor is one, for what is built with the flag does not run there.
@@ -110,6 +114,14 @@ old_x86_refuses() {
   ! native g++ "-O2 $2" -DCMAKE_CROSSCOMPILING_EMULATOR="qemu-x86_64;-cpu;$1" || return 1
   echo "what is built with $2 stops there" >reason
   grep -qE 'Illegal instruction|uncaught target signal 4' output
+}
+
+# emulated_pc MODEL KERNELS: the same on an x86 PC that is emulated as a whole, for what qemu lacks.
+emulated_pc() {
+  needs_x86
+  [ ! -s "$work/no_emulated_pc" ] || cannot "$(tail -n 1 "$work/no_emulated_pc")"
+  native g++ -O2 -DCMAKE_EXE_LINKER_FLAGS=-static \
+    -DCMAKE_CROSSCOMPILING_EMULATOR="$root/scripts/emulated_pc.sh;$1" && ran_with "$2"
 }
 
 # Debian's compiler for 32-bit x86 does not look for the kernel's headers where they are.
@@ -206,6 +218,8 @@ rows=(
   'x86 Haswell, emulated|old_x86 Haswell "AVX2,four lanes"'
   'x86 Nehalem, newer code stops|old_x86_refuses Nehalem -mavx'
   'x86 SandyBridge, newer code stops|old_x86_refuses SandyBridge -mavx2'
+  'x86 Skylake-X, AVX-512 without VBMI, Bochs|emulated_pc corei7_skylake_x "AVX2,four lanes"'
+  'x86 Ice Lake, AVX-512 with VBMI, Bochs|emulated_pc corei7_icelake_u "AVX-512,AVX2,four lanes"'
   'arm64 g++, emulated|emulated arm64-qemu aarch64-linux-gnu-g++ qemu-aarch64'
   'arm64 clang++ 19, emulated|emulated arm64-qemu clang++-19 aarch64-linux-gnu-g++ qemu-aarch64 -- -DVESTREL_CROSS_CLANG=clang++-19'
   '32-bit arm, emulated|emulated arm32-qemu arm-linux-gnueabihf-g++ qemu-arm'
@@ -235,8 +249,12 @@ run_row() {
     77) echo 'not run' ;;
     *) echo failed; echo "see $folder/log" >"$folder/reason" ;;
   esac >"$folder/outcome"
-  say "$(printf '%-38s %-8s %s' "$name" "$(<"$folder/outcome")" "$(<"$folder/reason")")"
+  say "$(printf '%-42s %-8s %s' "$name" "$(<"$folder/outcome")" "$(<"$folder/reason")")"
 }
+
+if is_x86 && [[ "${rows[*]}" == *emulated_pc* ]]; then
+  "$root/scripts/emulated_pc.sh" --prepare >"$work/emulated_pc.log" 2>&1 || cp "$work/emulated_pc.log" "$work/no_emulated_pc"
+fi
 
 say "building and running ${#rows[@]} rows"
 install_library "$work" >"$work/library.log" 2>&1 || { tail -n 20 "$work/library.log" >&2; stop 'the library cannot be installed'; }
@@ -257,7 +275,7 @@ printf '\n'
 passed=0 failed=0 not_run=0
 for index in "${!rows[@]}"; do
   outcome=$(<"$work/rows/$index/outcome")
-  printf '%-38s %-8s %s\n' "${rows[$index]%%|*}" "$outcome" "$(<"$work/rows/$index/reason")"
+  printf '%-42s %-8s %s\n' "${rows[$index]%%|*}" "$outcome" "$(<"$work/rows/$index/reason")"
   case $outcome in
     passed) passed=$((passed + 1)) ;;
     failed) failed=$((failed + 1)); tail -n 20 "$work/rows/$index/log" >&2 ;;
@@ -265,7 +283,7 @@ for index in "${!rows[@]}"; do
   esac
 done
 for suite in "${suites[@]}"; do
-  printf '%-38s %s\n' "the whole test suite, $suite" "${suite_outcomes[$suite]}"
+  printf '%-42s %s\n' "the whole test suite, $suite" "${suite_outcomes[$suite]}"
   [ "${suite_outcomes[$suite]}" = passed ] && passed=$((passed + 1)) || failed=$((failed + 1))
 done
 echo $passed $failed $not_run >"$work/results"
