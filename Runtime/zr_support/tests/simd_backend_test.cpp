@@ -35,4 +35,14 @@ TEST(SimdBackend, LanesCrossIntoTheLibraryInOrder) {
     EXPECT_EQ(lanes.w, 4.0f);
 }
 
+TEST(SimdBackend, LanesComeBackFromTheLibraryInOrder) {
+    const Float4 factor(1.0f, 2.0f, 3.0f, 4.0f);
+    const Float4 result =
+        _MultiplyAdd(&factor, Float4(5.0f, 6.0f, 7.0f, 8.0f), Float4(0.5f, 0.25f, -1.0f, 0.0f));
+    EXPECT_EQ(ExtractLane<0>(result), 5.5f);
+    EXPECT_EQ(ExtractLane<1>(result), 12.25f);
+    EXPECT_EQ(ExtractLane<2>(result), 20.0f);
+    EXPECT_EQ(ExtractLane<3>(result), 32.0f);
+}
+
 } // namespace
