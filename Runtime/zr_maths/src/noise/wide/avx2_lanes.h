@@ -1,9 +1,8 @@
 #pragma once
 
 // Eight floats side by side, for sources that are compiled for AVX2. All that is made here has a type of this
-// namespace in its name, so that the linker never takes it for the code of another source.
-
-#include <zr_support/simd_float4.h>
+// namespace in its name, so that the linker never takes it for the code of another source. That rules out the
+// four-lane values of simd_float4.h.
 
 #include <immintrin.h>
 
@@ -189,11 +188,17 @@ struct FloatX8 {
     return FloatX8(_mm256_permutevar8x32_ps(value.m_Register, order));
 }
 
+/// (first[0], first[1], second[0], second[1])
+[[gnu::always_inline]] inline __m128 _LoadTwoPairs(const float* first, const float* second) {
+    const __m128 low = _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(first)));
+    return _mm_loadh_pi(low, reinterpret_cast<const __m64*>(second));
+}
+
 /// Four pairs of neighbours: two for the lower half, two for the upper.
 [[gnu::always_inline]] inline FloatX8 LoadFourPairs(const float* pair0, const float* pair1,
                                                     const float* pair2, const float* pair3) {
-    const __m256 lower = _mm256_castps128_ps256(SIMD_Neon::LoadTwoPairs(pair0, pair1).m_Register);
-    return FloatX8(_mm256_insertf128_ps(lower, SIMD_Neon::LoadTwoPairs(pair2, pair3).m_Register, 1));
+    const __m256 lower = _mm256_castps128_ps256(_LoadTwoPairs(pair0, pair1));
+    return FloatX8(_mm256_insertf128_ps(lower, _LoadTwoPairs(pair2, pair3), 1));
 }
 
 } // namespace Vestrel::Internal::Avx2
