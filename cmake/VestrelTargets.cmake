@@ -16,8 +16,9 @@ function(vestrel_own_code target)
 endfunction()
 
 # Code whose results are promised to the bit. Compilers fuse products and sums where the processor can, unless
-# told otherwise; and GCC forgets that it was told in link-time optimisation, so such code stays out of it. The
-# sources refuse what they can see of fast-math; Clang does not show the parts of it, which are switched off here.
+# told otherwise; and GCC forgets that it was told in link-time optimisation, so such code stays out of it.
+# strict_arithmetic.h refuses the parts of fast-math that GCC shows. Clang shows only one, and so all are switched off,
+# here and in that header.
 function(vestrel_exact_arithmetic target)
   if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     target_compile_options(${target} PRIVATE -fno-unsafe-math-optimizations -fno-associative-math

@@ -57,7 +57,7 @@ for file in "${files[@]}"; do
     expect_refusal "Vestrel's own sources need float operations that round to float" "${strict[@]}" -mfpmath=387
   fi
 done
-# The parts of -ffast-math, which clang++ does not show: it gets flags that switch them off.
+# The parts of -ffast-math, which g++ shows, and clang++ does not.
 strict=("${compile[@]}" -std=c++20 "$runtime/zr_support/src/sin_stream.cpp")
 if ! "$compiler" --version | grep -q clang; then
   for part in '-fassociative-math -fno-signed-zeros -fno-trapping-math' -freciprocal-math -fno-signed-zeros \
@@ -67,6 +67,34 @@ if ! "$compiler" --version | grep -q clang; then
   expect_refusal "Vestrel's own sources need constants of double precision" "${strict[@]}" -fsingle-precision-constant
 fi
 echo "${#files[@]} source files refuse -ffast-math and -ffinite-math-only"
+
+# Where clang++ does not show them, sources switch them off themselves, even behind the library's own options.
+cat >"$work/verify.cpp" <<'END'
+#include <zr_maths/verify_arithmetic.h>
+
+int main() {
+    return Vestrel::VerifyArithmetic() ? 0 : 1;
+}
+END
+# keeps_bits COMPILER FLAG...: whether a library that is built with these flags, behind all others, does.
+keeps_bits() {
+  local name=$1-${*: -1}
+  local build=$work/${name//[^a-z0-9+-]/}
+  quietly cmake -S "$source" -B "$build" "${libraries[@]}" -DCMAKE_CXX_COMPILER="$1" -DCMAKE_BUILD_TYPE=Release \
+    -DCMAKE_CXX_COMPILE_OBJECT="<CMAKE_CXX_COMPILER> <DEFINES> <INCLUDES> <FLAGS> ${*:2} -o <OBJECT> -c <SOURCE>"
+  quietly cmake --build "$build" -j 2
+  "$1" -std=c++17 -I "$build/Runtime/zr_support/include" -I "$runtime/zr_support/include" -I "$runtime/zr_maths/include" \
+    "$work/verify.cpp" "$build"/Runtime/zr_{maths,support}/*.a -o "$build/verify"
+  "$build/verify"
+}
+for clang in clang++-14 clang++-19; do
+  command -v $clang >/dev/null || { echo "NOT TRIED: $clang"; continue; }
+  keeps_bits $clang -fassociative-math -fno-signed-zeros -fno-trapping-math -freciprocal-math -fapprox-func \
+    -fno-honor-infinities || { echo "$clang: parts of -ffast-math change results"; exit 1; }
+  keeps_bits $clang -Xclang -mreassociate -Xclang -menable-no-nans -Xclang -menable-no-infs ||
+    { echo "$clang: parts of -ffast-math change results"; exit 1; }
+  echo "$clang: no part of -ffast-math changes results"
+done
 
 # 32-bit x86 does its sums in longer registers, unless told to take those of SSE.
 # (Headers of the kernel are where those of 64 bits are.)

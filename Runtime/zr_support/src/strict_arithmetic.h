@@ -12,6 +12,17 @@
 #error "Vestrel's own sources need IEEE arithmetic: build them without -ffast-math or any part of it."
 #endif
 
+// Clang shows sources no part of fast-math but -ffinite-math-only. They switch the parts off here instead,
+// whatever the flags. (float_control would allow contraction, and targets without strict arithmetic, such as
+// 32-bit ARM and WebAssembly, ignore it.)
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wignored-pragmas"
+#pragma float_control(precise, on)
+#pragma clang diagnostic pop
+#pragma clang fp reassociate(off) contract(off)
+#endif
+
 static_assert(FLT_EVAL_METHOD == 0,
               "Vestrel's own sources need float operations that round to float: on 32-bit x86 build with "
               "-msse2 -mfpmath=sse.");

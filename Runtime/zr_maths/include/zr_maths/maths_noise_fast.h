@@ -65,6 +65,10 @@ namespace Vestrel {
 ///
 /// Nothing is checked, reported or thrown.
 ///
+/// ## Exception flags
+/// Samplers may set FE_INEXACT; FE_UNDERFLOW where a fraction is below 2^-12; FE_INVALID and FE_OVERFLOW at
+/// coordinates that are not numbers, infinite or beyond +-2^31. They never set FE_DIVBYZERO and clear none.
+///
 /// ## Processors
 /// Long runs are taken by the widest instructions that the library has for the processor: on x86-64 those of
 /// AVX2 and of AVX-512 with VBMI, besides SSE2. Nothing above depends on them, neither the bits nor what is

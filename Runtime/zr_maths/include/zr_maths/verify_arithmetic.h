@@ -24,9 +24,10 @@ namespace Vestrel {
 ///     const bool isExact = Vestrel::VerifyArithmetic();
 ///
 /// It finds every rounding but that to the nearest, denormal results that become 0, and denormal operands
-/// that are taken for 0. It takes about 0.3 ms in an optimised build, 32 KB of the stack, and meanwhile the
-/// tables of one CRotatableFastNoise3. Any number of threads may call it at once. Floating-point exceptions
-/// must not trap, as by default they do not.
+/// that are taken for 0. It takes about 0.3 ms and at most 32 KB of the stack in an optimised build (44 to
+/// 180 KB at -O0: docs/guarantees.md), and meanwhile the tables of one CRotatableFastNoise3. Any number of
+/// threads may call it at once. It sets floating-point exception flags, and none of the exceptions may trap,
+/// as by default they do not.
 ///
 /// It says nothing of the four-lane operations that a program compiles itself: VerifyCallerArithmetic does.
 VESTREL_PUBLIC bool VerifyArithmetic() noexcept;

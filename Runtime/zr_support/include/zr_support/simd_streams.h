@@ -1,8 +1,9 @@
 #pragma once
 
 // Functions over whole arrays of floats, four at a time, and for single floats with the same bits. They are
-// made of plain IEEE operations, and never call the C library, so that the bits are the same on every
-// platform, in the default floating-point environment (round to nearest, denormals kept).
+// made of plain IEEE operations, so that the bits are the same on every platform, in the default
+// floating-point environment (round to nearest, denormals kept). The C library is not asked, but for a
+// correctly rounded sqrt where the processor has none (docs/guarantees.md).
 
 #include <zr_support/compiler.h>
 #include <zr_support/config.h>
