@@ -1,6 +1,7 @@
 // A main for the tests of what the wide kernels take part in. With --kernels=NAME all samplers use those of
 // one instruction set, which the tests otherwise leave to the library. Where the processor has none of that
-// name, the program says so as skipped tests do.
+// name, the program says so as skipped tests do; with --other-kernels=NAME also where the library takes them
+// by itself, so that nothing is tested twice.
 
 #include "wide/wide_kernels.h"
 
@@ -20,14 +21,16 @@ int main(int argumentCount, char** arguments) {
                      WideKernels().m_Name);
         return 1;
     }
-    constexpr std::string_view kOption = "--kernels=";
     for (int k = 1; k < argumentCount; ++k) {
         const std::string_view argument = arguments[k];
-        if (!argument.starts_with(kOption)) {
-            std::fprintf(stderr, "there is no option '%s'; there is --kernels=NAME\n", arguments[k]);
+        const bool isOther = argument.starts_with("--other-kernels=");
+        if (!isOther && !argument.starts_with("--kernels=")) {
+            std::fprintf(stderr,
+                         "there is no option '%s'; there are --kernels=NAME and --other-kernels=NAME\n",
+                         arguments[k]);
             return 2;
         }
-        const std::string_view name = argument.substr(kOption.size());
+        const std::string_view name = argument.substr(argument.find('=') + 1);
         const CWideKernels* chosen = nullptr;
         for (const CWideKernels* kernels : WideKernelsHere()) {
             chosen = kernels->m_Name == name ? kernels : chosen;
@@ -39,6 +42,11 @@ int main(int argumentCount, char** arguments) {
         }
         if (chosen == nullptr) {
             std::printf("[  SKIPPED ] this library on this processor has no kernels for %s\n", arguments[k]);
+            return 0;
+        }
+        if (isOther && chosen == WideKernelsHere()[0]) {
+            std::printf("[  SKIPPED ] this library on this processor takes the kernels of %s by itself\n",
+                        chosen->m_Name);
             return 0;
         }
         ChooseWideKernels(*chosen);
