@@ -42,7 +42,7 @@ struct FloatRegisterX3 {
 
 [[gnu::always_inline]] inline FloatRegister LoadTriple(const void* source) {
     float third;
-    std::memcpy(&third, static_cast<const float*>(source) + 2, sizeof(third));
+    std::memcpy(&third, static_cast<const char*>(source) + 2 * sizeof(float), sizeof(third));
     return _mm_movelh_ps(LoadPair(source), _mm_set_ss(third));
 }
 
