@@ -51,6 +51,12 @@ int main(int argumentCount, char** arguments) {
         }
         ChooseWideKernels(*chosen);
     }
-    std::printf("kernels: %s\n", WideKernels().m_Name);
-    return RUN_ALL_TESTS();
+    const CWideKernels& used = WideKernels();
+    std::printf("kernels: %s\n", used.m_Name);
+    const int result = RUN_ALL_TESTS();
+    if (&WideKernels() != &used) {
+        std::fprintf(stderr, "a test has left the kernels for %s in use\n", WideKernels().m_Name);
+        return 1;
+    }
+    return result;
 }

@@ -56,21 +56,21 @@ private:
 };
 
 /// Much address space of zeros, of which only what is written takes memory.
-class CSparseMemory {
+class CZeroMemory {
 public:
-    explicit CSparseMemory(uint64_t size) : m_Size(static_cast<size_t>(size)) {
+    explicit CZeroMemory(uint64_t size) : m_Size(static_cast<size_t>(size)) {
         void* const data =
             mmap(nullptr, m_Size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
         EXPECT_NE(data, MAP_FAILED);
         m_Data = static_cast<unsigned char*>(data);
     }
 
-    ~CSparseMemory() {
+    ~CZeroMemory() {
         munmap(m_Data, m_Size);
     }
 
-    CSparseMemory(const CSparseMemory&) = delete;
-    CSparseMemory& operator=(const CSparseMemory&) = delete;
+    CZeroMemory(const CZeroMemory&) = delete;
+    CZeroMemory& operator=(const CZeroMemory&) = delete;
 
     unsigned char* Data() const {
         return m_Data;
@@ -287,7 +287,7 @@ TEST_P(BatchSamplers, StridesOfGibibytes) {
     if (sizeof(void*) < 8) {
         GTEST_SKIP() << "needs more address space";
     }
-    const CSparseMemory memory(uint64_t{9} << 31); // 18 GiB
+    const CZeroMemory memory(uint64_t{9} << 31); // 18 GiB
     const std::vector<float> coordinates = CCoordinates(709).Fill(5 * 5);
     // 20 bytes apart, for no fast path to take them.
     const auto positionAt = [&](size_t k) { return &coordinates[5 * k]; };
@@ -401,7 +401,7 @@ TEST_P(BatchSamplers, OutputStrideZeroNeverReturnsAndDebugBuildsAssert) {
     // Aligned and packed, so that a fast path that looked at 16 bytes too few would show. The call would run
     // out of any positions; here it is interrupted long before it has been through 4 GiB of zeros, after 50
     // ms of its own time, so that a busy machine does not matter.
-    const CSparseMemory positions(uint64_t{1} << 32);
+    const CZeroMemory positions(uint64_t{1} << 32);
     alignas(16) float samples[8];
     std::fill_n(samples, 8, 99.0f);
     const auto sample = [&] {

@@ -1,4 +1,5 @@
 #include "batch_samplers.h"
+#include "chosen_kernels.h"
 #include "noise_test_support.h"
 
 #include <zr_maths/limit_instruction_set.h>
@@ -44,6 +45,7 @@ TEST(FastNoiseConcurrency, SamplersMayRunAtOnceOnOneObject) {
 
 // Whichever kernels a call finds, it goes through with.
 TEST(FastNoiseConcurrency, TheInstructionSetMayBeLimitedMeanwhile) {
+    const CChosenKernels chosen(Internal::WideKernels());
     const COpenNoise noise = EvenNoise();
     constexpr uint32_t kCount = 513;
     const std::vector<float> positions = CCoordinates(8).Fill(3 * kCount);
@@ -66,7 +68,6 @@ TEST(FastNoiseConcurrency, TheInstructionSetMayBeLimitedMeanwhile) {
     }
     isDone = true;
     limiting.join();
-    LimitInstructionSet(EInstructionSet::kAvx512);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "wide/wide_kernels.h"
 
 #include "batch_samplers.h"
+#include "chosen_kernels.h"
 #include "guarded_memory.h"
 #include "noise_test_support.h"
 #include "sparse_memory.h"
@@ -26,24 +27,6 @@ namespace {
 
 using namespace Vestrel;
 using namespace Vestrel::Internal;
-
-/// Makes all samplers use the kernels, as long as it lives.
-class CChosenKernels {
-public:
-    explicit CChosenKernels(const CWideKernels& kernels) {
-        ChooseWideKernels(kernels);
-    }
-
-    ~CChosenKernels() {
-        ChooseWideKernels(m_Before);
-    }
-
-    CChosenKernels(const CChosenKernels&) = delete;
-    CChosenKernels& operator=(const CChosenKernels&) = delete;
-
-private:
-    const CWideKernels& m_Before = WideKernels();
-};
 
 std::string NameWithoutBlanks(const CWideKernels& kernels) {
     std::string name = kernels.m_Name;
