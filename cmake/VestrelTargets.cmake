@@ -29,6 +29,7 @@ function(vestrel_exact_arithmetic target)
   if(VESTREL_TARGET_VECTORS_FLUSH)
     target_compile_options(${target} PRIVATE -fno-tree-slp-vectorize
       $<IF:$<CXX_COMPILER_ID:GNU>,-fno-tree-loop-vectorize,-fno-vectorize>)
+    target_compile_definitions(${target} PRIVATE VESTREL_NOT_VECTORISED=1)
   endif()
   # A square root is one instruction, unless it has to set errno.
   target_compile_options(${target} PRIVATE -ffp-contract=off -fno-math-errno -fno-lto)

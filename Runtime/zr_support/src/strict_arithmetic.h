@@ -5,6 +5,8 @@
 // installed, and no public header includes it: programs that use the library may take what flags they like
 // for code of their own.
 
+#include <zr_support/simd/flushing_vectors.h>
+
 #include <cfloat>
 
 #if defined(__FAST_MATH__) || (defined(__FINITE_MATH_ONLY__) && __FINITE_MATH_ONLY__ != 0) ||                \
@@ -21,6 +23,12 @@
 #pragma float_control(precise, on)
 #pragma clang diagnostic pop
 #pragma clang fp reassociate(off) contract(off)
+#endif
+
+// CMake sees vectors that flush denormals by CMAKE_CXX_FLAGS, but not by the flags of a folder.
+#if VESTREL_VECTORS_FLUSH && !defined(VESTREL_NOT_VECTORISED)
+#error "Vestrel's own sources must not be vectorised for AltiVec or 32-bit NEON, which flush denormals: \
+give -maltivec or -mfpu=neon in CMAKE_CXX_FLAGS, in a new build folder, so that CMake adds the flags for that."
 #endif
 
 static_assert(FLT_EVAL_METHOD == 0,

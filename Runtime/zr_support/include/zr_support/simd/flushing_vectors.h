@@ -1,9 +1,9 @@
 #pragma once
 
-// Whether this is compiled for vector instructions that take denormals for 0 where the scalar ones keep them:
-// those of NEON on 32-bit ARM always do, those of AltiVec on Linux, which starts programs so. (VSX has
-// others.) Floats must not come there, and compilers bring them: -ffast-math is all that g++ asks for on ARM,
-// clang++ needs no flag, and on PowerPC neither does.
+// Whether this is compiled for vector instructions that take denormals for 0 where the scalar ones keep them.
+// NEON on 32-bit ARM always does; AltiVec does on Linux, which starts programs in that mode. (VSX does not.)
+// Floats must not get there, and compilers put them there: g++ with -ffast-math on ARM, clang++ without any
+// flag, and both without any on PowerPC.
 
 #if (defined(__arm__) && defined(__ARM_NEON)) || (defined(__ALTIVEC__) && !defined(__VSX__))
 #define VESTREL_VECTORS_FLUSH 1
