@@ -34,9 +34,9 @@ class Wrong(Exception):
 
 
 def load_port(folder):
-    specification = importlib.util.spec_from_file_location("port", folder / "port.py")
-    port = importlib.util.module_from_spec(specification)
-    specification.loader.exec_module(port)
+    spec = importlib.util.spec_from_file_location("port", folder / "port.py")
+    port = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(port)
     return port
 
 

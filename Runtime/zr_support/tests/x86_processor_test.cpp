@@ -42,7 +42,7 @@ constexpr CX86Processor kIceLake = {0x1B, 0x7FFAFBBF, 0xF2BF27EF, 0x40405F4E, 0x
 constexpr CX86Processor kHaswell = {0x0D, 0x7FFAFBFF, 0x000027AB, 0x00000000, 0x07};
 
 constexpr CKnownProcessor kKnown[] = {
-    // github.com/google/highway, issue 560
+    // a report to the Highway project on GitHub
     {"Core 2 Duo E7200", {0x0A, 0x0008E39D, 0, 0, 0}, kFourLanes},
     // GenuineIntel00106E5_Lynnfield
     {"Core i7-860, Nehalem", {0x0B, 0x0098E3FD, 0, 0, 0}, kFourLanes},
@@ -199,7 +199,9 @@ TEST(X86Processor, IsReadAsByLinux) {
         {"avx512f", &CX86Processor::m_Xcr0, 0xE6},
     };
     const CX86Processor processor = ReadX86Processor();
-    EXPECT_EQ(processor.m_HighestLeaf, std::stoul(*FromLinux("cpuid level").begin()));
+    const std::set<std::string> level = FromLinux("cpuid level");
+    ASSERT_FALSE(level.empty());
+    EXPECT_EQ(processor.m_HighestLeaf, std::stoul(*level.begin()));
     const std::set<std::string> flags = FromLinux("flags");
     for (const CFlag& flag : kFlags) {
         const uint32_t read = processor.*flag.m_Field;

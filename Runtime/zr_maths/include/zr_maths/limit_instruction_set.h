@@ -13,7 +13,8 @@ namespace Vestrel {
 /// otherwise, for the library takes the widest by itself. Results stay the same, bit for bit; only the time
 /// that they take changes.
 ///
-/// Each call replaces the limit of the one before. kAvx512 is no limit, and neither is a value outside the
+/// It only lowers: no call makes the library use what the processor does not support. Each call replaces the
+/// limit of the one before. kAvx512 is no limit, and neither is a value outside the
 /// enumeration.
 ///
 /// Any thread may call it at any time. It does not lock or allocate. Calls that run meanwhile on other

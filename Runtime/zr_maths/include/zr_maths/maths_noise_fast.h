@@ -66,8 +66,9 @@ namespace Vestrel {
 /// Nothing is checked, reported or thrown.
 ///
 /// ## Exception flags
-/// Samplers may set FE_INEXACT; FE_UNDERFLOW where a fraction is below 2^-12; FE_INVALID and FE_OVERFLOW at
-/// coordinates that are not numbers, infinite or beyond +-2^31. They never set FE_DIVBYZERO and clear none.
+/// Samplers may set FE_INEXACT; FE_UNDERFLOW where a fraction is below 2^-12, or where values of the field or
+/// samples are themselves tiny; FE_INVALID and FE_OVERFLOW at coordinates that are not numbers, infinite or
+/// beyond +-2^31. They never set FE_DIVBYZERO and clear none. docs/guarantees.md has all operations.
 ///
 /// ## Processors
 /// Long runs are taken by the widest instructions that the library has for the processor: on x86-64 those of

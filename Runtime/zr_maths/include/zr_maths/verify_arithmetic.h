@@ -70,7 +70,7 @@ template <typename TMultiplyAdd>
     constexpr uint32_t kLeast = 1;                    // 2^-149
     constexpr uint32_t kLeastTimesTwo31 = 0x04800000; // 2^-118
     constexpr uint32_t kLeastNormal = 0x00800000;     // 2^-126
-    constexpr uint32_t kHalfOfLast = 0x33800000;      // 2^-24, of the last place of 1 the half
+    constexpr uint32_t kHalfOfLast = 0x33800000;      // 2^-24, half a unit in the last place of 1
     constexpr uint32_t kHalf = 0x3F000000;
     constexpr uint32_t kOne = 0x3F800000;
     constexpr uint32_t kRoot = kOne + (1u << 11);   // 1 + 2^-12
