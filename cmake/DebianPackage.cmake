@@ -51,8 +51,11 @@ if(VESTREL_GZIP)
   install(FILES ${PROJECT_BINARY_DIR}/debian/changelog.gz
     DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${libraries_package} COMPONENT Runtime EXCLUDE_FROM_ALL)
 endif()
-install(FILES ${PROJECT_SOURCE_DIR}/cmake/debian_lintian_overrides RENAME ${libraries_package}
-  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides COMPONENT Runtime EXCLUDE_FROM_ALL)
+set(vestrel_overrides_dir ${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides)
+install(FILES ${PROJECT_SOURCE_DIR}/cmake/lintian_overrides_noise RENAME vestrel-noise
+  DESTINATION ${vestrel_overrides_dir} COMPONENT Development EXCLUDE_FROM_ALL)
+install(FILES ${PROJECT_SOURCE_DIR}/cmake/lintian_overrides_libraries RENAME ${libraries_package}
+  DESTINATION ${vestrel_overrides_dir} COMPONENT Runtime EXCLUDE_FROM_ALL)
 
 include(CPack)
 cpack_add_component(Development GROUP Noise)
