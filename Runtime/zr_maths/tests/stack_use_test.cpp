@@ -77,12 +77,21 @@ size_t TouchedBytes(std::function<void()> operation) {
 }
 
 /// Without what a thread takes by itself.
-size_t StackUse(std::function<void()> operation) {
+size_t BytesUsed(std::function<void()> operation) {
     return TouchedBytes(std::move(operation)) - TouchedBytes([] {});
 }
 
-TEST(StackUse, SeesWhatIsUsed) {
-    const size_t used = StackUse([] {
+class StackUse : public testing::Test {
+protected:
+    void SetUp() override {
+        if (kIsSanitized) {
+            GTEST_SKIP() << "sanitizers put zones around all variables";
+        }
+    }
+};
+
+TEST_F(StackUse, SeesWhatIsUsed) {
+    const size_t used = BytesUsed([] {
         unsigned char bytes[20000];
         asm volatile("" : : "r"(bytes) : "memory");
         std::fill_n(bytes, sizeof(bytes), static_cast<unsigned char>(0));
@@ -92,12 +101,9 @@ TEST(StackUse, SeesWhatIsUsed) {
     EXPECT_LE(used, 30000u);
 }
 
-TEST(StackUse, IsWithinBounds) {
-    if (kIsSanitized) {
-        GTEST_SKIP() << "sanitizers put zones around all variables";
-    }
+TEST_F(StackUse, IsWithinBounds) {
     const CBounds bounds = Bounds();
-    EXPECT_LE(StackUse([] { VerifyArithmetic(); }), bounds.m_Verification) << "VerifyArithmetic";
+    EXPECT_LE(BytesUsed([] { VerifyArithmetic(); }), bounds.m_Verification) << "VerifyArithmetic";
 
     constexpr uint32_t kCount = 1023;
     COpenNoise noise = EvenNoise();
@@ -110,7 +116,7 @@ TEST(StackUse, IsWithinBounds) {
         positions[100] = coordinate;
         const auto expect = [&](const char* name, auto sample, auto position) {
             const auto* const data = reinterpret_cast<const decltype(position)*>(positions.data());
-            EXPECT_LE(StackUse([&] {
+            EXPECT_LE(BytesUsed([&] {
                           (noise.*sample)(output, {data, kCount, sizeof(position)});
                       }),
                       bounds.m_Operation)
@@ -124,13 +130,13 @@ TEST(StackUse, IsWithinBounds) {
     const std::vector<TPair<TVector<float, 4>, TVector<int, 4>>> records(kCount);
     std::vector<TVector<float, 4>> gradients(kCount);
     EXPECT_LE(
-        StackUse([&] {
+        BytesUsed([&] {
             noise.Sample1stOrderDerivativesQuintic({records.data(), kCount}, {gradients.data(), kCount});
         }),
         bounds.m_Operation)
         << "gradients";
     for (const float time : {0.37f, 20000.5f}) {
-        EXPECT_LE(StackUse([&] { rotatable.RotateBasis(time); }), bounds.m_Operation) << "time " << time;
+        EXPECT_LE(BytesUsed([&] { rotatable.RotateBasis(time); }), bounds.m_Operation) << "time " << time;
     }
 }
 
