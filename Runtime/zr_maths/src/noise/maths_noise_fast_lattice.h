@@ -24,8 +24,8 @@ using SIMD_Neon::Int4;
 enum class ENoiseQuality { kLinear, kCubic, kQuintic };
 
 /// `position` with 0 in lane 3. Lane 3 is ignored, but arithmetic on what a caller has there would show: a
-/// denormal takes many times as long, and a NaN or 3e9 raises FE_INVALID. Pinned, for compilers drop the mask
-/// once they see that lane 3 is unused.
+/// denormal takes several times as long, and a NaN or 3e9 raises FE_INVALID. Pinned, because compilers drop
+/// the mask once they see that lane 3 is unused.
 [[gnu::always_inline]] inline Float4 ClearLane3(Float4 position) {
     return Float4(SIMD_Neon::Backend::Pin((position & Int4(-1, -1, -1, 0)).m_Register));
 }
