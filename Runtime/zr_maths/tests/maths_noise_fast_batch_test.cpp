@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <cstdint>
 #include <cstring>
@@ -419,6 +420,18 @@ TEST_P(BatchSamplers, OutputStrideZeroNeverReturnsAndDebugBuildsAssert) {
     EXPECT_TRUE(result.WasKilledBy(SIGABRT)) << "status " << result.m_Status;
     EXPECT_NE(result.m_Errors.find("a sampler needs an output stride"), std::string::npos) << result.m_Errors;
 #endif
+}
+
+TEST(BatchSamplers, TakeContainers) {
+    const COpenNoise noise = EvenNoise();
+    const std::array<TVector<float, 3>, 3> positions = {
+        {{0.5f, 1.5f, 2.5f}, {3.25f, 0.0f, 9.0f}, {-1.0f, 7.5f, 8.25f}}};
+    std::vector<float> samples(positions.size());
+    noise.SampleCubic3D(samples, positions);
+    for (size_t k = 0; k < samples.size(); ++k) {
+        const float expected = Reference::Sample(noise.Basis(), Reference::EQuality::kCubic, positions[k]);
+        EXPECT_EQ(FoldedBits(samples[k]), FoldedBits(expected)) << "position " << k;
+    }
 }
 
 // The four-dimensional fast path, which differs from the others.
