@@ -1,8 +1,8 @@
 // Nanoseconds per position of every batch sampler: packed positions, aligned and misaligned, and against both
 // the same work written as a plain scalar loop.
 
-#include "batch_samplers.h"
 #include "benchmark_sections.h"
+#include "noise_reference.h"
 #include "noise_test_support.h"
 #include "plain_split.h"
 
@@ -54,7 +54,7 @@ CData& Data() {
     return data;
 }
 
-template <Reference::EQuality kQuality, typename TPosition>
+template <EQuality kQuality, typename TPosition>
 [[gnu::noinline]] void PlainLoop(const float* basis, float* samples, const void* positions, uint32_t count) {
     const TPosition* const typed = static_cast<const TPosition*>(positions);
     for (uint32_t k = 0; k < count; ++k) {
@@ -65,8 +65,8 @@ template <Reference::EQuality kQuality, typename TPosition>
 using CPlainLoop = void (*)(const float* basis, float* samples, const void* positions, uint32_t count);
 
 template <typename TPosition>
-CPlainLoop PlainLoopOf(Reference::EQuality quality) {
-    using enum Reference::EQuality;
+CPlainLoop PlainLoopOf(EQuality quality) {
+    using enum EQuality;
     return quality == kLinear  ? PlainLoop<kLinear, TPosition>
            : quality == kCubic ? PlainLoop<kCubic, TPosition>
                                : PlainLoop<kQuintic, TPosition>;

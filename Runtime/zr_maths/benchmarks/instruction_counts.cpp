@@ -1,8 +1,8 @@
 // Samples once, for a tool that counts instructions: instruction_counts KERNELS SAMPLER COUNT. Setting up
 // takes the same number for every COUNT.
 
-#include "batch_samplers.h"
 #include "noise_test_support.h"
+#include "operations.h"
 #include "wide/wide_kernels.h"
 
 #include <cstdint>

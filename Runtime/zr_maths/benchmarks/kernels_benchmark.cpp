@@ -1,9 +1,9 @@
 // The kernels of every instruction set side by side: nanoseconds per position or entry, and how many times as
 // fast they are as the code for four lanes in the same run.
 
-#include "batch_samplers.h"
 #include "benchmark_sections.h"
 #include "noise_test_support.h"
+#include "operations.h"
 #include "wide/wide_kernels.h"
 
 #include <benchmark/benchmark.h>
@@ -25,8 +25,6 @@ namespace {
 
 using Internal::CWideKernels;
 using SIMD_Neon::Float4;
-using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;
-using CGradient = TVector<float, 4>;
 
 constexpr uint32_t kCount = 4096;
 constexpr uint32_t kMaxCount = 1 << 24;

@@ -25,12 +25,9 @@ namespace Vestrel::Benchmarks {
 
 namespace {
 
-using Reference::EQuality;
 using SIMD_Neon::Float4;
 
 using CPosition = TVector<float, 3>;
-using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;
-using CGradient = TVector<float, 4>;
 
 constexpr uint32_t kCount = 4096;
 constexpr uint32_t kEntries = 256;
@@ -75,10 +72,12 @@ CData& Data() {
     return data;
 }
 
-template <auto kSample>
+// The rows of kPointSamplers are template arguments, so that compilers know which function is called.
+
+template <size_t kRow>
 void Samples(CData& data) {
     for (uint32_t k = 0; k < kCount; ++k) {
-        data.m_Samples[k] = (data.m_Noise.*kSample)(data.m_FourLanes[k]);
+        data.m_Samples[k] = (data.m_Noise.*kPointSamplers[kRow].m_Sample)(data.m_FourLanes[k]);
     }
 }
 
@@ -87,27 +86,29 @@ template <EQuality kQuality>
     return Reference::Sample(basis, kQuality, position, CPlainSplit());
 }
 
-template <EQuality kQuality>
+template <size_t kRow>
 void PlainSamples(CData& data) {
     for (uint32_t k = 0; k < kCount; ++k) {
-        data.m_Samples[k] = PlainSample<kQuality>(data.m_Noise.Basis(), data.m_Positions[k]);
+        data.m_Samples[k] =
+            PlainSample<kPointSamplers[kRow].m_Quality>(data.m_Noise.Basis(), data.m_Positions[k]);
     }
 }
 
 /// Every call takes the next four positions, which the caller would have found to share a cell; what it costs
 /// does not depend on it.
-template <auto kSample>
+template <size_t kRow>
 void CoherentSamples(CData& data) {
     for (uint32_t k = 0; k < kCount; ++k) {
-        SIMD_Neon::StoreUnaligned(&data.m_Gradients[k],
-                                  (data.m_Noise.*kSample)(&data.m_FourLanes[k / 4 * 4]));
+        SIMD_Neon::StoreUnaligned(&data.m_Gradients[k], (data.m_Noise.*kPointSamplers[kRow].m_Coherent)(
+                                                            &data.m_FourLanes[k / 4 * 4]));
     }
 }
 
-template <auto kSample>
+template <size_t kRow>
 void Gradients(CData& data) {
     for (uint32_t k = 0; k < kCount; ++k) {
-        SIMD_Neon::StoreUnaligned(&data.m_Gradients[k], (data.m_Noise.*kSample)(data.m_FourLanes[k]));
+        SIMD_Neon::StoreUnaligned(&data.m_Gradients[k],
+                                  (data.m_Noise.*kPointSamplers[kRow].m_Gradient)(data.m_FourLanes[k]));
     }
 }
 
@@ -122,23 +123,20 @@ template <EQuality kQuality>
     return {gradient.x, gradient.y, gradient.z, 0.0f};
 }
 
-template <EQuality kQuality>
+template <size_t kRow>
 void PlainGradients(CData& data) {
     for (uint32_t k = 0; k < kCount; ++k) {
-        data.m_Gradients[k] = PlainGradient<kQuality>(data.m_Noise.Basis(), data.m_Positions[k]);
+        data.m_Gradients[k] =
+            PlainGradient<kPointSamplers[kRow].m_Quality>(data.m_Noise.Basis(), data.m_Positions[k]);
     }
 }
 
-using CBatchGradient = void (CFastNoise3::*)(const TMemoryView<const CRecord>&,
-                                             const TMemoryView<CGradient>&) const noexcept;
-using CSingleGradient = Float4 (CFastNoise3::*)(Float4) const noexcept;
-
-template <CBatchGradient kSample>
+template <size_t kRow>
 void GradientBatch(CData& data) {
-    (data.m_Noise.*kSample)({data.m_Records.data(), kCount}, {data.m_Gradients.data(), kCount});
+    (data.m_Noise.*kPointSamplers[kRow].m_GradientBatch)(data.m_Records, data.m_Gradients);
 }
 
-template <EQuality kQuality>
+template <size_t kRow>
 [[gnu::noinline]] void PlainGradientBatch(CData& data) {
     const float* const basis = data.m_Noise.Basis();
     const CRecord* const records = data.m_Records.data();
@@ -146,8 +144,8 @@ template <EQuality kQuality>
     for (uint32_t k = 0; k < kCount; ++k) {
         const auto& [fractions, cell] = records[k];
         const TVector<float, 3> gradient = Reference::Gradient(
-            basis, kQuality, true, {fractions.x, fractions.y, fractions.z}, static_cast<uint32_t>(cell.x),
-            static_cast<uint32_t>(cell.y), static_cast<uint32_t>(cell.z));
+            basis, kPointSamplers[kRow].m_Quality, true, {fractions.x, fractions.y, fractions.z},
+            static_cast<uint32_t>(cell.x), static_cast<uint32_t>(cell.y), static_cast<uint32_t>(cell.z));
         gradients[k] = {gradient.x, gradient.y, gradient.z, 0.0f};
     }
 }
@@ -224,33 +222,18 @@ struct COperation {
 };
 
 constexpr COperation kOperations[] = {
-    {"SampleLinear", "in plain code", kCount, Samples<&CFastNoise3::SampleLinear>,
-     PlainSamples<EQuality::kLinear>},
-    {"SampleCubic", "in plain code", kCount, Samples<&CFastNoise3::SampleCubic>,
-     PlainSamples<EQuality::kCubic>},
-    {"SampleQuintic", "in plain code", kCount, Samples<&CFastNoise3::SampleQuintic>,
-     PlainSamples<EQuality::kQuintic>},
-    {"CoherentSampleLinear", "SampleLinear", kCount, CoherentSamples<&CFastNoise3::CoherentSampleLinear>,
-     Samples<&CFastNoise3::SampleLinear>},
-    {"CoherentSampleCubic", "SampleCubic", kCount, CoherentSamples<&CFastNoise3::CoherentSampleCubic>,
-     Samples<&CFastNoise3::SampleCubic>},
-    {"CoherentSampleQuintic", "SampleQuintic", kCount, CoherentSamples<&CFastNoise3::CoherentSampleQuintic>,
-     Samples<&CFastNoise3::SampleQuintic>},
-    {"Derivatives, linear", "in plain code", kCount,
-     Gradients<CSingleGradient{&CFastNoise3::Sample1stOrderDerivativesLinear}>,
-     PlainGradients<EQuality::kLinear>},
-    {"Derivatives, cubic", "in plain code", kCount,
-     Gradients<CSingleGradient{&CFastNoise3::Sample1stOrderDerivativesCubic}>,
-     PlainGradients<EQuality::kCubic>},
-    {"Derivatives, quintic", "in plain code", kCount,
-     Gradients<CSingleGradient{&CFastNoise3::Sample1stOrderDerivativesQuintic}>,
-     PlainGradients<EQuality::kQuintic>},
-    {"Derivatives in a batch, linear", "plain loop", kCount,
-     GradientBatch<&CFastNoise3::Sample1stOrderDerivativesLinear>, PlainGradientBatch<EQuality::kLinear>},
-    {"Derivatives in a batch, cubic", "plain loop", kCount,
-     GradientBatch<&CFastNoise3::Sample1stOrderDerivativesCubic>, PlainGradientBatch<EQuality::kCubic>},
-    {"Derivatives in a batch, quintic", "plain loop", kCount,
-     GradientBatch<&CFastNoise3::Sample1stOrderDerivativesQuintic>, PlainGradientBatch<EQuality::kQuintic>},
+    {"SampleLinear", "in plain code", kCount, Samples<0>, PlainSamples<0>},
+    {"SampleCubic", "in plain code", kCount, Samples<1>, PlainSamples<1>},
+    {"SampleQuintic", "in plain code", kCount, Samples<2>, PlainSamples<2>},
+    {"CoherentSampleLinear", "SampleLinear", kCount, CoherentSamples<0>, Samples<0>},
+    {"CoherentSampleCubic", "SampleCubic", kCount, CoherentSamples<1>, Samples<1>},
+    {"CoherentSampleQuintic", "SampleQuintic", kCount, CoherentSamples<2>, Samples<2>},
+    {"Derivatives, linear", "in plain code", kCount, Gradients<0>, PlainGradients<0>},
+    {"Derivatives, cubic", "in plain code", kCount, Gradients<1>, PlainGradients<1>},
+    {"Derivatives, quintic", "in plain code", kCount, Gradients<2>, PlainGradients<2>},
+    {"Derivatives in a batch, linear", "plain loop", kCount, GradientBatch<0>, PlainGradientBatch<0>},
+    {"Derivatives in a batch, cubic", "plain loop", kCount, GradientBatch<1>, PlainGradientBatch<1>},
+    {"Derivatives in a batch, quintic", "plain loop", kCount, GradientBatch<2>, PlainGradientBatch<2>},
     {"RotateBasis, all 256 entries", "with sinf", 1, Rotation<0>, RotationBySinf<0>},
     {"RotateBasis, after 10000 turns", "with sinf", 1, Rotation<10000>, RotationBySinf<10000>},
     {"SinStream_Aligned16", "SLEEF, 3.5 ULP", kEntries, Sines, SinesBySleef},

@@ -3,6 +3,7 @@
 
 #include "batch_calls.h"
 #include "fuzz_target.h"
+#include "noise_reference.h"
 
 #include <algorithm>
 #include <cmath>
@@ -175,7 +176,7 @@ void RunInput(CInput& input) {
         if (IsTelling()) {
             TellPosition(positions + place.m_Position, sampler.m_Dimension, expected.size());
         }
-        expected.push_back(sampler.m_Expected(noise.Basis(), positions + place.m_Position));
+        expected.push_back(Reference::Sample(noise.Basis(), sampler, positions + place.m_Position));
     }
     static std::vector<unsigned char> due;
     due.assign(outputBlock.Data(), outputBlock.Data() + layout.m_OutputBlockSize);
@@ -192,8 +193,8 @@ void RunInput(CInput& input) {
     }
     for (size_t k = 0; k < places.size() && !layout.m_IsOverlapping; ++k) {
         // A position that was written would give another sample.
-        ExpectSameBits(sampler.m_Expected(noise.Basis(), positions + places[k].m_Position), expected[k],
-                       "after the call, the sample of position", k);
+        ExpectSameBits(Reference::Sample(noise.Basis(), sampler, positions + places[k].m_Position),
+                       expected[k], "after the call, the sample of position", k);
     }
 }
 

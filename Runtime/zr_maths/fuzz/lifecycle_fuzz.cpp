@@ -407,12 +407,11 @@ void Sample(CInput& input, CObject& object) {
         return;
     }
     for (size_t k = 0; k < 5; ++k) {
-        ExpectSameBits(samples[k],
-                       Reference::Sample(object.m_Model.m_Basis, Reference::EQuality::kCubic, positions[k]),
+        ExpectSameBits(samples[k], Reference::Sample(object.m_Model.m_Basis, EQuality::kCubic, positions[k]),
                        "sample", k);
     }
     ExpectSameBits(sample,
-                   Reference::Sample(object.m_Model.m_Basis, Reference::EQuality::kQuintic,
+                   Reference::Sample(object.m_Model.m_Basis, EQuality::kQuintic,
                                      TVector<float, 3>{positions[0], positions[1], positions[2]}),
                    "3D sample", 0);
 }

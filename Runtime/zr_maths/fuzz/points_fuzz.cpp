@@ -11,31 +11,7 @@ namespace Vestrel::Fuzz {
 
 namespace {
 
-using Reference::EQuality;
 using SIMD_Neon::Float4;
-using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;
-using CRecords = TMemoryView<const CRecord>;
-using CGradients = TMemoryView<TVector<float, 4>>;
-
-/// The operations of one quality.
-struct CPointSampler {
-    const char* m_Quality;
-    EQuality m_ReferenceQuality;
-    float (CFastNoise3::*m_Sample)(Float4) const noexcept;
-    Float4 (CFastNoise3::*m_CoherentSample)(const Float4*) const noexcept;
-    Float4 (CFastNoise3::*m_Gradient)(Float4) const noexcept;
-    void (CFastNoise3::*m_GradientBatch)(const CRecords&, const CGradients&) const noexcept;
-};
-
-constexpr CPointSampler kPointSamplers[] = {
-    {"linear", EQuality::kLinear, &CFastNoise3::SampleLinear, &CFastNoise3::CoherentSampleLinear,
-     &CFastNoise3::Sample1stOrderDerivativesLinear, &CFastNoise3::Sample1stOrderDerivativesLinear},
-    {"cubic", EQuality::kCubic, &CFastNoise3::SampleCubic, &CFastNoise3::CoherentSampleCubic,
-     &CFastNoise3::Sample1stOrderDerivativesCubic, &CFastNoise3::Sample1stOrderDerivativesCubic},
-    {"quintic", EQuality::kQuintic, &CFastNoise3::SampleQuintic, &CFastNoise3::CoherentSampleQuintic,
-     &CFastNoise3::Sample1stOrderDerivativesQuintic, &CFastNoise3::Sample1stOrderDerivativesQuintic},
-};
-
 struct CPoint {
     TVector<float, 3> m_Position;
     Float4 m_Lanes; // with anything in lane 3
@@ -61,11 +37,10 @@ void ExpectGradient(const TVector<float, 4>& actual, const TVector<float, 3>& ex
     ExpectSameBits(actual.w, 0.0f, "lane 3 of gradient", number);
 }
 
-void RunSample(CInput& input, const CPointSampler& sampler, const COpenNoise& noise) {
+void RunSample(CInput& input, const CPointSamplers& samplers, const COpenNoise& noise) {
     const CPoint point = ChoosePoint(input, "sample at");
-    ExpectSameBits((noise.*sampler.m_Sample)(point.m_Lanes),
-                   Reference::Sample(noise.Basis(), sampler.m_ReferenceQuality, point.m_Position), "sample",
-                   0);
+    ExpectSameBits((noise.*samplers.m_Sample)(point.m_Lanes),
+                   Reference::Sample(noise.Basis(), samplers.m_Quality, point.m_Position), "sample", 0);
 }
 
 /// A coordinate in the cell of another one, or anywhere.
@@ -74,7 +49,7 @@ float ChooseNear(CInput& input, float first) {
                            : std::floor(first) + static_cast<float>(input.Byte()) * 0x1p-8f;
 }
 
-void RunCoherent(CInput& input, const CPointSampler& sampler, const COpenNoise& noise) {
+void RunCoherent(CInput& input, const CPointSamplers& samplers, const COpenNoise& noise) {
     const CPoint first = ChoosePoint(input, "four samples in the cell of");
     TVector<float, 3> positions[4] = {first.m_Position};
     Float4 lanes[4] = {first.m_Lanes};
@@ -85,22 +60,21 @@ void RunCoherent(CInput& input, const CPointSampler& sampler, const COpenNoise& 
         Tell("and at (%a, %a, %a)\n", static_cast<double>(positions[k].x),
              static_cast<double>(positions[k].y), static_cast<double>(positions[k].z));
     }
-    const TVector<float, 4> samples = LanesOf((noise.*sampler.m_CoherentSample)(lanes));
+    const TVector<float, 4> samples = LanesOf((noise.*samplers.m_Coherent)(lanes));
     const float actual[4] = {samples.x, samples.y, samples.z, samples.w};
     for (size_t k = 0; k < 4; ++k) {
-        ExpectSameBits(actual[k],
-                       Reference::SampleCoherent(noise.Basis(), sampler.m_ReferenceQuality, positions, k),
+        ExpectSameBits(actual[k], Reference::SampleCoherent(noise.Basis(), samplers.m_Quality, positions, k),
                        "sample", k);
     }
 }
 
-void RunGradient(CInput& input, const CPointSampler& sampler, const COpenNoise& noise) {
+void RunGradient(CInput& input, const CPointSamplers& samplers, const COpenNoise& noise) {
     const CPoint point = ChoosePoint(input, "gradient at");
     const Reference::CCell x = Reference::Split(point.m_Position.x);
     const Reference::CCell y = Reference::Split(point.m_Position.y);
     const Reference::CCell z = Reference::Split(point.m_Position.z);
-    ExpectGradient(LanesOf((noise.*sampler.m_Gradient)(point.m_Lanes)),
-                   Reference::Gradient(noise.Basis(), sampler.m_ReferenceQuality, false,
+    ExpectGradient(LanesOf((noise.*samplers.m_Gradient)(point.m_Lanes)),
+                   Reference::Gradient(noise.Basis(), samplers.m_Quality, false,
                                        {x.m_Fraction, y.m_Fraction, z.m_Fraction}, x.m_Coordinate,
                                        y.m_Coordinate, z.m_Coordinate),
                    0);
@@ -126,7 +100,7 @@ void FillRecord(CInput& input, CRecord& record) {
 constexpr uint32_t kMostRecords = 10;
 
 /// Gradients of split positions; the output lies over the records, in one block, or in one of its own.
-void RunGradientBatch(CInput& input, const CPointSampler& sampler, const COpenNoise& noise) {
+void RunGradientBatch(CInput& input, const CPointSamplers& samplers, const COpenNoise& noise) {
     constexpr unsigned char kCanary = 0xC5;
     constexpr size_t kMargin = 48;
     const uint32_t count = input.Below(kMostRecords + 1);
@@ -150,7 +124,7 @@ void RunGradientBatch(CInput& input, const CPointSampler& sampler, const COpenNo
         CRecord& record = records[k];
         FillRecord(input, record);
         expected[k] = Reference::Gradient(
-            noise.Basis(), sampler.m_ReferenceQuality, true, {record.first.x, record.first.y, record.first.z},
+            noise.Basis(), samplers.m_Quality, true, {record.first.x, record.first.y, record.first.z},
             static_cast<uint32_t>(record.second.x), static_cast<uint32_t>(record.second.y),
             static_cast<uint32_t>(record.second.z));
     }
@@ -158,7 +132,7 @@ void RunGradientBatch(CInput& input, const CPointSampler& sampler, const COpenNo
     std::memcpy(due, outputBlock.Data(), outputBlockSize);
 
     // The count of the output is never read: it says 0 here.
-    (noise.*sampler.m_GradientBatch)({records, count}, {reinterpret_cast<TVector<float, 4>*>(output), 0});
+    (noise.*samplers.m_GradientBatch)({records, count}, {reinterpret_cast<TVector<float, 4>*>(output), 0});
 
     for (uint32_t k = 0; k < count; ++k) {
         TVector<float, 4> gradient;
@@ -178,9 +152,9 @@ void RunGradientBatch(CInput& input, const CPointSampler& sampler, const COpenNo
 void RunInput(CInput& input) {
     const auto run = {&RunSample, &RunCoherent, &RunGradient, &RunGradientBatch};
     const auto operation = run.begin()[input.Below(4)];
-    const CPointSampler& sampler = kPointSamplers[input.Below(3)];
-    Tell("%s\n", sampler.m_Quality);
-    operation(input, sampler, ChooseField(input));
+    const CPointSamplers& samplers = kPointSamplers[input.Below(3)];
+    Tell("%s\n", samplers.m_Name);
+    operation(input, samplers, ChooseField(input));
 }
 
 } // namespace Vestrel::Fuzz

@@ -3,7 +3,7 @@
 // The pattern of the batch samplers, worked out from its definition: where the samples of a call go, and
 // where their positions come from.
 
-#include "batch_samplers.h"
+#include "operations.h"
 
 #include <cstddef>
 #include <cstdint>

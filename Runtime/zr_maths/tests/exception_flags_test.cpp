@@ -1,7 +1,7 @@
 // Which floating-point exception flags the operations may set, by what their coordinates are.
 
-#include "batch_samplers.h"
 #include "noise_test_support.h"
+#include "operations.h"
 
 #include <zr_support/simd_streams.h>
 
@@ -51,7 +51,7 @@ std::string NamesOf(int flags) {
 }
 
 template <typename TOperation>
-void ExpectAllowedFlags(const CCoordinates& coordinates, const char* name, float first,
+void ExpectAllowedFlags(const CCoordinates& coordinates, const std::string& name, float first,
                         const TOperation& operation) {
     std::feclearexcept(FE_ALL_EXCEPT);
     operation();
@@ -91,20 +91,17 @@ TEST_P(ExceptionFlags, OfSinglePositions) {
     for (const float value : GetParam().m_Values) {
         const Float4 positions[] = {Float4(value, value, value, 0.0f), Float4(value, value, value, 0.0f),
                                     Float4(value, value, value, 0.0f), Float4(value, value, value, 0.0f)};
-        const auto expect = [&](const char* name, const auto& operation) {
+        const auto expect = [&](const std::string& name, const auto& operation) {
             ExpectAllowedFlags(GetParam(), name, value, operation);
         };
         float lanes[4];
-        expect("SampleLinear", [&] { lanes[0] = noise.SampleLinear(positions[0]); });
-        expect("SampleCubic", [&] { lanes[1] = noise.SampleCubic(positions[0]); });
-        expect("SampleQuintic", [&] { lanes[2] = noise.SampleQuintic(positions[0]); });
         const auto store = [&](Float4 result) { SIMD_Neon::StoreUnaligned(lanes, result); };
-        expect("CoherentSampleLinear", [&] { store(noise.CoherentSampleLinear(positions)); });
-        expect("CoherentSampleCubic", [&] { store(noise.CoherentSampleCubic(positions)); });
-        expect("CoherentSampleQuintic", [&] { store(noise.CoherentSampleQuintic(positions)); });
-        expect("gradient, linear", [&] { store(noise.Sample1stOrderDerivativesLinear(positions[0])); });
-        expect("gradient, cubic", [&] { store(noise.Sample1stOrderDerivativesCubic(positions[0])); });
-        expect("gradient, quintic", [&] { store(noise.Sample1stOrderDerivativesQuintic(positions[0])); });
+        for (const CPointSamplers& samplers : kPointSamplers) {
+            const std::string quality = samplers.m_Name;
+            expect("Sample" + quality, [&] { lanes[0] = (noise.*samplers.m_Sample)(positions[0]); });
+            expect("CoherentSample" + quality, [&] { store((noise.*samplers.m_Coherent)(positions)); });
+            expect("gradient, " + quality, [&] { store((noise.*samplers.m_Gradient)(positions[0])); });
+        }
     }
 }
 
@@ -112,7 +109,6 @@ INSTANTIATE_TEST_SUITE_P(AllCoordinates, ExceptionFlags, testing::ValuesIn(kAllC
                          CNameOfInstance());
 
 TEST(ExceptionFlagsOfFractions, AreThoseOfTheirSize) {
-    using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;
     constexpr uint32_t kCount = 191;
     const COpenNoise noise = EvenNoise();
     const CCoordinates all[] = {
@@ -122,17 +118,11 @@ TEST(ExceptionFlagsOfFractions, AreThoseOfTheirSize) {
     for (const CCoordinates& fractions : all) {
         for (const float value : fractions.m_Values) {
             const std::vector<CRecord> records(kCount, {{value, value, value, 0.0f}, {1, 2, 3, 0}});
-            std::vector<TVector<float, 4>> gradients(kCount);
-            const auto expect = [&](const char* name, auto sample) {
-                ExpectAllowedFlags(fractions, name, value, [&] {
-                    (noise.*sample)({records.data(), kCount}, {gradients.data(), kCount});
-                });
-            };
-            using CSample = void (CFastNoise3::*)(const TMemoryView<const CRecord>&,
-                                                  const TMemoryView<TVector<float, 4>>&) const noexcept;
-            expect("linear", CSample{&CFastNoise3::Sample1stOrderDerivativesLinear});
-            expect("cubic", CSample{&CFastNoise3::Sample1stOrderDerivativesCubic});
-            expect("quintic", CSample{&CFastNoise3::Sample1stOrderDerivativesQuintic});
+            std::vector<CGradient> gradients(kCount);
+            for (const CPointSamplers& samplers : kPointSamplers) {
+                ExpectAllowedFlags(fractions, samplers.m_Name, value,
+                                   [&] { (noise.*samplers.m_GradientBatch)(records, gradients); });
+            }
         }
     }
 }

@@ -5,8 +5,8 @@
 #include <zr_maths/maths_noise_fast.h>
 #include <zr_support/mem_alloc.h>
 
-#include "batch_samplers.h"
 #include "noise_test_support.h"
+#include "operations.h"
 
 #include <gtest/gtest.h>
 

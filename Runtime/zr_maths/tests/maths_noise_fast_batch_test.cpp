@@ -1,5 +1,6 @@
 #include "batch_calls.h"
 #include "child_process.h"
+#include "noise_reference.h"
 #include "noise_test_support.h"
 
 #include <gtest/gtest.h>
@@ -118,7 +119,7 @@ protected:
             float sample;
             std::memcpy(&sample, output.Data() + places[k].m_Output, 4);
             const unsigned char* const position = positions.Data() + places[k].m_Position;
-            const float expected = sampler.m_Expected(m_Noise.Basis(), position);
+            const float expected = Reference::Sample(m_Noise.Basis(), sampler, position);
             EXPECT_EQ(FoldedBits(sample), FoldedBits(expected))
                 << sampler << ", " << call << ": sample " << k << " at " << Describe(position) << " is "
                 << sample << ", not " << expected;
@@ -207,7 +208,7 @@ TEST_P(BatchSamplers, OutputStridesBelowAFloatLeaveTheLaterSample) {
         std::vector<unsigned char> expected(10 * outputStride + 4);
         for (size_t k = 0; k < 11; ++k) {
             const float sample =
-                sampler.m_Expected(m_Noise.Basis(), &positions[k * sampler.PositionSize() / 4]);
+                Reference::Sample(m_Noise.Basis(), sampler, &positions[k * sampler.PositionSize() / 4]);
             std::memcpy(&expected[k * outputStride], &sample, 4);
         }
         EXPECT_TRUE(std::equal(expected.begin(), expected.end(), output.Data())) << "stride " << outputStride;
@@ -237,7 +238,7 @@ TEST_P(BatchSamplers, PositionStrideZeroGivesEverySampleTheSameValue) {
     alignas(16) float samples[21];
     GetParam().m_Sample(m_Noise, {samples, 21, 4}, positions.Data(), 1, 0);
     for (const float sample : samples) {
-        EXPECT_EQ(sample, GetParam().m_Expected(m_Noise.Basis(), position));
+        EXPECT_EQ(sample, Reference::Sample(m_Noise.Basis(), GetParam(), position));
     }
 }
 
@@ -300,13 +301,14 @@ TEST_P(BatchSamplers, StridesOfGibibytes) {
         GetParam().m_Sample(m_Noise, {samples, 5, 4}, memory.Data(), 5, stride);
         for (size_t k = 0; k < 5; ++k) {
             EXPECT_EQ(FoldedBits(samples[k]),
-                      FoldedBits(GetParam().m_Expected(m_Noise.Basis(), positionAt(k))))
+                      FoldedBits(Reference::Sample(m_Noise.Basis(), GetParam(), positionAt(k))))
                 << "position stride " << stride << ", sample " << k;
         }
         // A single sample has room whatever the stride; of several the last one must still begin below 4 GiB.
         float single[2] = {0.0f, 99.0f};
         GetParam().m_Sample(m_Noise, {single, 1, stride}, positionAt(2), 1, 20);
-        EXPECT_EQ(FoldedBits(single[0]), FoldedBits(GetParam().m_Expected(m_Noise.Basis(), positionAt(2))))
+        EXPECT_EQ(FoldedBits(single[0]),
+                  FoldedBits(Reference::Sample(m_Noise.Basis(), GetParam(), positionAt(2))))
             << stride;
         EXPECT_EQ(single[1], 99.0f) << "output stride " << stride;
     }
@@ -324,7 +326,8 @@ TEST_P(BatchSamplers, StridesOfGibibytes) {
         for (uint32_t k = 0; k < sampleCount; ++k) {
             float sample;
             std::memcpy(&sample, output + uint64_t{k} * stride, 4);
-            EXPECT_EQ(FoldedBits(sample), FoldedBits(GetParam().m_Expected(m_Noise.Basis(), positionAt(k))))
+            EXPECT_EQ(FoldedBits(sample),
+                      FoldedBits(Reference::Sample(m_Noise.Basis(), GetParam(), positionAt(k))))
                 << count << " samples, output stride " << stride << ", sample " << k;
         }
         EXPECT_EQ(behind[0], kCanary) << count << " samples, output stride " << stride;
@@ -358,7 +361,7 @@ void ExpectOverlapIsHarmless(const CBatchSampler& sampler, const COpenNoise& noi
     }
     std::vector<float> expected(kCount);
     for (uint32_t k = 0; k < kCount; ++k) {
-        expected[k] = sampler.m_Expected(noise.Basis(), positions.Data() + size_t{k} * stride);
+        expected[k] = Reference::Sample(noise.Basis(), sampler, positions.Data() + size_t{k} * stride);
     }
     sampler.m_Sample(noise, {positions.As<float>(), kCount, outputStride}, positions.Data(), kCount, stride);
     for (uint32_t k = 0; k < kCount; ++k) {
@@ -429,7 +432,7 @@ TEST(BatchSamplers, TakeContainers) {
     std::vector<float> samples(positions.size());
     noise.SampleCubic3D(samples, positions);
     for (size_t k = 0; k < samples.size(); ++k) {
-        const float expected = Reference::Sample(noise.Basis(), Reference::EQuality::kCubic, positions[k]);
+        const float expected = Reference::Sample(noise.Basis(), EQuality::kCubic, positions[k]);
         EXPECT_EQ(FoldedBits(samples[k]), FoldedBits(expected)) << "position " << k;
     }
 }
@@ -444,7 +447,7 @@ TEST(BatchSamplers4D, OutputStrideZeroWritesExactlyOneFloatOnTheFastPath) {
             for (const uint32_t count : {0u, 1u, 5u}) {
                 float samples[2] = {99.0f, 99.0f};
                 sampler.m_Sample(noise, {samples, count, 0}, position, 1, 16);
-                EXPECT_EQ(samples[0], sampler.m_Expected(noise.Basis(), position))
+                EXPECT_EQ(samples[0], Reference::Sample(noise.Basis(), sampler, position))
                     << sampler << ", count " << count;
                 EXPECT_EQ(samples[1], 99.0f) << sampler << ", count " << count;
             }

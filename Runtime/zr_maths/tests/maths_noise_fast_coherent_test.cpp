@@ -1,6 +1,6 @@
 // The samplers that take four 3D positions of one cell.
 
-#include "batch_samplers.h"
+#include "noise_reference.h"
 #include "noise_test_support.h"
 
 #include <gtest/gtest.h>
@@ -24,26 +24,6 @@ struct CPositions {
     CPosition m_Positions[4];
 };
 
-struct CCoherentSampler {
-    const char* m_Name;
-    Reference::EQuality m_Quality;
-    Float4 (CFastNoise3::*m_Sample)(const Float4*) const noexcept;
-    float (CFastNoise3::*m_SampleOne)(Float4) const noexcept;
-
-    friend std::ostream& operator<<(std::ostream& stream, const CCoherentSampler& sampler) {
-        return stream << sampler.m_Name;
-    }
-};
-
-constexpr CCoherentSampler kCoherentSamplers[] = {
-    {"CoherentSampleLinear", Reference::EQuality::kLinear, &CFastNoise3::CoherentSampleLinear,
-     &CFastNoise3::SampleLinear},
-    {"CoherentSampleCubic", Reference::EQuality::kCubic, &CFastNoise3::CoherentSampleCubic,
-     &CFastNoise3::SampleCubic},
-    {"CoherentSampleQuintic", Reference::EQuality::kQuintic, &CFastNoise3::CoherentSampleQuintic,
-     &CFastNoise3::SampleQuintic},
-};
-
 std::string TextOf(const CPositions& positions) {
     std::ostringstream text;
     text << std::hexfloat;
@@ -53,7 +33,7 @@ std::string TextOf(const CPositions& positions) {
     return text.str();
 }
 
-class CoherentSamplers : public testing::TestWithParam<CCoherentSampler> {
+class CoherentSamplers : public testing::TestWithParam<CPointSamplers> {
 protected:
     std::array<float, 4> SampleAt(const CPositions& positions, const std::array<float, 4>& lane3 = {}) const {
         Float4 values[4];
@@ -62,12 +42,12 @@ protected:
             values[k] = Float4(position.x, position.y, position.z, lane3[k]);
         }
         alignas(16) std::array<float, 4> samples;
-        SIMD_Neon::StoreAligned(samples.data(), (m_Noise.*GetParam().m_Sample)(values));
+        SIMD_Neon::StoreAligned(samples.data(), (m_Noise.*GetParam().m_Coherent)(values));
         return samples;
     }
 
     float SampleOneAt(const CPosition& position) const {
-        return (m_Noise.*GetParam().m_SampleOne)(Float4(position.x, position.y, position.z, 0.0f));
+        return (m_Noise.*GetParam().m_Sample)(Float4(position.x, position.y, position.z, 0.0f));
     }
 
     void ExpectReference(const CPositions& positions) const {
@@ -83,7 +63,7 @@ protected:
     COpenNoise m_Noise = EvenNoise();
 };
 
-INSTANTIATE_TEST_SUITE_P(All, CoherentSamplers, testing::ValuesIn(kCoherentSamplers), CNameOfInstance());
+INSTANTIATE_TEST_SUITE_P(All, CoherentSamplers, testing::ValuesIn(kPointSamplers), CNameOfInstance());
 
 TEST_P(CoherentSamplers, GiveTheBitsOfTheReferenceForEveryKindOfCoordinate) {
     CCoordinates coordinates(900);
@@ -157,7 +137,7 @@ TEST_P(CoherentSamplers, APositionBeyondTheCellContinuesItsBlend) {
     const float c0 = B[P[P[3] + 8] + 254];
     const float c1 = B[P[P[4] + 8] + 254];
     const float continued = SampleAt({{first, right, first, first}})[1];
-    if (GetParam().m_Quality == Reference::EQuality::kLinear) {
+    if (GetParam().m_Quality == EQuality::kLinear) {
         EXPECT_EQ(continued, c0 + (c1 - c0) * 1.25f);
     }
     EXPECT_NE(continued, SampleOneAt(right)) << "not the value of the next cell";

@@ -1,6 +1,6 @@
-#include "batch_samplers.h"
 #include "chosen_kernels.h"
 #include "noise_test_support.h"
+#include "operations.h"
 
 #include <zr_maths/limit_instruction_set.h>
 

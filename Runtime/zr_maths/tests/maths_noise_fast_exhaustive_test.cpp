@@ -1,9 +1,9 @@
 // The rules that work on one coordinate, and the 1D noise, for every float there is; and runs of so many
 // positions that they go beyond 4 GiB.
 
-#include "batch_samplers.h"
 #include "bit_patterns.h"
 #include "maths_noise_fast_batch.h"
+#include "noise_reference.h"
 #include "noise_test_support.h"
 #include "sparse_memory.h"
 
@@ -60,7 +60,7 @@ TEST(NoiseExhaustive, EveryCoordinateWithinTheIntegersIsSplitAtItsFloor) {
 /// Every fade is that of the reference. Fractions up to 1/2 fade to 0 to 1/2, those up to 1 to no more than
 /// `peak`.
 template <ENoiseQuality kQuality>
-void ExpectFades(Reference::EQuality quality, float peak) {
+void ExpectFades(EQuality quality, float peak) {
     static TPatternResults<float> ofLanes, ofOne, expected;
     VisitBitPatterns([quality, peak](const CPatternBlock& block) {
         for (size_t k = 0; k < kPatternCount; k += 4) {
@@ -82,15 +82,15 @@ void ExpectFades(Reference::EQuality quality, float peak) {
 }
 
 TEST(NoiseExhaustive, LinearFadeOfEveryFloat) {
-    ExpectFades<ENoiseQuality::kLinear>(Reference::EQuality::kLinear, 1.0f);
+    ExpectFades<ENoiseQuality::kLinear>(EQuality::kLinear, 1.0f);
 }
 
 TEST(NoiseExhaustive, CubicFadeOfEveryFloat) {
-    ExpectFades<ENoiseQuality::kCubic>(Reference::EQuality::kCubic, 1.0f);
+    ExpectFades<ENoiseQuality::kCubic>(EQuality::kCubic, 1.0f);
 }
 
 TEST(NoiseExhaustive, QuinticFadeOfEveryFloat) {
-    ExpectFades<ENoiseQuality::kQuintic>(Reference::EQuality::kQuintic, 1.0f + 9 * 0x1p-23f);
+    ExpectFades<ENoiseQuality::kQuintic>(EQuality::kQuintic, 1.0f + 9 * 0x1p-23f);
 }
 
 /// A way through the batch samplers: the length of the runs that a block is sampled in, and how far the
@@ -109,7 +109,7 @@ constexpr CPath kPaths[] = {
 };
 static_assert(kPatternCount >= kLongRun && 128 < kLongRun && kPatternCount % 128 == 0);
 
-template <Reference::EQuality kQuality, auto kSample>
+template <EQuality kQuality, auto kSample>
 void ExpectSamples() {
     static const COpenNoise noise = EvenNoise();
     static TPatternResults<float> samples, expected;
@@ -130,15 +130,15 @@ void ExpectSamples() {
 }
 
 TEST(NoiseExhaustive, LinearSampleOfEveryFloat) {
-    ExpectSamples<Reference::EQuality::kLinear, &CFastNoise3::SampleLinear1D>();
+    ExpectSamples<EQuality::kLinear, &CFastNoise3::SampleLinear1D>();
 }
 
 TEST(NoiseExhaustive, CubicSampleOfEveryFloat) {
-    ExpectSamples<Reference::EQuality::kCubic, &CFastNoise3::SampleCubic1D>();
+    ExpectSamples<EQuality::kCubic, &CFastNoise3::SampleCubic1D>();
 }
 
 TEST(NoiseExhaustive, QuinticSampleOfEveryFloat) {
-    ExpectSamples<Reference::EQuality::kQuintic, &CFastNoise3::SampleQuintic1D>();
+    ExpectSamples<EQuality::kQuintic, &CFastNoise3::SampleQuintic1D>();
 }
 
 #if UINTPTR_MAX > UINT32_MAX
@@ -153,7 +153,7 @@ TEST(NoiseExhaustive, LinearSamplesOfPackedPositionsBeyond4GiB) {
     for (const CBatchSampler& sampler : kBatchSamplers) {
         for (const uint32_t stride : {sampler.PositionSize(), uint32_t{16}}) {
             const bool isPadded = stride != sampler.PositionSize();
-            if (sampler.m_Quality != Reference::EQuality::kLinear || sampler.m_Dimension < 3 ||
+            if (sampler.m_Quality != EQuality::kLinear || sampler.m_Dimension < 3 ||
                 (isPadded && sampler.m_Dimension != 3)) {
                 continue;
             }
@@ -168,7 +168,7 @@ TEST(NoiseExhaustive, LinearSamplesOfPackedPositionsBeyond4GiB) {
 
             for (uint32_t k = count - kKept; k < count; ++k) {
                 const float expected =
-                    sampler.m_Expected(noise.Basis(), positions.Begin() + size_t{k} * stride);
+                    Reference::Sample(noise.Basis(), sampler, positions.Begin() + size_t{k} * stride);
                 ASSERT_EQ(FoldedBits(samples[k]), FoldedBits(expected))
                     << sampler << ", positions " << stride << " bytes apart: sample " << k << " of " << count;
             }

@@ -1,6 +1,6 @@
 // The samplers that take one 3D position in a four-lane value.
 
-#include "batch_samplers.h"
+#include "noise_reference.h"
 #include "noise_test_support.h"
 
 #include <gtest/gtest.h>
@@ -17,23 +17,7 @@ namespace {
 using namespace Vestrel;
 using SIMD_Neon::Float4;
 
-struct CFourLaneSampler {
-    const char* m_Name;
-    Reference::EQuality m_Quality;
-    float (CFastNoise3::*m_Sample)(Float4) const noexcept;
-
-    friend std::ostream& operator<<(std::ostream& stream, const CFourLaneSampler& sampler) {
-        return stream << sampler.m_Name;
-    }
-};
-
-constexpr CFourLaneSampler kFourLaneSamplers[] = {
-    {"SampleLinear", Reference::EQuality::kLinear, &CFastNoise3::SampleLinear},
-    {"SampleCubic", Reference::EQuality::kCubic, &CFastNoise3::SampleCubic},
-    {"SampleQuintic", Reference::EQuality::kQuintic, &CFastNoise3::SampleQuintic},
-};
-
-class FourLaneSamplers : public testing::TestWithParam<CFourLaneSampler> {
+class FourLaneSamplers : public testing::TestWithParam<CPointSamplers> {
 protected:
     float SampleAt(float x, float y, float z, float lane3 = 0.0f) const {
         return (m_Noise.*GetParam().m_Sample)(Float4(x, y, z, lane3));
@@ -42,7 +26,7 @@ protected:
     COpenNoise m_Noise = EvenNoise();
 };
 
-INSTANTIATE_TEST_SUITE_P(All, FourLaneSamplers, testing::ValuesIn(kFourLaneSamplers), CNameOfInstance());
+INSTANTIATE_TEST_SUITE_P(All, FourLaneSamplers, testing::ValuesIn(kPointSamplers), CNameOfInstance());
 
 TEST_P(FourLaneSamplers, GiveTheBitsOfTheReferenceForEveryKindOfCoordinate) {
     CCoordinates coordinates(800);
@@ -105,7 +89,7 @@ TEST_P(FourLaneSamplers, NegativeCoordinatesFloorDownward) {
     // which the blend in linear quality is exact here.
     const float lower = B[P[180]];
     const float upper = B[P[151]];
-    if (GetParam().m_Quality == Reference::EQuality::kLinear) {
+    if (GetParam().m_Quality == EQuality::kLinear) {
         EXPECT_EQ(SampleAt(-0.25f, 0.0f, 0.0f), lower + (upper - lower) * 0.75f);
     }
     EXPECT_GT(SampleAt(-0.25f, 0.0f, 0.0f), std::min(lower, upper));

@@ -1,6 +1,6 @@
 // The first-order derivatives, of one position and of a batch.
 
-#include "batch_samplers.h"
+#include "noise_reference.h"
 #include "noise_test_support.h"
 
 #include <gtest/gtest.h>
@@ -21,30 +21,6 @@ namespace {
 
 using namespace Vestrel;
 using SIMD_Neon::Float4;
-
-using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;
-using CGradient = TVector<float, 4>;
-
-struct CGradientSampler {
-    const char* m_Name;
-    Reference::EQuality m_Quality;
-    Float4 (CFastNoise3::*m_SampleOne)(Float4) const noexcept;
-    void (CFastNoise3::*m_SampleBatch)(const TMemoryView<const CRecord>&,
-                                       const TMemoryView<CGradient>&) const noexcept;
-
-    friend std::ostream& operator<<(std::ostream& stream, const CGradientSampler& sampler) {
-        return stream << sampler.m_Name;
-    }
-};
-
-constexpr CGradientSampler kGradientSamplers[] = {
-    {"Sample1stOrderDerivativesLinear", Reference::EQuality::kLinear,
-     &CFastNoise3::Sample1stOrderDerivativesLinear, &CFastNoise3::Sample1stOrderDerivativesLinear},
-    {"Sample1stOrderDerivativesCubic", Reference::EQuality::kCubic,
-     &CFastNoise3::Sample1stOrderDerivativesCubic, &CFastNoise3::Sample1stOrderDerivativesCubic},
-    {"Sample1stOrderDerivativesQuintic", Reference::EQuality::kQuintic,
-     &CFastNoise3::Sample1stOrderDerivativesQuintic, &CFastNoise3::Sample1stOrderDerivativesQuintic},
-};
 
 CRecord SplitOf(float x, float y, float z) {
     const Reference::CCell cellX = Reference::Split(x);
@@ -73,41 +49,41 @@ std::array<uint32_t, 3> BitsOf(const TVector& gradient) {
 }
 
 /// The weight and the position of a double in its cell.
-double FadeInDouble(Reference::EQuality quality, double t) {
+double FadeInDouble(EQuality quality, double t) {
     switch (quality) {
-    case Reference::EQuality::kCubic:
+    case EQuality::kCubic:
         return t * t * (3.0 - 2.0 * t);
-    case Reference::EQuality::kQuintic:
+    case EQuality::kQuintic:
         return t * t * t * (t * (t * 6.0 - 15.0) + 10.0);
-    case Reference::EQuality::kLinear:
+    case EQuality::kLinear:
         break;
     }
     return t;
 }
 
-double SlopeInDouble(Reference::EQuality quality, double t) {
+double SlopeInDouble(EQuality quality, double t) {
     switch (quality) {
-    case Reference::EQuality::kCubic:
+    case EQuality::kCubic:
         return 6.0 * t * (1.0 - t);
-    case Reference::EQuality::kQuintic:
+    case EQuality::kQuintic:
         return 30.0 * t * t * (1.0 - t) * (1.0 - t);
-    case Reference::EQuality::kLinear:
+    case EQuality::kLinear:
         break;
     }
     return 1.0;
 }
 
-class GradientSamplers : public testing::TestWithParam<CGradientSampler> {
+class GradientSamplers : public testing::TestWithParam<CPointSamplers> {
 protected:
     CGradient SampleOneAt(float x, float y, float z, float lane3 = 0.0f) const {
         alignas(16) CGradient gradient;
-        SIMD_Neon::StoreAligned(&gradient, (m_Noise.*GetParam().m_SampleOne)(Float4(x, y, z, lane3)));
+        SIMD_Neon::StoreAligned(&gradient, (m_Noise.*GetParam().m_Gradient)(Float4(x, y, z, lane3)));
         return gradient;
     }
 
     void SampleBatch(const CRecord* records, uint32_t count, CGradient* gradients) const {
         // The count of the output is not read, and so may be none.
-        (m_Noise.*GetParam().m_SampleBatch)({records, count}, {gradients, 0});
+        (m_Noise.*GetParam().m_GradientBatch)({records, count}, {gradients, 0});
     }
 
     CGradient SampleBatchOfOne(const CRecord& record) const {
@@ -129,7 +105,7 @@ protected:
                                              static_cast<uint32_t>(record.second.y),
                                              static_cast<uint32_t>(record.second.z))
                             .c;
-        const Reference::EQuality quality = GetParam().m_Quality;
+        const EQuality quality = GetParam().m_Quality;
         const double weights[3] = {FadeInDouble(quality, x), FadeInDouble(quality, y),
                                    FadeInDouble(quality, z)};
         double sum = 0.0;
@@ -150,7 +126,7 @@ protected:
                                              static_cast<uint32_t>(record.second.y),
                                              static_cast<uint32_t>(record.second.z))
                             .c;
-        const Reference::EQuality quality = GetParam().m_Quality;
+        const EQuality quality = GetParam().m_Quality;
         std::array<double, 3> gradient{};
         for (size_t along = 0; along < 3; ++along) {
             for (int corner = 0; corner < 8; ++corner) {
@@ -186,24 +162,24 @@ protected:
     /// times 2^-24 in quintic quality, 1.3 and 4.7 in cubic.
     double Bound() const {
         switch (GetParam().m_Quality) {
-        case Reference::EQuality::kLinear:
+        case EQuality::kLinear:
             return 3e-6;
-        case Reference::EQuality::kCubic:
+        case EQuality::kCubic:
             return 6e-6;
-        case Reference::EQuality::kQuintic:
+        case EQuality::kQuintic:
             break;
         }
         return 2.5e-5;
     }
 
     bool IsLinear() const {
-        return GetParam().m_Quality == Reference::EQuality::kLinear;
+        return GetParam().m_Quality == EQuality::kLinear;
     }
 
     COpenNoise m_Noise = EvenNoise();
 };
 
-INSTANTIATE_TEST_SUITE_P(All, GradientSamplers, testing::ValuesIn(kGradientSamplers), CNameOfInstance());
+INSTANTIATE_TEST_SUITE_P(All, GradientSamplers, testing::ValuesIn(kPointSamplers), CNameOfInstance());
 
 std::vector<CRecord> RandomRecords(size_t count, uint32_t seed) {
     std::mt19937 random(seed);
@@ -358,38 +334,38 @@ TEST_P(GradientSamplers, AreTheExactDerivativesWithinTheirBounds) {
 
 /// Of all corners and positions that a search by chance came to, those that are off the most.
 struct CHardCell {
-    Reference::EQuality m_Quality;
+    EQuality m_Quality;
     bool m_IsBatch;
     float m_Position[3];
     float m_Corners[8];
 };
 
 constexpr CHardCell kHardCells[] = {
-    {Reference::EQuality::kLinear,
+    {EQuality::kLinear,
      false,
      {0x1.6b6ee8p-7f, 0x1.fb44a6p-1f, 0x1.fecbd4p-1f},
      {0x1.fa70c2p-1f, -0x1.fe41cp-1f, -0x1.a563e8p-1f, 0x1.7a2a46p-1f, -0x1.4f6e74p-1f, 0x1p+0f,
       -0x1.5ded18p-2f, 0x1.37ea46p-4f}},
-    {Reference::EQuality::kLinear,
+    {EQuality::kLinear,
      true,
      {0x1.febbb6p-1f, 0x1.fd8d26p-1f, 0x1.f8d604p-1f},
      {0x1.fcd436p-1f, -0x1.4fa316p-1f, -0x1.d5386cp-1f, 0x1.ed4bfcp-3f, -0x1.fe5718p-1f, 0x1.987c62p-1f,
       0x1.967434p-2f, 0x1.c1f93ep-2f}},
-    {Reference::EQuality::kCubic,
+    {EQuality::kCubic,
      false,
      {0x1.efe2cep-1f, 0x1.fe5d0ep-1f, 0x1.032a2ep-1f},
      {-0x1.8b7dc6p-4f, -0x1.faff8ap-1f, -0x1.de7754p-1f, 0x1.c400c4p-1f, -0x1.ff02a8p-1f, 0x1.fffeecp-1f,
       0x1.fa68a6p-1f, -0x1.ffffcap-1f}},
-    {Reference::EQuality::kCubic,
+    {EQuality::kCubic,
      true,
      {0x1.d96c44p-1f, 0x1.d83eecp-2f, 0x1.f9937p-1f},
      {0x1p+0f, -0x1.fffefep-1f, 0x1.e58e34p-1f, 0x1.fffffp-1f, -0x1.fe4366p-1f, 0x1.ff2294p-1f,
       0x1.f8bf38p-1f, -0x1.32798ap-1f}},
-    {Reference::EQuality::kQuintic,
+    {EQuality::kQuintic,
      false,
      {0x1.ff0d52p-1f, 0x1.028836p-1f, 0x1.fec3d2p-1f},
      {0x1.d68a1p-1f, 0x1p+0f, 0x1.fdfb94p-1f, -0x1p+0f, 0x1p+0f, -0x1.fe7ae6p-1f, -0x1p+0f, 0x1.efd908p-1f}},
-    {Reference::EQuality::kQuintic,
+    {EQuality::kQuintic,
      true,
      {0x1.ff79b2p-1f, 0x1.123a38p-1f, 0x1.ff4e12p-1f},
      {-0x1.d50518p-1f, 0x1p+0f, 0x1.de371cp-1f, -0x1p+0f, 0x1.fffff2p-1f, -0x1.ffff24p-1f, -0x1p+0f,

@@ -2,9 +2,9 @@
 // positions in memory. Results aside, it would show by floating-point exceptions, and by time where an
 // operand is denormal, which x86 notes as an exception of its own.
 
-#include "batch_samplers.h"
 #include "maths_noise_fast_batch.h"
 #include "noise_test_support.h"
+#include "operations.h"
 #include "wide/wide_kernels.h"
 
 #include <gtest/gtest.h>
@@ -25,8 +25,6 @@ namespace {
 
 using namespace Vestrel;
 using SIMD_Neon::Float4;
-
-using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;
 
 /// Bits of what is ignored: signalling and quiet not-a-numbers, infinities, numbers beyond all integers, a
 /// whole number in the place of a float, and other denormals.
@@ -62,69 +60,45 @@ void ExpectIgnored(const std::string& what, const TOperation& operation) {
     }
 }
 
-class IgnoredInput : public testing::Test {
+class IgnoredInput : public testing::TestWithParam<CPointSamplers> {
 protected:
-    void ExpectSingleIgnores(float (CFastNoise3::*sample)(Float4) const noexcept) {
-        ExpectIgnored("a single sample", [&](float lane3) {
-            m_Result = Float4((m_Noise.*sample)(Float4(1.25f, -2.5f, 3.75f, lane3)));
-        });
-    }
-
-    void ExpectSingleIgnores(Float4 (CFastNoise3::*gradient)(Float4) const noexcept) {
-        ExpectIgnored("a gradient", [&](float lane3) {
-            m_Result = (m_Noise.*gradient)(Float4(1.25f, -2.5f, 3.75f, lane3));
-        });
-    }
-
-    void ExpectCoherentIgnores(Float4 (CFastNoise3::*sample)(const Float4*) const noexcept) {
-        for (size_t changed = 0; changed < 4; ++changed) {
-            ExpectIgnored("coherent position " + std::to_string(changed), [&](float lane3) {
-                Float4 positions[] = {Float4(1.25f, 2.5f, 3.75f, 0.0f), Float4(1.5f, 2.5f, 3.75f, 0.0f),
-                                      Float4(1.25f, 2.75f, 3.5f, 0.0f), Float4(1.75f, 2.5f, 3.5f, 0.0f)};
-                positions[changed] = SIMD_Neon::InsertLane<3>(positions[changed], lane3);
-                m_Result = (m_Noise.*sample)(positions);
-            });
-        }
-    }
-
-    void ExpectBatchIgnores(void (CFastNoise3::*gradients)(const TMemoryView<const CRecord>&,
-                                                           const TMemoryView<TVector<float, 4>>&)
-                                const noexcept) {
-        for (const uint32_t count : {1u, 3u, 4u, 7u, 3 * Internal::kWideBlock + 7}) {
-            std::vector<CRecord> records(count);
-            std::vector<TVector<float, 4>> output(count);
-            ExpectIgnored(std::to_string(count) + " records", [&](float lane3) {
-                for (CRecord& record : records) {
-                    record = {{0.25f, 0.5f, 0.75f, lane3}, {1, 2, 255, std::bit_cast<int>(lane3)}};
-                }
-                (m_Noise.*gradients)({records.data(), count}, {output.data(), count});
-            });
-        }
-    }
-
     COpenNoise m_Noise = EvenNoise();
     Float4 m_Result;
 };
 
-TEST_F(IgnoredInput, Lane3OfAPosition) {
-    ExpectSingleIgnores(&CFastNoise3::SampleLinear);
-    ExpectSingleIgnores(&CFastNoise3::SampleCubic);
-    ExpectSingleIgnores(&CFastNoise3::SampleQuintic);
-    ExpectSingleIgnores(&CFastNoise3::Sample1stOrderDerivativesLinear);
-    ExpectSingleIgnores(&CFastNoise3::Sample1stOrderDerivativesCubic);
-    ExpectSingleIgnores(&CFastNoise3::Sample1stOrderDerivativesQuintic);
+INSTANTIATE_TEST_SUITE_P(All, IgnoredInput, testing::ValuesIn(kPointSamplers), CNameOfInstance());
+
+TEST_P(IgnoredInput, Lane3OfAPosition) {
+    ExpectIgnored("a single sample", [&](float lane3) {
+        m_Result = Float4((m_Noise.*GetParam().m_Sample)(Float4(1.25f, -2.5f, 3.75f, lane3)));
+    });
+    ExpectIgnored("a gradient", [&](float lane3) {
+        m_Result = (m_Noise.*GetParam().m_Gradient)(Float4(1.25f, -2.5f, 3.75f, lane3));
+    });
 }
 
-TEST_F(IgnoredInput, Lane3OfCoherentPositions) {
-    ExpectCoherentIgnores(&CFastNoise3::CoherentSampleLinear);
-    ExpectCoherentIgnores(&CFastNoise3::CoherentSampleCubic);
-    ExpectCoherentIgnores(&CFastNoise3::CoherentSampleQuintic);
+TEST_P(IgnoredInput, Lane3OfCoherentPositions) {
+    for (size_t changed = 0; changed < 4; ++changed) {
+        ExpectIgnored("coherent position " + std::to_string(changed), [&](float lane3) {
+            Float4 positions[] = {Float4(1.25f, 2.5f, 3.75f, 0.0f), Float4(1.5f, 2.5f, 3.75f, 0.0f),
+                                  Float4(1.25f, 2.75f, 3.5f, 0.0f), Float4(1.75f, 2.5f, 3.5f, 0.0f)};
+            positions[changed] = SIMD_Neon::InsertLane<3>(positions[changed], lane3);
+            m_Result = (m_Noise.*GetParam().m_Coherent)(positions);
+        });
+    }
 }
 
-TEST_F(IgnoredInput, FourthComponentsOfRecords) {
-    ExpectBatchIgnores(&CFastNoise3::Sample1stOrderDerivativesLinear);
-    ExpectBatchIgnores(&CFastNoise3::Sample1stOrderDerivativesCubic);
-    ExpectBatchIgnores(&CFastNoise3::Sample1stOrderDerivativesQuintic);
+TEST_P(IgnoredInput, FourthComponentsOfRecords) {
+    for (const uint32_t count : {1u, 3u, 4u, 7u, 3 * Internal::kWideBlock + 7}) {
+        std::vector<CRecord> records(count);
+        std::vector<CGradient> gradients(count);
+        ExpectIgnored(std::to_string(count) + " records", [&](float lane3) {
+            for (CRecord& record : records) {
+                record = {{0.25f, 0.5f, 0.75f, lane3}, {1, 2, 255, std::bit_cast<int>(lane3)}};
+            }
+            (m_Noise.*GetParam().m_GradientBatch)(records, gradients);
+        });
+    }
 }
 
 class IgnoredMemory : public testing::TestWithParam<CBatchSampler> {};

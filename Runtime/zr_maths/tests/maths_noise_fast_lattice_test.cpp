@@ -107,7 +107,7 @@ TEST(Lattice, IsTheTrueFloorWithinTheIntegers) {
 }
 
 template <ENoiseQuality kQuality>
-void ExpectFade(Reference::EQuality quality) {
+void ExpectFade(EQuality quality) {
     EXPECT_EQ(Fade<kQuality>(0.0f), 0.0f);
     EXPECT_EQ(Fade<kQuality>(0.5f), 0.5f);
     EXPECT_EQ(Fade<kQuality>(1.0f), 1.0f);
@@ -127,9 +127,9 @@ void ExpectFade(Reference::EQuality quality) {
 }
 
 TEST(Lattice, FadesMapEndsToEndsAndEqualTheReference) {
-    ExpectFade<ENoiseQuality::kLinear>(Reference::EQuality::kLinear);
-    ExpectFade<ENoiseQuality::kCubic>(Reference::EQuality::kCubic);
-    ExpectFade<ENoiseQuality::kQuintic>(Reference::EQuality::kQuintic);
+    ExpectFade<ENoiseQuality::kLinear>(EQuality::kLinear);
+    ExpectFade<ENoiseQuality::kCubic>(EQuality::kCubic);
+    ExpectFade<ENoiseQuality::kQuintic>(EQuality::kQuintic);
 }
 
 // 3t^2 - 2t^3 and 6t^5 - 15t^4 + 10t^3, to within the rounding of a few operations.

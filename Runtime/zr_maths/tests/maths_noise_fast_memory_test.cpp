@@ -1,9 +1,9 @@
 // What the samplers read and write of memory, shown with pages that must not be touched.
 
 #include "batch_calls.h"
-#include "batch_samplers.h"
 #include "guarded_memory.h"
 #include "maths_noise_fast_batch.h"
+#include "noise_reference.h"
 #include "noise_test_support.h"
 #include "wide/wide_kernels.h"
 
@@ -140,7 +140,7 @@ private:
     float ExpectedAt(const CWatchedMemory& memory, const unsigned char* position) {
         auto& expected = m_Expected[{&memory == &m_Output, static_cast<size_t>(position - memory.Begin())}];
         if (!expected.has_value()) {
-            expected = GetParam().m_Expected(m_Noise.Basis(), memory.ContentsAt(position));
+            expected = Reference::Sample(m_Noise.Basis(), GetParam(), memory.ContentsAt(position));
         }
         return *expected;
     }
@@ -215,34 +215,16 @@ TEST_P(SamplerMemory, NothingBetweenPositionsIsRead) {
 
 // Other samplers.
 
-using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;
-using CSampleOne = float (CFastNoise3::*)(SIMD_Neon::Float4) const noexcept;
-using CSampleCoherent = SIMD_Neon::Float4 (CFastNoise3::*)(const SIMD_Neon::Float4*) const noexcept;
-using CGradientOfOne = SIMD_Neon::Float4 (CFastNoise3::*)(SIMD_Neon::Float4) const noexcept;
-using CGradientBatch = void (CFastNoise3::*)(const TMemoryView<const CRecord>&,
-                                             const TMemoryView<TVector<float, 4>>&) const noexcept;
-
-constexpr CSampleOne kOneSamplers[] = {&CFastNoise3::SampleLinear, &CFastNoise3::SampleCubic,
-                                       &CFastNoise3::SampleQuintic};
-constexpr CSampleCoherent kCoherentSamplers[] = {&CFastNoise3::CoherentSampleLinear,
-                                                 &CFastNoise3::CoherentSampleCubic,
-                                                 &CFastNoise3::CoherentSampleQuintic};
-constexpr CGradientOfOne kGradients[] = {&CFastNoise3::Sample1stOrderDerivativesLinear,
-                                         &CFastNoise3::Sample1stOrderDerivativesCubic,
-                                         &CFastNoise3::Sample1stOrderDerivativesQuintic};
-constexpr CGradientBatch kBatchGradients[] = {&CFastNoise3::Sample1stOrderDerivativesLinear,
-                                              &CFastNoise3::Sample1stOrderDerivativesCubic,
-                                              &CFastNoise3::Sample1stOrderDerivativesQuintic};
-
 TEST(FastNoiseMemory, CoherentSamplersReadFourPositions) {
     const COpenNoise noise = EvenNoise();
     const CWatchedMemory memory(1);
     memory.MakeReadOnly();
-    for (const CSampleCoherent sampler : kCoherentSamplers) {
+    for (const CPointSamplers& samplers : kPointSamplers) {
         for (const EEdge edge : kEdges) {
-            const CFaultReporter reporter([&](std::ostream& text) { text << "coherent sampler " << edge; });
+            const CFaultReporter reporter(
+                [&](std::ostream& text) { text << "CoherentSample" << samplers << ", positions " << edge; });
             const unsigned char* const positions = memory.Place(edge, 64);
-            (noise.*sampler)(reinterpret_cast<const SIMD_Neon::Float4*>(positions));
+            (noise.*samplers.m_Coherent)(reinterpret_cast<const SIMD_Neon::Float4*>(positions));
         }
     }
 }
@@ -258,12 +240,11 @@ void FillWithRecords(unsigned char* data, size_t count) {
     }
 }
 
-class GradientMemory : public testing::TestWithParam<CGradientBatch> {
+class GradientMemory : public testing::TestWithParam<CPointSamplers> {
 protected:
     void Compute(uint32_t count, unsigned char* output, const unsigned char* records) {
-        const CGradientBatch gradient = GetParam();
-        (m_Noise.*gradient)({reinterpret_cast<const CRecord*>(records), count},
-                            {reinterpret_cast<TVector<float, 4>*>(output), 0});
+        (m_Noise.*GetParam().m_GradientBatch)({reinterpret_cast<const CRecord*>(records), count},
+                                              {reinterpret_cast<TVector<float, 4>*>(output), 0});
     }
 
     COpenNoise m_Noise = EvenNoise();
@@ -272,7 +253,7 @@ protected:
     CWatchedMemory m_Output{LastCount() * sizeof(CRecord)};
 };
 
-INSTANTIATE_TEST_SUITE_P(All, GradientMemory, testing::ValuesIn(kBatchGradients));
+INSTANTIATE_TEST_SUITE_P(All, GradientMemory, testing::ValuesIn(kPointSamplers), CNameOfInstance());
 
 TEST_P(GradientMemory, NothingIsTouchedBesideRecordsAndGradients) {
     for (const uint32_t count : m_Counts) {
@@ -370,21 +351,15 @@ void SampleRow(const CFastNoise3& noise, int first, int last) {
         const SIMD_Neon::Float4 position(static_cast<float>(first), static_cast<float>(k),
                                          static_cast<float>(last), 0.0f);
         const SIMD_Neon::Float4 four[4] = {position, position, position, position};
-        for (const CSampleOne sampler : kOneSamplers) {
-            (noise.*sampler)(position);
-        }
-        for (const CSampleCoherent sampler : kCoherentSamplers) {
-            (noise.*sampler)(four);
-        }
-        for (const CGradientOfOne gradient : kGradients) {
-            (noise.*gradient)(position);
-        }
-        for (const CGradientBatch gradient : kBatchGradients) {
-            (noise.*gradient)({&records[k], 1}, {gradients.data(), 1});
+        for (const CPointSamplers& samplers : kPointSamplers) {
+            (noise.*samplers.m_Sample)(position);
+            (noise.*samplers.m_Coherent)(four);
+            (noise.*samplers.m_Gradient)(position);
+            (noise.*samplers.m_GradientBatch)({&records[k], 1}, {gradients.data(), 1});
         }
     }
-    for (const CGradientBatch gradient : kBatchGradients) {
-        (noise.*gradient)({records.data(), count}, {gradients.data(), count});
+    for (const CPointSamplers& samplers : kPointSamplers) {
+        (noise.*samplers.m_GradientBatch)(records, gradients);
     }
 }
 

@@ -1,6 +1,6 @@
 // The rotating field: construction, reset, copies and assignment.
 
-#include "batch_samplers.h"
+#include "operations.h"
 #include "rotatable_test_support.h"
 
 #include <array>

@@ -1,7 +1,8 @@
 // What the field is like as a whole, over ten million positions.
 
-#include "batch_samplers.h"
+#include "maths_noise_fast_permutations.h"
 #include "noise_test_support.h"
+#include "operations.h"
 
 #include <gtest/gtest.h>
 

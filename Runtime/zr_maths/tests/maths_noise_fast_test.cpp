@@ -1,7 +1,7 @@
 #include <zr_maths/maths_noise_fast.h>
 
-#include "batch_samplers.h"
 #include "noise_test_support.h"
+#include "operations.h"
 
 #include <gtest/gtest.h>
 

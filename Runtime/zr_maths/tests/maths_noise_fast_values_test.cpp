@@ -1,8 +1,9 @@
 // What the samplers give, against what is known of the field; where they read and write is the subject of
 // maths_noise_fast_batch_test.cpp.
 
-#include "batch_samplers.h"
+#include "maths_noise_fast_permutations.h"
 #include "noise_test_support.h"
+#include "operations.h"
 
 #include <gtest/gtest.h>
 
@@ -75,7 +76,7 @@ TEST_P(SamplerValues, PeriodIs256OnEveryAxis) {
 /// to 1.07e-6 (maths_noise_fast_lattice_test.cpp), each axis makes [-1, 1] wider by the factor 2 f - 1, and
 /// its blend rounds by less than 2.5 * 2^-23.
 double OvershootOf(const CBatchSampler& sampler) {
-    return sampler.m_Quality == Reference::EQuality::kQuintic ? 2.5e-6 * sampler.m_Dimension : 0.0;
+    return sampler.m_Quality == EQuality::kQuintic ? 2.5e-6 * sampler.m_Dimension : 0.0;
 }
 
 /// Values with which the corners of the cell at 0 alternate, to 1 at the corner that is uppermost on all axes
@@ -244,8 +245,7 @@ TEST(SamplerValuesTogether, TheMeanOverAPeriodIsThatOfTheValues) {
 
 // The qualities among each other and single values known by hand.
 
-float SampleOne(const CFastNoise3& noise, Reference::EQuality quality, int dimension,
-                const float (&position)[4]) {
+float SampleOne(const CFastNoise3& noise, EQuality quality, int dimension, const float (&position)[4]) {
     for (const CBatchSampler& sampler : kBatchSamplers) {
         if (sampler.m_Quality == quality && sampler.m_Dimension == dimension) {
             float sample = 0.0f;
@@ -259,7 +259,7 @@ float SampleOne(const CFastNoise3& noise, Reference::EQuality quality, int dimen
 
 TEST(SamplerValuesTogether, QualitiesAgreeAtLatticePointsAndDifferInside) {
     const COpenNoise noise = EvenNoise();
-    using enum Reference::EQuality;
+    using enum EQuality;
     for (const int dimension : {1, 2, 3, 4}) {
         for (int n = -20; n < 20; ++n) {
             const float at = static_cast<float>(n);
@@ -286,7 +286,7 @@ TEST(SamplerValuesTogether, ProductAndSumAreNotFused) {
     const auto& P = Internal::kFastNoisePermutations;
     const float t = 0.5f + 0x1p-13f;
     for (const CBatchSampler& sampler : kBatchSamplers) {
-        if (sampler.m_Quality != Reference::EQuality::kLinear) {
+        if (sampler.m_Quality != EQuality::kLinear) {
             continue; // the fraction is the weight in linear quality alone
         }
         // Two neighbours along x, on the other axes at 0: the chain goes through P once more for each axis,
@@ -320,11 +320,9 @@ TEST(SamplerValuesTogether, OneDimensionalFirstCellLiesBetweenEntries151And160) 
     const float* const B = noise.Basis();
     // At a quarter: the fades are 0.25, 0.15625 and 0.103515625, all exact.
     const float quarter[4] = {0.25f, 0.0f, 0.0f, 0.0f};
-    EXPECT_EQ(SampleOne(noise, Reference::EQuality::kLinear, 1, quarter), B[151] + (B[160] - B[151]) * 0.25f);
-    EXPECT_EQ(SampleOne(noise, Reference::EQuality::kCubic, 1, quarter),
-              B[151] + (B[160] - B[151]) * 0.15625f);
-    EXPECT_EQ(SampleOne(noise, Reference::EQuality::kQuintic, 1, quarter),
-              B[151] + (B[160] - B[151]) * 0.103515625f);
+    EXPECT_EQ(SampleOne(noise, EQuality::kLinear, 1, quarter), B[151] + (B[160] - B[151]) * 0.25f);
+    EXPECT_EQ(SampleOne(noise, EQuality::kCubic, 1, quarter), B[151] + (B[160] - B[151]) * 0.15625f);
+    EXPECT_EQ(SampleOne(noise, EQuality::kQuintic, 1, quarter), B[151] + (B[160] - B[151]) * 0.103515625f);
 }
 
 TEST(SamplerValuesTogether, OneDimensionalMinusAQuarterLiesInCell255) {
@@ -332,9 +330,8 @@ TEST(SamplerValuesTogether, OneDimensionalMinusAQuarterLiesInCell255) {
     const float* const B = noise.Basis();
     const float position[4] = {-0.25f, 0.0f, 0.0f, 0.0f};
     // P[255] is 180 and P[256] is 151.
-    EXPECT_EQ(SampleOne(noise, Reference::EQuality::kLinear, 1, position),
-              B[180] + (B[151] - B[180]) * 0.75f);
-    for (const auto quality : {Reference::EQuality::kCubic, Reference::EQuality::kQuintic}) {
+    EXPECT_EQ(SampleOne(noise, EQuality::kLinear, 1, position), B[180] + (B[151] - B[180]) * 0.75f);
+    for (const auto quality : {EQuality::kCubic, EQuality::kQuintic}) {
         const float sample = SampleOne(noise, quality, 1, position);
         EXPECT_GT(sample, std::min(B[180], B[151]));
         EXPECT_LT(sample, std::max(B[180], B[151]));
@@ -348,7 +345,7 @@ TEST(SamplerValuesTogether, JustBelowZeroTheUpperSideIsTaken) {
     const auto& P = Internal::kFastNoisePermutations;
     const float* const B = noise.Basis();
     const auto upperSide = [](float lower, float upper) { return lower + (upper - lower); };
-    using enum Reference::EQuality;
+    using enum EQuality;
     for (const auto quality : {kLinear, kCubic, kQuintic}) {
         const float x[4] = {-1e-10f, 0.0f, 0.0f, 0.0f};
         EXPECT_EQ(SampleOne(noise, quality, 1, x), upperSide(B[180], B[151]));
@@ -367,7 +364,7 @@ TEST(SamplerValuesTogether, AQuarterBelowZeroIsThreeQuartersIntoCell255) {
     const auto& P = Internal::kFastNoisePermutations;
     const float* const B = noise.Basis();
     const auto threeQuarters = [](float lower, float upper) { return lower + (upper - lower) * 0.75f; };
-    constexpr auto kLinear = Reference::EQuality::kLinear;
+    constexpr auto kLinear = EQuality::kLinear;
     const float x[4] = {-0.25f, 0.0f, 0.0f, 0.0f};
     EXPECT_EQ(SampleOne(noise, kLinear, 1, x), threeQuarters(B[180], B[151]));
     EXPECT_EQ(SampleOne(noise, kLinear, 2, x), threeQuarters(B[P[180]], B[P[151]]));

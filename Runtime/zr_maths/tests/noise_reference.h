@@ -5,16 +5,14 @@
 // names in the definition.
 
 #include "maths_noise_fast_permutations.h"
-
-#include <zr_support/vector.h>
+#include "operations.h"
 
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace Vestrel::Reference {
-
-enum class EQuality { kLinear, kCubic, kQuintic };
 
 struct CCell {
     uint32_t m_Coordinate;
@@ -156,6 +154,23 @@ inline float Sample(const float* B, EQuality quality, const TVector<float, 4>& p
         return Lerp(below, above, fz);
     };
     return Lerp(blend(0), blend(1), fw);
+}
+
+/// The sample that `sampler` owes for the position at `bytes`, at any alignment.
+inline float Sample(const float* B, const CBatchSampler& sampler, const void* bytes) {
+    TVector<float, 4> position = {};
+    std::memcpy(&position, bytes, sampler.PositionSize());
+    const auto& [x, y, z, w] = position;
+    switch (sampler.m_Dimension) {
+    case 1:
+        return Sample(B, sampler.m_Quality, x);
+    case 2:
+        return Sample(B, sampler.m_Quality, TVector<float, 2>{x, y});
+    case 3:
+        return Sample(B, sampler.m_Quality, TVector<float, 3>{x, y, z});
+    default:
+        return Sample(B, sampler.m_Quality, position);
+    }
 }
 
 /// The eight corners of a 3D cell: c[x][y][z].

@@ -1,8 +1,8 @@
 #include "wide/wide_kernels.h"
 
-#include "batch_samplers.h"
 #include "chosen_kernels.h"
 #include "guarded_memory.h"
+#include "noise_reference.h"
 #include "noise_test_support.h"
 #include "sparse_memory.h"
 
@@ -236,7 +236,7 @@ TEST_F(NotedKernels, LeaveARestBeyond4GiB) {
                 float sample;
                 std::memcpy(&sample, samples + k * sizeof(sample), sizeof(sample));
                 ASSERT_EQ(FoldedBits(sample),
-                          FoldedBits(sampler.m_Expected(m_Noise.Basis(), rest + k * stride)))
+                          FoldedBits(Reference::Sample(m_Noise.Basis(), sampler, rest + k * stride)))
                     << reporter.Text() << ": sample " << k << " behind the blocks";
             }
         }
@@ -245,7 +245,6 @@ TEST_F(NotedKernels, LeaveARestBeyond4GiB) {
 #endif
 
 TEST_F(NotedKernels, TakeWholeBlocksOfGradients) {
-    using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;
     static CRecord records[300];
     static TVector<float, 4> gradients[300];
     for (const uint32_t count : {0u, 63u, 64u, 127u, 128u, 191u, 192u, 300u}) {
@@ -333,7 +332,8 @@ protected:
             const bool isSample = 16 <= k && k < 16 + count;
             const unsigned char* const position =
                 positions + positionOffset + (isSample ? (k - 16) * stride : 0);
-            const float expected = isSample ? Sampler().m_Expected(m_Noise.Basis(), position) : kCanary;
+            const float expected =
+                isSample ? Reference::Sample(m_Noise.Basis(), Sampler(), position) : kCanary;
             ASSERT_EQ(FoldedBits(sample), FoldedBits(expected))
                 << Sampler() << " by " << std::get<0>(GetParam())->m_Name << ", " << count << " positions "
                 << stride << " bytes apart, offsets " << positionOffset << " and " << outputOffset
@@ -462,7 +462,7 @@ TEST_P(WideSamplers, OverTheStartOfThePositions) {
                     float sample;
                     std::memcpy(&sample, memory + offset + k * sizeof(float), sizeof(sample));
                     const float expected =
-                        Sampler().m_Expected(m_Noise.Basis(), &coordinates[k * stride / 4]);
+                        Reference::Sample(m_Noise.Basis(), Sampler(), &coordinates[k * stride / 4]);
                     ASSERT_EQ(FoldedBits(sample), FoldedBits(expected))
                         << Sampler() << " by " << std::get<0>(GetParam())->m_Name << " in place, " << count
                         << " positions " << stride << " bytes apart, offset " << offset << ": sample " << k;

@@ -181,7 +181,7 @@ void AddItems(CVectors& vectors, size_t index, const CSubjects& subjects, const 
               size_t itemCount) {
     const size_t resultCount = PinnedResultCount(index);
     std::vector<float> results(itemCount * resultCount);
-    FindPinnedOperation(PinnedName(index))(subjects.m_Pinned, inputs.data(), itemCount, results.data());
+    PinnedResults(index, subjects.m_Pinned, inputs, itemCount, results.data());
     const size_t inputCount = inputs.size() / itemCount;
     for (size_t item = 0; item < itemCount; ++item) {
         const auto first = inputs.begin() + static_cast<std::ptrdiff_t>(item * inputCount);

@@ -1,12 +1,13 @@
 #include "pinned_bits.h"
 
-#include "batch_samplers.h"
+#include "noise_reference.h"
 #include "pinned_operations.h"
 #include "rotatable_reference.h"
 #include "wide/wide_kernels.h"
 
 #include <zr_support/simd_streams.h>
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <cstdio>
@@ -18,8 +19,6 @@ namespace Vestrel {
 
 namespace {
 
-using Reference::EQuality;
-
 constexpr uint32_t kSeed = 20261121;
 
 struct CFields {
@@ -30,60 +29,56 @@ struct CFields {
 };
 
 /// Inputs of a block, from coordinates of every kind.
-using CFillInputs = void (*)(CCoordinates& coordinates, size_t itemCount, std::vector<float>& inputs);
+using CFillInputs = void (*)(CCoordinates& coordinates, size_t row, size_t itemCount,
+                             std::vector<float>& inputs);
 
 /// What the reference makes of one item.
-using CExpect = void (*)(const CFields& fields, const float* inputs, float* expected);
+using CExpect = void (*)(const CFields& fields, size_t row, const float* inputs, float* expected);
 
-/// What kind of operation it is.
+/// What a call takes and gives.
 struct CKind {
     size_t m_ItemCount;   // in a block
     size_t m_ResultCount; // of an item
     CFillInputs m_Fill;
     CExpect m_Expect; // null where there is nothing to compare with
-    float m_SpinVariation = 0.2f;
 };
 
 struct CPinned {
     const char* m_Name;
-    CKind m_Kind;
+    EPinnedCall m_Call;
+    size_t m_Row;
     uint64_t m_HashOfFew;
     uint64_t m_HashOfMany;
 };
 
-/// With kSpareCount coordinates left unused behind each block.
-template <size_t kPerItem, size_t kSpareCount = 0>
-void FillCoordinates(CCoordinates& coordinates, size_t itemCount, std::vector<float>& inputs) {
-    inputs = coordinates.Fill(kPerItem * itemCount + kSpareCount);
-    inputs.resize(kPerItem * itemCount);
+constexpr float kSpinVariations[] = {0.0f, 0.2f, 1.5f}; // the rows of rotations
+
+template <size_t kPerItem>
+void FillCoordinates(CCoordinates& coordinates, size_t, size_t itemCount, std::vector<float>& inputs) {
+    inputs = coordinates.Fill(kPerItem * itemCount);
 }
 
-template <size_t kSampler>
-constexpr CKind Batch() {
-    constexpr size_t kDimension = static_cast<size_t>(kBatchSamplers[kSampler].m_Dimension);
-    return {kMostPinnedItems, 1, FillCoordinates<kDimension, 1>,
-            [](const CFields& fields, const float* inputs, float* expected) {
-                *expected = kBatchSamplers[kSampler].m_Expected(fields.m_Noise.Basis(), inputs);
-            }};
+/// One coordinate behind each block is left unused.
+void FillPositions(CCoordinates& coordinates, size_t row, size_t itemCount, std::vector<float>& inputs) {
+    inputs = coordinates.Fill(static_cast<size_t>(kBatchSamplers[row].m_Dimension) * itemCount + 1);
+    inputs.pop_back();
+}
+
+void ExpectBatch(const CFields& fields, size_t row, const float* inputs, float* expected) {
+    *expected = Reference::Sample(fields.m_Noise.Basis(), kBatchSamplers[row], inputs);
 }
 
 TVector<float, 3> PositionAt(const float* inputs) {
     return {inputs[0], inputs[1], inputs[2]};
 }
 
-template <EQuality kQuality>
-void ExpectSample(const CFields& fields, const float* inputs, float* expected) {
-    *expected = Reference::Sample(fields.m_Noise.Basis(), kQuality, PositionAt(inputs));
-}
-
-template <EQuality kQuality>
-constexpr CKind FourLane() {
-    return {kMostPinnedItems, 1, FillCoordinates<4>, ExpectSample<kQuality>};
+void ExpectSample(const CFields& fields, size_t row, const float* inputs, float* expected) {
+    *expected = Reference::Sample(fields.m_Noise.Basis(), kPointSamplers[row].m_Quality, PositionAt(inputs));
 }
 
 /// Three further positions, half of the time close to the first.
-void FillCoherent(CCoordinates& coordinates, size_t itemCount, std::vector<float>& inputs) {
-    FillCoordinates<12>(coordinates, itemCount, inputs);
+void FillCoherent(CCoordinates& coordinates, size_t, size_t itemCount, std::vector<float>& inputs) {
+    inputs = coordinates.Fill(12 * itemCount);
     for (size_t item = 0; item < 12 * itemCount; item += 12) {
         float* const first = &inputs[item];
         const bool isClose = (std::bit_cast<uint32_t>(first[11]) & 1) != 0;
@@ -93,82 +88,62 @@ void FillCoherent(CCoordinates& coordinates, size_t itemCount, std::vector<float
     }
 }
 
-template <EQuality kQuality>
-void ExpectCoherent(const CFields& fields, const float* inputs, float* expected) {
+void ExpectCoherent(const CFields& fields, size_t row, const float* inputs, float* expected) {
     const TVector<float, 3> positions[4] = {PositionAt(inputs), PositionAt(inputs + 3),
                                             PositionAt(inputs + 6), PositionAt(inputs + 9)};
     for (size_t k = 0; k < 4; ++k) {
-        expected[k] = Reference::SampleCoherent(fields.m_Noise.Basis(), kQuality, positions, k);
+        expected[k] =
+            Reference::SampleCoherent(fields.m_Noise.Basis(), kPointSamplers[row].m_Quality, positions, k);
     }
-}
-
-template <EQuality kQuality>
-constexpr CKind Coherent() {
-    return {kMostPinnedItems, 4, FillCoherent, ExpectCoherent<kQuality>};
 }
 
 /// The fractions of x, y and z, a zero, and their cells, in floats too, with a zero.
-struct CRecord {
-    float m_Values[8];
-};
-
-CRecord RecordOf(const float* position) {
+std::array<float, 8> RecordOf(const float* position) {
     const Reference::CCell x = Reference::Split(position[0]);
     const Reference::CCell y = Reference::Split(position[1]);
     const Reference::CCell z = Reference::Split(position[2]);
-    return {{x.m_Fraction, y.m_Fraction, z.m_Fraction, 0.0f, static_cast<float>(x.m_Coordinate),
-             static_cast<float>(y.m_Coordinate), static_cast<float>(z.m_Coordinate), 0.0f}};
+    return {x.m_Fraction,
+            y.m_Fraction,
+            z.m_Fraction,
+            0.0f,
+            static_cast<float>(x.m_Coordinate),
+            static_cast<float>(y.m_Coordinate),
+            static_cast<float>(z.m_Coordinate),
+            0.0f};
 }
 
-void FillRecords(CCoordinates& coordinates, size_t itemCount, std::vector<float>& inputs) {
-    std::vector<float> positions;
-    FillCoordinates<3>(coordinates, itemCount, positions);
+void FillRecords(CCoordinates& coordinates, size_t, size_t itemCount, std::vector<float>& inputs) {
+    const std::vector<float> positions = coordinates.Fill(3 * itemCount);
     inputs.clear();
     for (size_t k = 0; k < positions.size(); k += 3) {
-        const CRecord record = RecordOf(&positions[k]);
-        inputs.insert(inputs.end(), std::begin(record.m_Values), std::end(record.m_Values));
+        const std::array<float, 8> record = RecordOf(&positions[k]);
+        inputs.insert(inputs.end(), record.begin(), record.end());
     }
 }
 
-void ExpectGradientOf(const CFields& fields, EQuality quality, bool isBatch, const float* record,
-                      float* expected) {
+template <bool kIsBatch>
+void ExpectGradientOf(const CFields& fields, size_t row, const float* record, float* expected) {
     const TVector<float, 3> gradient = Reference::Gradient(
-        fields.m_Noise.Basis(), quality, isBatch, PositionAt(record), static_cast<uint32_t>(record[4]),
-        static_cast<uint32_t>(record[5]), static_cast<uint32_t>(record[6]));
+        fields.m_Noise.Basis(), kPointSamplers[row].m_Quality, kIsBatch, PositionAt(record),
+        static_cast<uint32_t>(record[4]), static_cast<uint32_t>(record[5]), static_cast<uint32_t>(record[6]));
     expected[0] = gradient.x;
     expected[1] = gradient.y;
     expected[2] = gradient.z;
     expected[3] = 0.0f;
 }
 
-template <EQuality kQuality>
-constexpr CKind Gradient() {
-    return {kMostPinnedItems, 4, FillCoordinates<4>,
-            [](const CFields& fields, const float* inputs, float* expected) {
-                ExpectGradientOf(fields, kQuality, false, RecordOf(inputs).m_Values, expected);
-            }};
+void ExpectGradient(const CFields& fields, size_t row, const float* inputs, float* expected) {
+    ExpectGradientOf<false>(fields, row, RecordOf(inputs).data(), expected);
 }
 
-template <EQuality kQuality>
-constexpr CKind GradientBatch() {
-    return {kMostPinnedItems, 4, FillRecords,
-            [](const CFields& fields, const float* inputs, float* expected) {
-                ExpectGradientOf(fields, kQuality, true, inputs, expected);
-            }};
-}
-
-void ExpectRotation(const CFields& fields, const float* inputs, float* expected) {
+void ExpectRotation(const CFields& fields, size_t, const float* inputs, float* expected) {
     const CTable basis = ExpectedBasis(fields.m_Rotatable, *inputs);
     std::memcpy(expected, basis.data(), sizeof(basis));
 }
 
-constexpr CKind Rotation(float spinVariation) {
-    return {16, 256, FillCoordinates<1>, ExpectRotation, spinVariation};
-}
-
 /// Coordinates, seven of eight made into numbers from -1 to 1, where an arcsine is a number.
-void FillSines(CCoordinates& coordinates, size_t itemCount, std::vector<float>& inputs) {
-    FillCoordinates<1>(coordinates, itemCount, inputs);
+void FillSines(CCoordinates& coordinates, size_t, size_t itemCount, std::vector<float>& inputs) {
+    inputs = coordinates.Fill(itemCount);
     uint32_t mixed = 0;
     for (float& input : inputs) {
         mixed = (mixed ^ std::bit_cast<uint32_t>(input)) * 0x9E3779B1u;
@@ -179,19 +154,30 @@ void FillSines(CCoordinates& coordinates, size_t itemCount, std::vector<float>& 
     }
 }
 
-template <auto kOne, CFillInputs kFill = FillCoordinates<1>>
-constexpr CKind Stream() {
-    return {kMostPinnedItems, 1, kFill,
-            [](const CFields&, const float* inputs, float* expected) { *expected = kOne(*inputs); }};
+template <auto kOne>
+void ExpectOne(const CFields&, size_t, const float* inputs, float* expected) {
+    *expected = kOne(*inputs);
 }
 
-constexpr CKind Generator() {
-    return {kMostPinnedItems, 1, FillCoordinates<1>, nullptr};
+/// In the order of EPinnedCall.
+constexpr CKind kKinds[] = {
+    {kMostPinnedItems, 1, FillPositions, ExpectBatch},
+    {kMostPinnedItems, 1, FillPositions, ExpectBatch},
+    {kMostPinnedItems, 1, FillCoordinates<4>, ExpectSample},
+    {kMostPinnedItems, 4, FillCoherent, ExpectCoherent},
+    {kMostPinnedItems, 4, FillCoordinates<4>, ExpectGradient},
+    {kMostPinnedItems, 4, FillRecords, ExpectGradientOf<true>},
+    {16, 256, FillCoordinates<1>, ExpectRotation},
+    {kMostPinnedItems, 1, FillSines, ExpectOne<&SIMD_Neon::FullPrecision::ArcSin>},
+    {kMostPinnedItems, 1, FillCoordinates<1>, ExpectOne<&SIMD_Neon::LowPrecision::Sin>},
+    {kMostPinnedItems, 1, FillCoordinates<1>, nullptr},
+};
+
+const CKind& KindOf(const CPinned& pinned) {
+    return kKinds[static_cast<size_t>(pinned.m_Call)];
 }
 
-constexpr EQuality kLinear = EQuality::kLinear;
-constexpr EQuality kCubic = EQuality::kCubic;
-constexpr EQuality kQuintic = EQuality::kQuintic;
+using enum EPinnedCall;
 
 // clang-format off
 constexpr CPinned kPinned[] = {
@@ -201,15 +187,16 @@ constexpr CPinned kPinned[] = {
 
 /// The first result of a block that differs from the reference, with the inputs of its item; empty if none
 /// does.
-std::string FirstDifference(const CFields& fields, const CKind& kind, const std::vector<float>& inputs,
+std::string FirstDifference(const CFields& fields, const CPinned& pinned, const std::vector<float>& inputs,
                             const std::vector<float>& results) {
+    const CKind& kind = KindOf(pinned);
     const size_t inputCount = inputs.size() / kind.m_ItemCount;
     std::vector<float> expected(kind.m_ResultCount);
     for (size_t k = 0; k < results.size() && kind.m_Expect != nullptr; ++k) {
         const size_t item = k / kind.m_ResultCount;
         const size_t place = k % kind.m_ResultCount;
         if (place == 0) {
-            kind.m_Expect(fields, &inputs[item * inputCount], expected.data());
+            kind.m_Expect(fields, pinned.m_Row, &inputs[item * inputCount], expected.data());
         }
         if (FoldedBits(results[k]) != FoldedBits(expected[place])) {
             char text[120];
@@ -235,10 +222,12 @@ struct COutcome {
 };
 
 /// Compares the first `comparedCount` results, and those that share a block with them, with the reference.
-COutcome Run(const CPinned& pinned, CPinnedOperation operation, size_t resultCount, size_t comparedCount) {
-    const CKind& kind = pinned.m_Kind;
+COutcome Run(const CPinned& pinned, size_t resultCount, size_t comparedCount) {
+    const CKind& kind = KindOf(pinned);
     CFields fields;
-    fields.m_Rotatable.SetSpinVariation(kind.m_SpinVariation);
+    if (pinned.m_Call == kRotation) {
+        fields.m_Rotatable.SetSpinVariation(kSpinVariations[pinned.m_Row]);
+    }
     const CPinnedSubjects subjects = {fields.m_Noise, fields.m_Rotatable, fields.m_Rotatable.m_Basis,
                                       fields.m_Generator};
     CCoordinates coordinates(kSeed);
@@ -246,10 +235,11 @@ COutcome Run(const CPinned& pinned, CPinnedOperation operation, size_t resultCou
     std::vector<float> inputs;
     std::vector<float> results(kind.m_ItemCount * kind.m_ResultCount);
     for (size_t done = 0; done < resultCount;) {
-        kind.m_Fill(coordinates, kind.m_ItemCount, inputs);
-        operation(subjects, inputs.data(), kind.m_ItemCount, results.data());
+        kind.m_Fill(coordinates, pinned.m_Row, kind.m_ItemCount, inputs);
+        MakePinnedResults(pinned.m_Call, pinned.m_Row, subjects, inputs.data(), kind.m_ItemCount,
+                          results.data());
         if (done < comparedCount && outcome.m_Difference.empty()) {
-            outcome.m_Difference = FirstDifference(fields, kind, inputs, results);
+            outcome.m_Difference = FirstDifference(fields, pinned, inputs, results);
         }
         for (const float result : results) {
             outcome.m_Hash = HashWith(outcome.m_Hash, result);
@@ -282,28 +272,30 @@ const char* PinnedName(size_t index) {
 
 std::vector<float> PinnedInputs(size_t index, CCoordinates& coordinates, size_t itemCount) {
     std::vector<float> inputs;
-    kPinned[index].m_Kind.m_Fill(coordinates, itemCount, inputs);
+    KindOf(kPinned[index]).m_Fill(coordinates, kPinned[index].m_Row, itemCount, inputs);
     return inputs;
 }
 
+void PinnedResults(size_t index, const CPinnedSubjects& subjects, const std::vector<float>& inputs,
+                   size_t itemCount, float* results) {
+    const CPinned& pinned = kPinned[index];
+    MakePinnedResults(pinned.m_Call, pinned.m_Row, subjects, inputs.data(), itemCount, results);
+}
+
 size_t PinnedResultCount(size_t index) {
-    return kPinned[index].m_Kind.m_ResultCount;
+    return KindOf(kPinned[index]).m_ResultCount;
 }
 
 std::string PinnedMismatch(size_t index, size_t resultCount) {
     const CPinned& pinned = kPinned[index];
-    const CPinnedOperation operation = FindPinnedOperation(pinned.m_Name);
-    if (operation == nullptr) {
-        return std::string(pinned.m_Name) + ": there is no operation of this name\n";
-    }
     const auto isPinned = [&](const COutcome& outcome) {
         return outcome.m_Difference.empty() && outcome.m_HashOfFew == pinned.m_HashOfFew &&
                (resultCount == kFewPinnedResults || outcome.m_Hash == pinned.m_HashOfMany);
     };
-    if (isPinned(Run(pinned, operation, resultCount, kFewPinnedResults))) {
+    if (isPinned(Run(pinned, resultCount, kFewPinnedResults))) {
         return "";
     }
-    const COutcome outcome = Run(pinned, operation, kManyPinnedResults, kManyPinnedResults);
+    const COutcome outcome = Run(pinned, kManyPinnedResults, kManyPinnedResults);
     char line[64];
     std::snprintf(line, sizeof(line), " 0x%016llX, 0x%016llX},",
                   static_cast<unsigned long long>(outcome.m_HashOfFew),

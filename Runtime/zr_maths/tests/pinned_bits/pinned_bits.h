@@ -10,6 +10,7 @@
 namespace Vestrel {
 
 class CCoordinates;
+struct CPinnedSubjects;
 
 /// How many results of an operation the two hashes of the table are over.
 constexpr size_t kFewPinnedResults = 65536; // for where all is slow
@@ -27,6 +28,10 @@ const char* PinnedName(size_t index);
 
 /// Inputs of `itemCount` items of an operation of the table, made from `coordinates`.
 std::vector<float> PinnedInputs(size_t index, CCoordinates& coordinates, size_t itemCount);
+
+/// Makes the results of an operation of the table.
+void PinnedResults(size_t index, const CPinnedSubjects& subjects, const std::vector<float>& inputs,
+                   size_t itemCount, float* results);
 
 /// The number of results that an operation of the table has for an item.
 size_t PinnedResultCount(size_t index);
