@@ -29,10 +29,3 @@ function(vestrel_harden target)
   # Programs, too: -fPIE and -pie.
   set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
 endfunction()
-
-# For sources of the inner loops, whose arrays have fixed lengths: the check would slow down short calls.
-function(vestrel_without_stack_protector)
-  if(VESTREL_COMPILER_TAKES_fstack_protector_strong)
-    set_property(SOURCE ${ARGV} APPEND PROPERTY COMPILE_OPTIONS -fno-stack-protector)
-  endif()
-endfunction()

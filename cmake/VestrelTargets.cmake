@@ -65,9 +65,18 @@ function(vestrel_runtime_library target)
   if(VESTREL_HARDENED)
     vestrel_harden(${target})
   endif()
+  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:zr_support_internal>)
   target_compile_features(${target} PUBLIC cxx_std_17)
   target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
                                               $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+endfunction()
+
+# For sources of the inner loops: the check of VESTREL_HARDENED would slow down short calls, and their arrays have fixed
+# lengths.
+function(vestrel_without_stack_protector)
+  if(VESTREL_HARDENED AND VESTREL_COMPILER_TAKES_fstack_protector_strong)
+    set_property(SOURCE ${ARGV} APPEND PROPERTY COMPILE_OPTIONS -fno-stack-protector)
+  endif()
 endfunction()
 
 # find_package for something that only a part of the build needs, with a message that says how to go on without.

@@ -22,7 +22,7 @@ function(vestrel_test name)
   vestrel_own_code(${name})
   # The references that results are compared with must not be fused either.
   vestrel_exact_arithmetic(${name})
-  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gtest_main)
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} zr_support_internal GTest::gtest_main)
   set(timeout 300)
   if(arg_LABEL STREQUAL "exhaustive")
     add_dependencies(exhaustive_tests ${name})
@@ -31,4 +31,22 @@ function(vestrel_test name)
     set(timeout 3600)
   endif()
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${timeout} LABELS "${arg_LABEL}")
+endfunction()
+
+# vestrel_test_instruction_sets(PROGRAM LABEL argument...): a program of tests, whose main is instruction_set_main.cpp, once
+# with each instruction set that the library does not select by itself.
+function(vestrel_test_instruction_sets program label)
+  if(NOT VESTREL_WIDE_KERNELS)
+    return()
+  endif()
+  set(instruction_sets "four lanes" AVX2 AVX-512)
+  if(VESTREL_TESTS_VISIT_EVERY_FLOAT AND CMAKE_CXX_FLAGS MATCHES "-m")
+    # A level of instructions changes the flags of the code for four lanes alone.
+    set(instruction_sets "four lanes")
+  endif()
+  foreach(kernels IN LISTS instruction_sets)
+    add_test(NAME "${program} with ${kernels}" COMMAND ${program} "--other-kernels=${kernels}" ${ARGN})
+    set_tests_properties("${program} with ${kernels}" PROPERTIES TIMEOUT 3600 LABELS "${label}"
+      SKIP_REGULAR_EXPRESSION "\\[  SKIPPED \\] this library on this processor")
+  endforeach()
 endfunction()

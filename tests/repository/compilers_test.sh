@@ -38,7 +38,7 @@ libraries=(-DCMAKE_CXX_COMPILER="$compiler" -G Ninja -DVESTREL_BUILD_TESTS=OFF -
 quietly() { "$@" >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }; }
 quietly cmake -S "$source" -B "$work/build" "${libraries[@]}"
 runtime=$source/Runtime
-compile=("$compiler" -fsyntax-only -Wfatal-errors -I "$runtime/zr_support/include" -I "$runtime/zr_support/src"
+compile=("$compiler" -fsyntax-only -Wfatal-errors -I "$runtime/zr_support/include" -I "$runtime/zr_support/internal"
   -I "$runtime/zr_maths/include" -I "$work/build/Runtime/zr_support/include")
 
 # sources_of BUILD: the source files of the libraries that it compiles, below the folder of the runtime.
@@ -58,7 +58,7 @@ for file in "${files[@]}"; do
   fi
 done
 # The parts of -ffast-math, which g++ shows, and clang++ does not.
-strict=("${compile[@]}" -std=c++20 "$runtime/zr_support/src/sin_stream.cpp")
+strict=("${compile[@]}" -std=c++20 "$runtime/zr_support/src/streams/sin_stream.cpp")
 if ! "$compiler" --version | grep -q clang; then
   for part in '-fassociative-math -fno-signed-zeros -fno-trapping-math' -freciprocal-math -fno-signed-zeros \
     -funsafe-math-optimizations -Ofast; do

@@ -1,9 +1,9 @@
 // Samples once, for a tool that counts instructions: instruction_counts KERNELS SAMPLER COUNT. Setting up
 // takes the same number for every COUNT.
 
+#include "instruction_sets.h"
 #include "noise_test_support.h"
 #include "operations.h"
-#include "wide/wide_kernels.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -17,10 +17,10 @@ namespace {
 
 constexpr uint32_t kMaxCount = 16384;
 
-bool ChooseKernelsNamed(std::string_view name) {
-    for (const Internal::CWideKernels* kernels : Internal::WideKernelsHere()) {
-        if (kernels->m_Name == name) {
-            Internal::ChooseWideKernels(*kernels);
+bool SelectInstructionSetNamed(std::string_view name) {
+    for (const EInstructionSet set : SupportedInstructionSets()) {
+        if (Internal::NameOf(set) == name) {
+            LimitInstructionSet(set);
             return true;
         }
     }
@@ -31,7 +31,7 @@ bool ChooseKernelsNamed(std::string_view name) {
 
 int main(int argumentCount, char** arguments) {
     const unsigned long count = argumentCount == 4 ? std::strtoul(arguments[3], nullptr, 10) : 0;
-    if (count == 0 || count > kMaxCount || !ChooseKernelsNamed(arguments[1])) {
+    if (count == 0 || count > kMaxCount || !SelectInstructionSetNamed(arguments[1])) {
         std::fprintf(
             stderr,
             "usage: instruction_counts KERNELS SAMPLER COUNT, with kernels that the processor has and up "

@@ -2,9 +2,9 @@
 // fast they are as the code for four lanes in the same run.
 
 #include "benchmark_sections.h"
+#include "instruction_sets.h"
 #include "noise_test_support.h"
 #include "operations.h"
-#include "wide/wide_kernels.h"
 
 #include <benchmark/benchmark.h>
 
@@ -23,7 +23,6 @@ namespace Vestrel::Benchmarks {
 
 namespace {
 
-using Internal::CWideKernels;
 using SIMD_Neon::Float4;
 
 constexpr uint32_t kCount = 4096;
@@ -137,11 +136,9 @@ void Run(benchmark::State& state, const CCase& run) {
     state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * repeats * run.m_Count);
 }
 
-void RunWith(benchmark::State& state, const CWideKernels& kernels, const CCase& run) {
-    const CWideKernels& before = Internal::WideKernels();
-    Internal::ChooseWideKernels(kernels);
+void RunWith(benchmark::State& state, EInstructionSet set, const CCase& run) {
+    const CSelectedInstructionSet selected(set);
     Run(state, run);
-    Internal::ChooseWideKernels(before);
 }
 
 /// Reads twelve bytes and writes four for each position, four positions at a time, and does nothing besides.
@@ -175,33 +172,35 @@ void SampleWithThreads(uint32_t threadCount) {
     }
 }
 
-std::string NameOf(const CWideKernels& kernels, const std::string& name) {
-    return std::string("kernels/") + kernels.m_Name + "/" + name;
+std::string NameOf(EInstructionSet set, const std::string& name) {
+    return std::string("kernels/") + Internal::NameOf(set) + "/" + name;
 }
 
 void Register(const CCase& run) {
-    for (const CWideKernels* kernels : Internal::WideKernelsHere()) {
-        benchmark::RegisterBenchmark(
-            NameOf(*kernels, run.m_Name).c_str(),
-            [kernels, run](benchmark::State& state) { RunWith(state, *kernels, run); });
+    for (const EInstructionSet set : SupportedInstructionSets()) {
+        benchmark::RegisterBenchmark(NameOf(set, run.m_Name).c_str(),
+                                     [set, run](benchmark::State& state) { RunWith(state, set, run); });
     }
 }
 
 void PrintRow(const CMedians& medians, const CCase& run) {
-    const auto here = Internal::WideKernelsHere();
-    const auto nanoseconds = [&](const CWideKernels& kernels) {
-        return medians.Nanoseconds(NameOf(kernels, run.m_Name));
+    const auto sets = SupportedInstructionSets();
+    const auto nanoseconds = [&](EInstructionSet set) {
+        return medians.Nanoseconds(NameOf(set, run.m_Name));
     };
-    if (std::isnan(nanoseconds(*here.back()))) {
+    if (std::isnan(nanoseconds(EInstructionSet::kFourLanes))) {
         return; // left out by a filter
     }
     std::printf("%-41s", run.m_Name.c_str());
-    for (const CWideKernels* kernels : here) {
-        PrintNumber(nanoseconds(*kernels));
-        std::printf(" %4.1f %%", 100.0 * medians.Spread(NameOf(*kernels, run.m_Name)));
+    for (const EInstructionSet set : sets) {
+        PrintNumber(nanoseconds(set));
+        std::printf(" %4.1f %%", 100.0 * medians.Spread(NameOf(set, run.m_Name)));
     }
-    for (const CWideKernels* kernels : here.first(here.size() - 1)) {
-        PrintNumber(nanoseconds(*here.back()) / nanoseconds(*kernels));
+    for (const EInstructionSet set : sets) {
+        if (set == EInstructionSet::kFourLanes) {
+            break;
+        }
+        PrintNumber(nanoseconds(EInstructionSet::kFourLanes) / nanoseconds(set));
     }
     std::printf("\n");
 }
@@ -228,10 +227,10 @@ void RegisterKernelBenchmarks() {
 }
 
 void PrintKernelBenchmarks(const CMedians& medians) {
-    const auto here = Internal::WideKernelsHere();
+    const auto sets = SupportedInstructionSets();
     std::printf("\n%-41s", "nanoseconds, medians and their spread");
-    for (const CWideKernels* kernels : here) {
-        std::printf("%16s", kernels->m_Name);
+    for (const EInstructionSet set : sets) {
+        std::printf("%16s", Internal::NameOf(set));
     }
     std::printf("  times as fast as four lanes\n");
     for (const auto& cases : {CasesOfOperations(), CasesOfCounts()}) {

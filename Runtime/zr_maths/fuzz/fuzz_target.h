@@ -68,10 +68,10 @@ bool IsTelling();
 
 /// Fails unless both have the same bits, all not-a-numbers being one. `what` and its number name them.
 inline void ExpectSameBits(float actual, float expected, const char* what, size_t number) {
-    if (FoldedBits(actual) != FoldedBits(expected)) {
+    if (CanonicalBits(actual) != CanonicalBits(expected)) {
         Fail("%s %zu is %a (bits %08X), and should be %a (bits %08X)", what, number,
-             static_cast<double>(actual), FoldedBits(actual), static_cast<double>(expected),
-             FoldedBits(expected));
+             static_cast<double>(actual), CanonicalBits(actual), static_cast<double>(expected),
+             CanonicalBits(expected));
     }
 }
 

@@ -120,7 +120,7 @@ protected:
             std::memcpy(&sample, output.Data() + places[k].m_Output, 4);
             const unsigned char* const position = positions.Data() + places[k].m_Position;
             const float expected = Reference::Sample(m_Noise.Basis(), sampler, position);
-            EXPECT_EQ(FoldedBits(sample), FoldedBits(expected))
+            EXPECT_EQ(CanonicalBits(sample), CanonicalBits(expected))
                 << sampler << ", " << call << ": sample " << k << " at " << Describe(position) << " is "
                 << sample << ", not " << expected;
             std::memset(remaining.data() + places[k].m_Output, kCanary, 4);
@@ -257,7 +257,7 @@ TEST_P(BatchSamplers, PaddedPositionsGiveTheValuesOfPackedOnes) {
     GetParam().m_Sample(m_Noise, {fromPacked, kCount, 4}, packed.Data(), kCount, size);
     GetParam().m_Sample(m_Noise, {fromPadded, kCount, 4}, padded.Data(), kCount, size + 4);
     for (uint32_t k = 0; k < kCount; ++k) {
-        EXPECT_EQ(FoldedBits(fromPadded[k]), FoldedBits(fromPacked[k])) << "position " << k;
+        EXPECT_EQ(CanonicalBits(fromPadded[k]), CanonicalBits(fromPacked[k])) << "position " << k;
     }
 }
 
@@ -300,15 +300,15 @@ TEST_P(BatchSamplers, StridesOfGibibytes) {
         float samples[5] = {};
         GetParam().m_Sample(m_Noise, {samples, 5, 4}, memory.Data(), 5, stride);
         for (size_t k = 0; k < 5; ++k) {
-            EXPECT_EQ(FoldedBits(samples[k]),
-                      FoldedBits(Reference::Sample(m_Noise.Basis(), GetParam(), positionAt(k))))
+            EXPECT_EQ(CanonicalBits(samples[k]),
+                      CanonicalBits(Reference::Sample(m_Noise.Basis(), GetParam(), positionAt(k))))
                 << "position stride " << stride << ", sample " << k;
         }
         // A single sample has room whatever the stride; of several the last one must still begin below 4 GiB.
         float single[2] = {0.0f, 99.0f};
         GetParam().m_Sample(m_Noise, {single, 1, stride}, positionAt(2), 1, 20);
-        EXPECT_EQ(FoldedBits(single[0]),
-                  FoldedBits(Reference::Sample(m_Noise.Basis(), GetParam(), positionAt(2))))
+        EXPECT_EQ(CanonicalBits(single[0]),
+                  CanonicalBits(Reference::Sample(m_Noise.Basis(), GetParam(), positionAt(2))))
             << stride;
         EXPECT_EQ(single[1], 99.0f) << "output stride " << stride;
     }
@@ -326,8 +326,8 @@ TEST_P(BatchSamplers, StridesOfGibibytes) {
         for (uint32_t k = 0; k < sampleCount; ++k) {
             float sample;
             std::memcpy(&sample, output + uint64_t{k} * stride, 4);
-            EXPECT_EQ(FoldedBits(sample),
-                      FoldedBits(Reference::Sample(m_Noise.Basis(), GetParam(), positionAt(k))))
+            EXPECT_EQ(CanonicalBits(sample),
+                      CanonicalBits(Reference::Sample(m_Noise.Basis(), GetParam(), positionAt(k))))
                 << count << " samples, output stride " << stride << ", sample " << k;
         }
         EXPECT_EQ(behind[0], kCanary) << count << " samples, output stride " << stride;
@@ -343,7 +343,7 @@ TEST_P(BatchSamplers, CountOfThePositionsIsNeverRead) {
     GetParam().m_Sample(m_Noise, {zero, 9, 4}, coordinates.data(), 0, GetParam().PositionSize());
     GetParam().m_Sample(m_Noise, {huge, 9, 4}, coordinates.data(), UINT32_MAX, GetParam().PositionSize());
     for (size_t k = 0; k < 9; ++k) {
-        EXPECT_EQ(FoldedBits(zero[k]), FoldedBits(huge[k])) << "sample " << k;
+        EXPECT_EQ(CanonicalBits(zero[k]), CanonicalBits(huge[k])) << "sample " << k;
     }
 }
 
@@ -367,7 +367,7 @@ void ExpectOverlapIsHarmless(const CBatchSampler& sampler, const COpenNoise& noi
     for (uint32_t k = 0; k < kCount; ++k) {
         float sample;
         std::memcpy(&sample, positions.Data() + size_t{k} * outputStride, 4);
-        ASSERT_EQ(FoldedBits(sample), FoldedBits(expected[k]))
+        ASSERT_EQ(CanonicalBits(sample), CanonicalBits(expected[k]))
             << sampler << ", offset " << offset << ", strides " << stride << " and " << outputStride
             << ": sample " << k;
     }
@@ -433,7 +433,7 @@ TEST(BatchSamplers, TakeContainers) {
     noise.SampleCubic3D(samples, positions);
     for (size_t k = 0; k < samples.size(); ++k) {
         const float expected = Reference::Sample(noise.Basis(), EQuality::kCubic, positions[k]);
-        EXPECT_EQ(FoldedBits(samples[k]), FoldedBits(expected)) << "position " << k;
+        EXPECT_EQ(CanonicalBits(samples[k]), CanonicalBits(expected)) << "position " << k;
     }
 }
 

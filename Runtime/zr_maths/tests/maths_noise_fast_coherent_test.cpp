@@ -55,7 +55,7 @@ protected:
         for (size_t k = 0; k < 4; ++k) {
             const float expected =
                 Reference::SampleCoherent(m_Noise.Basis(), GetParam().m_Quality, positions.m_Positions, k);
-            ASSERT_EQ(FoldedBits(samples[k]), FoldedBits(expected))
+            ASSERT_EQ(CanonicalBits(samples[k]), CanonicalBits(expected))
                 << "lane " << k << ": " << TextOf(positions);
         }
     }
@@ -102,9 +102,9 @@ TEST_P(CoherentSamplers, FourCopiesOfAFinitePositionGiveItsSampleFourTimes) {
     };
     for (int trial = 0; trial < 50000; ++trial) {
         const CPosition position = {finite(), finite(), finite()};
-        const uint32_t expected = FoldedBits(SampleOneAt(position));
+        const uint32_t expected = CanonicalBits(SampleOneAt(position));
         for (const float sample : SampleAt({{position, position, position, position}})) {
-            ASSERT_EQ(FoldedBits(sample), expected) << TextOf({{position}});
+            ASSERT_EQ(CanonicalBits(sample), expected) << TextOf({{position}});
         }
     }
 }
@@ -121,7 +121,7 @@ TEST_P(CoherentSamplers, LanesGiveTheirSingleSampleWhereFractionsRoundAlike) {
         }
         const std::array<float, 4> samples = SampleAt(positions);
         for (size_t k = 0; k < 4; ++k) {
-            ASSERT_EQ(FoldedBits(samples[k]), FoldedBits(SampleOneAt(positions.m_Positions[k])))
+            ASSERT_EQ(CanonicalBits(samples[k]), CanonicalBits(SampleOneAt(positions.m_Positions[k])))
                 << "lane " << k << ": " << TextOf(positions);
         }
     }
@@ -166,7 +166,7 @@ TEST_P(CoherentSamplers, LaneThreeOfAPositionNeverChangesASample) {
         const std::array<float, 4> samples = SampleAt(positions, lane3);
         const std::array<float, 4> expected = SampleAt(positions);
         for (size_t k = 0; k < 4; ++k) {
-            ASSERT_EQ(FoldedBits(samples[k]), FoldedBits(expected[k])) << TextOf(positions);
+            ASSERT_EQ(CanonicalBits(samples[k]), CanonicalBits(expected[k])) << TextOf(positions);
         }
     }
 }

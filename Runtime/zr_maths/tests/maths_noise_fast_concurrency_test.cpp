@@ -1,8 +1,8 @@
-#include "chosen_kernels.h"
+#include "instruction_sets.h"
 #include "noise_test_support.h"
 #include "operations.h"
 
-#include <zr_maths/limit_instruction_set.h>
+#include <zr_support/instruction_set.h>
 
 #include <gtest/gtest.h>
 
@@ -45,7 +45,7 @@ TEST(FastNoiseConcurrency, SamplersMayRunAtOnceOnOneObject) {
 
 // Whichever kernels a call finds, it goes through with.
 TEST(FastNoiseConcurrency, TheInstructionSetMayBeLimitedMeanwhile) {
-    const CChosenKernels chosen(Internal::WideKernels());
+    const CSelectedInstructionSet restored(Internal::SelectedInstructionSet());
     const COpenNoise noise = EvenNoise();
     constexpr uint32_t kCount = 513;
     const std::vector<float> positions = CCoordinates(8).Fill(3 * kCount);

@@ -2,9 +2,9 @@
 // positions that they go beyond 4 GiB.
 
 #include "bit_patterns.h"
-#include "maths_noise_fast_batch.h"
 #include "noise_reference.h"
 #include "noise_test_support.h"
+#include "sample_batch.h"
 #include "sparse_memory.h"
 
 #include <gtest/gtest.h>
@@ -169,7 +169,7 @@ TEST(NoiseExhaustive, LinearSamplesOfPackedPositionsBeyond4GiB) {
             for (uint32_t k = count - kKept; k < count; ++k) {
                 const float expected =
                     Reference::Sample(noise.Basis(), sampler, positions.Begin() + size_t{k} * stride);
-                ASSERT_EQ(FoldedBits(samples[k]), FoldedBits(expected))
+                ASSERT_EQ(CanonicalBits(samples[k]), CanonicalBits(expected))
                     << sampler << ", positions " << stride << " bytes apart: sample " << k << " of " << count;
             }
         }

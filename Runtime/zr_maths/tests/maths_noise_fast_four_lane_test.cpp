@@ -33,7 +33,7 @@ TEST_P(FourLaneSamplers, GiveTheBitsOfTheReferenceForEveryKindOfCoordinate) {
     for (int trial = 0; trial < 200000; ++trial) {
         const TVector<float, 3> position = {coordinates.Next(), coordinates.Next(), coordinates.Next()};
         const float expected = Reference::Sample(m_Noise.Basis(), GetParam().m_Quality, position);
-        ASSERT_EQ(FoldedBits(SampleAt(position.x, position.y, position.z)), FoldedBits(expected))
+        ASSERT_EQ(CanonicalBits(SampleAt(position.x, position.y, position.z)), CanonicalBits(expected))
             << std::hexfloat << position.x << ", " << position.y << ", " << position.z;
     }
 }
@@ -48,7 +48,8 @@ TEST_P(FourLaneSamplers, GiveTheBitsOfTheBatchSamplersOfTheirQuality) {
         batch.m_Sample(m_Noise, {samples.data(), 1000, 4}, positions.data(), 1000, 12);
         for (size_t k = 0; k < 1000; ++k) {
             const float* const position = &positions[3 * k];
-            EXPECT_EQ(FoldedBits(SampleAt(position[0], position[1], position[2])), FoldedBits(samples[k]))
+            EXPECT_EQ(CanonicalBits(SampleAt(position[0], position[1], position[2])),
+                      CanonicalBits(samples[k]))
                 << "position " << k;
         }
     }
@@ -61,7 +62,7 @@ TEST_P(FourLaneSamplers, LaneThreeNeverChangesTheSample) {
         const float y = coordinates.Next();
         const float z = coordinates.Next();
         const float lane3 = coordinates.Next();
-        ASSERT_EQ(FoldedBits(SampleAt(x, y, z, lane3)), FoldedBits(SampleAt(x, y, z))) << lane3;
+        ASSERT_EQ(CanonicalBits(SampleAt(x, y, z, lane3)), CanonicalBits(SampleAt(x, y, z))) << lane3;
     }
     EXPECT_FALSE(std::isnan(SampleAt(0.5f, 1.5f, 2.5f, std::numeric_limits<float>::quiet_NaN())));
 }

@@ -40,7 +40,7 @@ std::string TextOf(const CRecord& record) {
 }
 
 std::array<uint32_t, 3> BitsOf(float x, float y, float z) {
-    return {FoldedBits(x), FoldedBits(y), FoldedBits(z)};
+    return {CanonicalBits(x), CanonicalBits(y), CanonicalBits(z)};
 }
 
 template <typename TVector>
@@ -217,7 +217,7 @@ TEST_P(GradientSamplers, BatchFormGivesTheBitsOfTheReferenceAtEveryCount) {
         for (uint32_t k = 0; k < count; ++k) {
             ASSERT_EQ(BitsOf(gradients[k + 1]), BitsOf(Expected(records[k], true)))
                 << "record " << k << " of " << count << ": " << TextOf(records[k]);
-            ASSERT_EQ(FoldedBits(gradients[k + 1].w), 0u);
+            ASSERT_EQ(CanonicalBits(gradients[k + 1].w), 0u);
         }
         EXPECT_EQ(gradients[0].x, -7.0f) << "wrote below the output";
         EXPECT_EQ(gradients[count + 1].x, -7.0f) << "wrote beyond the output";
@@ -439,8 +439,8 @@ TEST(LinearGradient, AlongXIsConstantInXAndJumpsAtTheFace) {
         return gradient.x;
     };
     for (const float x : {3.125f, 3.5f, 3.75f, 3.999f}) {
-        EXPECT_EQ(FoldedBits(ofOne(x)), FoldedBits(ofOne(3.0f))) << x;
-        EXPECT_EQ(FoldedBits(ofBatch(x)), FoldedBits(ofBatch(3.0f))) << x;
+        EXPECT_EQ(CanonicalBits(ofOne(x)), CanonicalBits(ofOne(3.0f))) << x;
+        EXPECT_EQ(CanonicalBits(ofBatch(x)), CanonicalBits(ofBatch(3.0f))) << x;
     }
     EXPECT_NE(ofOne(4.0f), ofOne(3.0f));
     EXPECT_NE(ofBatch(4.0f), ofBatch(3.0f));
@@ -479,7 +479,7 @@ TEST_P(GradientSamplers, LaneThreeNeverChangesTheGradientAndIsZero) {
         const float lane3 = coordinates.Next();
         const CGradient gradient = SampleOneAt(x, y, z, lane3);
         ASSERT_EQ(BitsOf(gradient), BitsOf(SampleOneAt(x, y, z))) << lane3;
-        ASSERT_EQ(FoldedBits(gradient.w), 0u) << lane3;
+        ASSERT_EQ(CanonicalBits(gradient.w), 0u) << lane3;
     }
     std::vector<CRecord> records = RandomRecords(7, 1007);
     std::vector<CGradient> before(7);

@@ -2,10 +2,10 @@
 // positions in memory. Results aside, it would show by floating-point exceptions, and by time where an
 // operand is denormal, which x86 notes as an exception of its own.
 
-#include "maths_noise_fast_batch.h"
 #include "noise_test_support.h"
 #include "operations.h"
-#include "wide/wide_kernels.h"
+#include "sample_batch.h"
+#include "selected_kernels.h"
 
 #include <gtest/gtest.h>
 
@@ -89,7 +89,7 @@ TEST_P(IgnoredInput, Lane3OfCoherentPositions) {
 }
 
 TEST_P(IgnoredInput, FourthComponentsOfRecords) {
-    for (const uint32_t count : {1u, 3u, 4u, 7u, 3 * Internal::kWideBlock + 7}) {
+    for (const uint32_t count : {1u, 3u, 4u, 7u, 3 * Internal::kPositionsPerBlock + 7}) {
         std::vector<CRecord> records(count);
         std::vector<CGradient> gradients(count);
         ExpectIgnored(std::to_string(count) + " records", [&](float lane3) {
@@ -108,9 +108,7 @@ INSTANTIATE_TEST_SUITE_P(All, IgnoredMemory, testing::ValuesIn(kBatchSamplers), 
 TEST_P(IgnoredMemory, BetweenAndBehindPositions) {
     const COpenNoise noise = EvenNoise();
     const uint32_t size = GetParam().PositionSize();
-    const uint32_t longRun = *std::max_element(Internal::WideKernels().m_LeastCount.begin(),
-                                               Internal::WideKernels().m_LeastCount.end()) +
-                             Internal::kWideBlock + 7;
+    const uint32_t longRun = GreatestMinimumCount() + Internal::kPositionsPerBlock + 7;
     for (const uint32_t stride : {size, size + 4, 16u, 20u}) {
         for (const uint32_t count : {1u, 3u, 4u, 7u, longRun}) {
             std::vector<float> memory((size_t{count} * std::max(stride, size) + 16) / 4);

@@ -1,4 +1,4 @@
-#include "maths_noise_fast_lattice.h"
+#include "lattice/lattice.h"
 
 #include "noise_reference.h"
 #include "noise_test_support.h"
@@ -30,7 +30,7 @@ COneSplit SplitOne(float x) {
     SIMD_Neon::StoreAligned(fractions, split.m_Fraction);
     for (int lane = 1; lane < 4; ++lane) {
         EXPECT_EQ(cells[lane], cells[0]) << "coordinate " << x << ", lane " << lane;
-        EXPECT_EQ(FoldedBits(fractions[lane]), FoldedBits(fractions[0]))
+        EXPECT_EQ(CanonicalBits(fractions[lane]), CanonicalBits(fractions[0]))
             << "coordinate " << x << ", lane " << lane;
     }
     return {cells[0], fractions[0]};
@@ -84,7 +84,7 @@ TEST(Lattice, SplitsEveryKindOfCoordinateAsTheReference) {
         const float x = coordinates.Next();
         const COneSplit split = SplitOne(x);
         const Reference::CCell expected = Reference::Split(x);
-        ASSERT_EQ(FoldedBits(split.m_Fraction), FoldedBits(expected.m_Fraction)) << std::hexfloat << x;
+        ASSERT_EQ(CanonicalBits(split.m_Fraction), CanonicalBits(expected.m_Fraction)) << std::hexfloat << x;
         if (!std::isnan(x)) {
             ASSERT_EQ(split.m_Cell, expected.m_Coordinate) << std::hexfloat << x;
         }

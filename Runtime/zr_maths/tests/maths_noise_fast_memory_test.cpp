@@ -2,10 +2,11 @@
 
 #include "batch_calls.h"
 #include "guarded_memory.h"
-#include "maths_noise_fast_batch.h"
+#include "kernels/kernels.h"
 #include "noise_reference.h"
 #include "noise_test_support.h"
-#include "wide/wide_kernels.h"
+#include "sample_batch.h"
+#include "selected_kernels.h"
 
 #include <gtest/gtest.h>
 
@@ -26,17 +27,17 @@ namespace {
 
 using namespace Vestrel;
 
-constexpr uint32_t kWideBlock = Internal::kWideBlock;
+using Internal::kPositionsPerBlock;
 
 /// Counts at which another path begins or ends: those of four lanes and of long runs, blocks of the wide
-/// kernels, and where the kernels that are in use take over, at `leastWideCount`.
-std::vector<uint32_t> CountsAround(uint32_t leastWideCount) {
+/// kernels, and where the kernels that are in use take over, at `minimumWideCount`.
+std::vector<uint32_t> CountsAround(uint32_t minimumWideCount) {
     std::set<uint32_t> counts;
     for (uint32_t count = 0; count <= 33; ++count) {
         counts.insert(count);
     }
-    for (const uint32_t edge :
-         {kWideBlock, 2 * kWideBlock, Internal::kLongRun, leastWideCount, leastWideCount + kWideBlock}) {
+    for (const uint32_t edge : {kPositionsPerBlock, 2 * kPositionsPerBlock, Internal::kLongRun,
+                                minimumWideCount, minimumWideCount + kPositionsPerBlock}) {
         for (uint32_t count = edge - std::min(edge, 3u); count <= edge + 5; ++count) {
             counts.insert(count);
         }
@@ -44,20 +45,16 @@ std::vector<uint32_t> CountsAround(uint32_t leastWideCount) {
     return {counts.begin(), counts.end()};
 }
 
-/// From how many positions on the kernels that are in use take such a call.
-uint32_t LeastWideCount(const CBatchSampler& sampler, uint32_t positionStride) {
+/// The shortest such call that the selected kernels take.
+uint32_t MinimumWideCount(const CBatchSampler& sampler, uint32_t positionStride) {
     const bool isPadded = sampler.m_Dimension == 3 && positionStride == 4 * sizeof(float);
-    const size_t layout = isPadded ? static_cast<size_t>(Internal::EWideLayout::kPadded3D)
-                                   : static_cast<size_t>(sampler.m_Dimension - 1);
-    return Internal::WideKernels().m_LeastCount[layout];
+    return MinimumCount(isPadded ? Internal::EKernelInput::kPadded3D
+                                 : static_cast<Internal::EKernelInput>(sampler.m_Dimension - 1));
 }
 
 /// The greatest of the counts.
 uint32_t LastCount() {
-    const auto& leastCounts = Internal::WideKernels().m_LeastCount;
-    const uint32_t least = std::max(*std::max_element(leastCounts.begin(), leastCounts.end()),
-                                    Internal::WideKernels().m_LeastRecordCount);
-    return CountsAround(least).back();
+    return CountsAround(GreatestMinimumCount()).back();
 }
 
 /// How far two views are from multiples of 16. Whatever the sizes in whole floats, with one of these either
@@ -158,7 +155,7 @@ INSTANTIATE_TEST_SUITE_P(All, SamplerMemory, testing::ValuesIn(kBatchSamplers), 
 TEST_P(SamplerMemory, NothingIsTouchedBesideWhatACallMayTouch) {
     const uint32_t size = GetParam().PositionSize();
     for (const CStrides& strides : {CStrides{4, size}, {4, 0}, {4, 16}, {4, 20}, {8, size}, {8, 20}}) {
-        for (const uint32_t count : CountsAround(LeastWideCount(GetParam(), strides.m_Position))) {
+        for (const uint32_t count : CountsAround(MinimumWideCount(GetParam(), strides.m_Position))) {
             for (const COffsets& offsets : kOffsets) {
                 Check({count, strides.m_Output, strides.m_Position, offsets.m_Output, offsets.m_Input});
             }
@@ -183,7 +180,7 @@ TEST_P(SamplerMemory, OutputStridesOfPartsOfFloatsWriteWholeSamples) {
 TEST_P(SamplerMemory, NothingIsTouchedBesideWhatACallInPlaceMayTouch) {
     const uint32_t size = GetParam().PositionSize();
     for (const CStrides& strides : {CStrides{4, size}, {size, size}, {4, 20}, {20, 20}}) {
-        for (const uint32_t count : CountsAround(LeastWideCount(GetParam(), strides.m_Position))) {
+        for (const uint32_t count : CountsAround(MinimumWideCount(GetParam(), strides.m_Position))) {
             for (const size_t offset : kFloatOffsets) {
                 CheckInPlace({count, strides.m_Output, strides.m_Position, offset, offset});
             }
@@ -248,7 +245,7 @@ protected:
     }
 
     COpenNoise m_Noise = EvenNoise();
-    const std::vector<uint32_t> m_Counts = CountsAround(Internal::WideKernels().m_LeastRecordCount);
+    const std::vector<uint32_t> m_Counts = CountsAround(MinimumCount(Internal::EKernelInput::kRecords));
     CWatchedMemory m_Records{LastCount() * sizeof(CRecord)};
     CWatchedMemory m_Output{LastCount() * sizeof(CRecord)};
 };

@@ -1,4 +1,4 @@
-#include "maths_noise_fast_permutations.h"
+#include "lattice/permutations.h"
 
 #include <gtest/gtest.h>
 

@@ -42,7 +42,7 @@ TEST_F(RotatableFastNoiseLife, BeginsWithTheDefaults) {
     EXPECT_EQ(reinterpret_cast<uintptr_t>(m_Noise.m_Phases) % 32, 0u);
     EXPECT_FALSE(m_Noise.m_NoSpinVariation);
     EXPECT_EQ(m_Noise.m_SpinVariation, 0.2f);
-    EXPECT_EQ(FoldedBits(m_Noise.m_LastTime), 0u);
+    EXPECT_EQ(CanonicalBits(m_Noise.m_LastTime), 0u);
 }
 
 TEST_F(RotatableFastNoiseLife, DrawsTheBasisAndThenTheSpeeds) {
@@ -125,7 +125,7 @@ TEST(RotatableFastNoiseUndrawn, SpeedsAreInTheMiddleOfTheirInterval) {
         const float highest = halfWidth + kTwoPi;
         const float sum = lowest + highest;
         for (size_t k = 0; k < 256; ++k) {
-            EXPECT_EQ(FoldedBits(noise.m_SpinSpeeds[k]), FoldedBits(sum * 0.5f))
+            EXPECT_EQ(CanonicalBits(noise.m_SpinSpeeds[k]), CanonicalBits(sum * 0.5f))
                 << variation << ", entry " << k;
         }
     }

@@ -19,7 +19,7 @@ TEST_F(RotatableFastNoise, EvenPhasesRiseAndOddOnesFall) {
         const float arc = SIMD_Neon::FullPrecision::ArcSin(m_Noise.m_Basis[k]);
         const float negated = -arc;
         const float expected = k % 2 == 0 ? arc : negated + kPi;
-        EXPECT_EQ(FoldedBits(m_Noise.m_Phases[k]), FoldedBits(expected)) << "entry " << k;
+        EXPECT_EQ(CanonicalBits(m_Noise.m_Phases[k]), CanonicalBits(expected)) << "entry " << k;
         EXPECT_GE(m_Noise.m_Phases[k], k % 2 == 0 ? -1.5707964f : 1.5707963f) << "entry " << k;
         EXPECT_LE(m_Noise.m_Phases[k], k % 2 == 0 ? 1.5707964f : 4.712389f) << "entry " << k;
         EXPECT_NEAR(std::sin(static_cast<double>(m_Noise.m_Phases[k])), m_Noise.m_Basis[k], 3e-7)
@@ -34,7 +34,7 @@ TEST(RotatableFastNoisePhases, OfMinusZeroArePlusZeroAndPi) {
     CListGenerator generator(values);
     const COpenRotatable noise(&generator);
     for (size_t k = 0; k < 256; ++k) {
-        EXPECT_EQ(FoldedBits(noise.m_Phases[k]), FoldedBits(k % 2 == 0 ? 0.0f : kPi)) << "entry " << k;
+        EXPECT_EQ(CanonicalBits(noise.m_Phases[k]), CanonicalBits(k % 2 == 0 ? 0.0f : kPi)) << "entry " << k;
     }
 }
 
@@ -59,7 +59,7 @@ TEST_F(RotatableFastNoise, ARotationIsMadeOfItsPartsAtEveryTime) {
             EXPECT_EQ(BitsOf(m_Noise.m_Basis), ExpectedBasis(m_Noise, time))
                 << "time " << time << ", " << variation;
             ExpectWrapped(m_Noise);
-            EXPECT_EQ(FoldedBits(m_Noise.m_LastTime), FoldedBits(time));
+            EXPECT_EQ(CanonicalBits(m_Noise.m_LastTime), CanonicalBits(time));
         }
     }
 }
@@ -307,8 +307,8 @@ TEST_F(RotatableFastNoise, SamplersSeeTheRotatedField) {
             sampler.m_Sample(m_Noise, {samples.data(), 10, 4}, positions.data(), 10, sampler.PositionSize());
             for (size_t k = 0; k < 10; ++k) {
                 const float* const position = &positions[k * static_cast<size_t>(sampler.m_Dimension)];
-                EXPECT_EQ(FoldedBits(samples[k]),
-                          FoldedBits(Reference::Sample(m_Noise.m_Basis, sampler, position)))
+                EXPECT_EQ(CanonicalBits(samples[k]),
+                          CanonicalBits(Reference::Sample(m_Noise.m_Basis, sampler, position)))
                     << sampler.m_Name << " at time " << time;
             }
         }
@@ -344,7 +344,7 @@ CTable ExpectedSpeeds(const float* speeds, float oldVariation, float newVariatio
     for (size_t k = 0; k < expected.size(); ++k) {
         const float place = speeds[k] - oldLo;
         const float scaled = ratio * place;
-        expected[k] = FoldedBits(newLo + scaled);
+        expected[k] = CanonicalBits(newLo + scaled);
     }
     return expected;
 }

@@ -1,6 +1,6 @@
 // What the field is like as a whole, over ten million positions.
 
-#include "maths_noise_fast_permutations.h"
+#include "lattice/permutations.h"
 #include "noise_test_support.h"
 #include "operations.h"
 

@@ -1,7 +1,7 @@
 // What the samplers give, against what is known of the field; where they read and write is the subject of
 // maths_noise_fast_batch_test.cpp.
 
-#include "maths_noise_fast_permutations.h"
+#include "lattice/permutations.h"
 #include "noise_test_support.h"
 #include "operations.h"
 

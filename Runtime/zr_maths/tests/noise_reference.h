@@ -4,7 +4,7 @@
 // with the module but the permutation table: what every sampler is compared with. P and B are the tables'
 // names in the definition.
 
-#include "maths_noise_fast_permutations.h"
+#include "lattice/permutations.h"
 #include "operations.h"
 
 #include <cmath>

@@ -2,7 +2,7 @@
 
 // What the tests of the noise share.
 
-#include "../../zr_support/src/folded_bits.h"
+#include <zr_support_internal/canonical_bits.h>
 
 #include <zr_maths/maths_noise_fast.h>
 

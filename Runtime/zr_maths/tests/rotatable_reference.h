@@ -24,7 +24,7 @@ using CTable = std::array<uint32_t, 256>;
 inline CTable BitsOf(const float* table) {
     CTable bits;
     for (size_t k = 0; k < bits.size(); ++k) {
-        bits[k] = FoldedBits(table[k]);
+        bits[k] = CanonicalBits(table[k]);
     }
     return bits;
 }
@@ -56,7 +56,7 @@ inline CTable ExpectedBasis(const COpenRotatable& noise, float time) {
         const float turned = time * kTwoPi;
         const float spun = time * noise.m_SpinSpeeds[k];
         const float angle = noise.m_NoSpinVariation ? turned + noise.m_Phases[k] : noise.m_Phases[k] + spun;
-        expected[k] = FoldedBits(SIMD_Neon::LowPrecision::Sin(angle));
+        expected[k] = CanonicalBits(SIMD_Neon::LowPrecision::Sin(angle));
     }
     return expected;
 }

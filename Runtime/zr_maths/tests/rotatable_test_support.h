@@ -14,7 +14,7 @@ namespace Vestrel {
 
 inline void ExpectWrapped(const COpenRotatable& noise) {
     EXPECT_EQ(BitsOf(noise.m_Basis + 256), BitsOf(noise.m_Basis));
-    EXPECT_EQ(FoldedBits(noise.m_Basis[512]), FoldedBits(noise.m_Basis[0]));
+    EXPECT_EQ(CanonicalBits(noise.m_Basis[512]), CanonicalBits(noise.m_Basis[0]));
 }
 
 class RotatableFastNoise : public testing::Test {

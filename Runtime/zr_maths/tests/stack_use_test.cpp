@@ -2,7 +2,7 @@
 // docs/guarantees.md.
 
 #include "noise_test_support.h"
-#include "wide/wide_kernels.h"
+#include <zr_support_internal/selected_instruction_set.h>
 
 #include <zr_maths/verify_arithmetic.h>
 
@@ -42,7 +42,7 @@ struct CBounds {
 };
 
 CBounds Bounds() {
-    const bool isAvx512 = std::string_view(Internal::WideKernels().m_Name) == "AVX-512";
+    const bool isAvx512 = Internal::SelectedInstructionSet() == EInstructionSet::kAvx512;
 #if defined(__OPTIMIZE__)
     return isAvx512 ? CBounds{12 << 10, 32 << 10} : CBounds{5 << 10, 26 << 10};
 #elif defined(__clang__)

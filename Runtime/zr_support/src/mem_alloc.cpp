@@ -1,7 +1,7 @@
 // Nothing but the two functions stands in this file: a program that defines both must not have this object
 // pulled out of the library for the sake of something else in it.
 
-#include "strict_arithmetic.h"
+#include <zr_support_internal/strict_arithmetic.h>
 
 #include <zr_support/mem_alloc.h>
 

@@ -1,4 +1,4 @@
-#include "strict_arithmetic.h"
+#include <zr_support_internal/strict_arithmetic.h>
 
 #include <zr_support/simd_backend.h>
 

@@ -2,7 +2,7 @@
 
 // All bit patterns there are, a block at a time, for tests that leave none out.
 
-#include "../src/folded_bits.h"
+#include <zr_support_internal/canonical_bits.h>
 
 #include <gtest/gtest.h>
 
@@ -57,7 +57,7 @@ void VisitBitPatterns(const TVisit& visit) {
     }
 }
 
-inline uint32_t FoldedBits(int32_t value) {
+inline uint32_t CanonicalBits(int32_t value) {
     return static_cast<uint32_t>(value);
 }
 
@@ -68,10 +68,10 @@ void ExpectSameBits(const CPatternBlock& block, const TPatternResults<TValue>& a
                     const TPatternResults<TValue>& expected, const char* what) {
     uint32_t differences = 0;
     for (uint32_t k = 0; k < kPatternCount; ++k) {
-        differences |= FoldedBits(actual.m_Values[k]) ^ FoldedBits(expected.m_Values[k]);
+        differences |= CanonicalBits(actual.m_Values[k]) ^ CanonicalBits(expected.m_Values[k]);
     }
     for (uint32_t k = 0; differences != 0 && k < kPatternCount; ++k) {
-        ASSERT_EQ(FoldedBits(actual.m_Values[k]), FoldedBits(expected.m_Values[k]))
+        ASSERT_EQ(CanonicalBits(actual.m_Values[k]), CanonicalBits(expected.m_Values[k]))
             << what << " of the bits 0x" << std::hex << block.m_Bits[k] << std::dec << ", as a float "
             << std::hexfloat << block.m_Floats[k] << ", is " << actual.m_Values[k] << ", not "
             << expected.m_Values[k];

@@ -1,8 +1,8 @@
 // The operations on four-lane values in files that were compiled with flags by which compilers may change
 // arithmetic: the bits have to be those of a file that was compiled without.
 
-#include "../src/folded_bits.h"
 #include "flag_expressions.h"
+#include <zr_support_internal/canonical_bits.h>
 
 #include <gtest/gtest.h>
 
@@ -85,7 +85,7 @@ struct CLanes {
 
     bool HasBitsOf(const CLanes& other) const {
         for (size_t k = 0; k < 4; ++k) {
-            if (FoldedBits(m_Lanes[k]) != FoldedBits(other.m_Lanes[k])) {
+            if (CanonicalBits(m_Lanes[k]) != CanonicalBits(other.m_Lanes[k])) {
                 return false;
             }
         }

@@ -23,7 +23,7 @@ constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 TEST(SinStream, LanesGiveTheBitsOfOneFloat) {
     VisitFloats(SinStream_Aligned16, [](const CStreamBlock& block) {
         for (size_t k = 0; k < kBlock; ++k) {
-            ASSERT_EQ(FoldedBits(block.m_Out[k]), FoldedBits(Sin(block.m_In[k])))
+            ASSERT_EQ(CanonicalBits(block.m_Out[k]), CanonicalBits(Sin(block.m_In[k])))
                 << std::hexfloat << block.m_In[k];
         }
     });
@@ -46,15 +46,15 @@ TEST(SinStream, IsWithinAMillionthOfTheSine) {
 TEST(SinStream, IsOddToTheBit) {
     VisitFloats(SinStream_Aligned16, [](const CStreamBlock& block) {
         for (size_t k = 0; k < kBlock; ++k) {
-            ASSERT_EQ(FoldedBits(Sin(-block.m_In[k])), FoldedBits(-block.m_Out[k]))
+            ASSERT_EQ(CanonicalBits(Sin(-block.m_In[k])), CanonicalBits(-block.m_Out[k]))
                 << std::hexfloat << block.m_In[k];
         }
     });
 }
 
 TEST(SinStream, ZerosKeepTheirSign) {
-    EXPECT_EQ(FoldedBits(Sin(0.0f)), FoldedBits(0.0f));
-    EXPECT_EQ(FoldedBits(Sin(-0.0f)), FoldedBits(-0.0f));
+    EXPECT_EQ(CanonicalBits(Sin(0.0f)), CanonicalBits(0.0f));
+    EXPECT_EQ(CanonicalBits(Sin(-0.0f)), CanonicalBits(-0.0f));
 }
 
 TEST(SinStream, InfinitiesAndNotANumberGiveNotANumberInTheirLaneAlone) {
@@ -66,7 +66,7 @@ TEST(SinStream, InfinitiesAndNotANumberGiveNotANumberInTheirLaneAlone) {
             SinStream_Aligned16(in, out, 4);
             for (size_t k = 0; k < 4; ++k) {
                 EXPECT_EQ(std::isnan(out[k]), k == lane) << bad << " in lane " << lane << ", lane " << k;
-                EXPECT_EQ(FoldedBits(out[k]), FoldedBits(Sin(in[k])));
+                EXPECT_EQ(CanonicalBits(out[k]), CanonicalBits(Sin(in[k])));
             }
         }
     }
@@ -98,8 +98,9 @@ TEST(SinStream, HoldsWhereTheWayOfReductionChanges) {
         for (uint32_t k = 0; k < 4000; ++k) {
             ASSERT_NEAR(Sin(angle), std::sin(static_cast<double>(angle)), 4e-7) << std::hexfloat << angle;
             ASSERT_LE(std::fabs(Sin(angle)), 1.0f) << std::hexfloat << angle;
-            ASSERT_EQ(FoldedBits(SinInLane(angle, k % 4)), FoldedBits(Sin(angle))) << std::hexfloat << angle;
-            ASSERT_EQ(FoldedBits(SinInLane(-angle, k % 4)), FoldedBits(Sin(-angle)))
+            ASSERT_EQ(CanonicalBits(SinInLane(angle, k % 4)), CanonicalBits(Sin(angle)))
+                << std::hexfloat << angle;
+            ASSERT_EQ(CanonicalBits(SinInLane(-angle, k % 4)), CanonicalBits(Sin(-angle)))
                 << std::hexfloat << -angle;
             angle = std::nextafter(angle, kInfinity);
         }

@@ -2,7 +2,7 @@
 
 // What the tests of the streams share.
 
-#include "../src/folded_bits.h"
+#include <zr_support_internal/canonical_bits.h>
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "../src/x86_processor.h"
+#include <zr_support_internal/x86_processor.h>
 
 #include <gtest/gtest.h>
 

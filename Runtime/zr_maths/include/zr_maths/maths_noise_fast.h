@@ -74,7 +74,7 @@ namespace Vestrel {
 /// Long runs are taken by the widest instructions that the library has for the processor: on x86-64 those of
 /// AVX2 and of AVX-512 with VBMI, besides SSE2. Nothing above depends on them, neither the bits nor what is
 /// read and written. Which the processor has is found out once, by the first call that asks.
-/// LimitInstructionSet (limit_instruction_set.h) allows fewer.
+/// LimitInstructionSet (zr_support/instruction_set.h) allows fewer.
 class VESTREL_PUBLIC CFastNoise3 {
 public:
     /// Draws the field from `generator`, which is borrowed for the call. With a null generator nothing is

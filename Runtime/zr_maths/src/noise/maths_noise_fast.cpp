@@ -1,10 +1,10 @@
-#include "strict_arithmetic.h"
+#include <zr_support_internal/strict_arithmetic.h>
 
 #include <zr_maths/maths_noise_fast.h>
 
-#include "maths_noise_fast_batch.h"
-#include "maths_noise_fast_gradient.h"
-#include "maths_noise_fast_tables.h"
+#include "gradient_batch.h"
+#include "sample_batch.h"
+#include "tables.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -17,13 +17,13 @@ namespace {
 using Internal::AllocateTable;
 using Internal::ENoiseQuality;
 using Internal::FreeTable;
-using Internal::GradientAt;
+using Internal::GradientAtPosition;
 using Internal::GradientBatch;
 using Internal::kPeriod;
-using Internal::SampleAt;
+using Internal::SampleAtPosition;
 using Internal::SampleBatch;
 using Internal::SampleCoherent;
-using Internal::TEdgeEnds;
+using Internal::TBasisLookup;
 
 constexpr size_t kDrawnBytes = kPeriod * sizeof(float);
 constexpr size_t kBasisBytes = (2 * kPeriod + 1) * sizeof(float);
@@ -133,39 +133,39 @@ void CFastNoise3::SampleQuintic4D(
 }
 
 float CFastNoise3::SampleLinear(SIMD_Neon::Float4 position) const noexcept {
-    return SampleAt<ENoiseQuality::kLinear>(m_Basis, position);
+    return SampleAtPosition<ENoiseQuality::kLinear>(m_Basis, position);
 }
 
 float CFastNoise3::SampleCubic(SIMD_Neon::Float4 position) const noexcept {
-    return SampleAt<ENoiseQuality::kCubic>(m_Basis, position);
+    return SampleAtPosition<ENoiseQuality::kCubic>(m_Basis, position);
 }
 
 float CFastNoise3::SampleQuintic(SIMD_Neon::Float4 position) const noexcept {
-    return SampleAt<ENoiseQuality::kQuintic>(m_Basis, position);
+    return SampleAtPosition<ENoiseQuality::kQuintic>(m_Basis, position);
 }
 
 SIMD_Neon::Float4 CFastNoise3::CoherentSampleLinear(const SIMD_Neon::Float4* positions) const noexcept {
-    return SampleCoherent<ENoiseQuality::kLinear>(TEdgeEnds<3>{m_Basis}, positions);
+    return SampleCoherent<ENoiseQuality::kLinear>(TBasisLookup<3>{m_Basis}, positions);
 }
 
 SIMD_Neon::Float4 CFastNoise3::CoherentSampleCubic(const SIMD_Neon::Float4* positions) const noexcept {
-    return SampleCoherent<ENoiseQuality::kCubic>(TEdgeEnds<3>{m_Basis}, positions);
+    return SampleCoherent<ENoiseQuality::kCubic>(TBasisLookup<3>{m_Basis}, positions);
 }
 
 SIMD_Neon::Float4 CFastNoise3::CoherentSampleQuintic(const SIMD_Neon::Float4* positions) const noexcept {
-    return SampleCoherent<ENoiseQuality::kQuintic>(TEdgeEnds<3>{m_Basis}, positions);
+    return SampleCoherent<ENoiseQuality::kQuintic>(TBasisLookup<3>{m_Basis}, positions);
 }
 
 SIMD_Neon::Float4 CFastNoise3::Sample1stOrderDerivativesLinear(SIMD_Neon::Float4 position) const noexcept {
-    return GradientAt<ENoiseQuality::kLinear>(m_Basis, position);
+    return GradientAtPosition<ENoiseQuality::kLinear>(m_Basis, position);
 }
 
 SIMD_Neon::Float4 CFastNoise3::Sample1stOrderDerivativesCubic(SIMD_Neon::Float4 position) const noexcept {
-    return GradientAt<ENoiseQuality::kCubic>(m_Basis, position);
+    return GradientAtPosition<ENoiseQuality::kCubic>(m_Basis, position);
 }
 
 SIMD_Neon::Float4 CFastNoise3::Sample1stOrderDerivativesQuintic(SIMD_Neon::Float4 position) const noexcept {
-    return GradientAt<ENoiseQuality::kQuintic>(m_Basis, position);
+    return GradientAtPosition<ENoiseQuality::kQuintic>(m_Basis, position);
 }
 
 void CFastNoise3::Sample1stOrderDerivativesLinear(

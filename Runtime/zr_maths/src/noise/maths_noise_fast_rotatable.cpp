@@ -1,10 +1,9 @@
-#include "strict_arithmetic.h"
+#include <zr_support_internal/strict_arithmetic.h>
 
 #include <zr_maths/maths_noise_fast.h>
 
-#include "maths_noise_fast_permutations.h"
-#include "maths_noise_fast_tables.h"
-#include "wide/wide_kernels.h"
+#include "lattice/permutations.h"
+#include "tables.h"
 
 #include <zr_support/simd_streams.h>
 
@@ -119,10 +118,7 @@ void CRotatableFastNoise3::RotateBasis(float time) noexcept {
                                                     elapsed * SIMD_Neon::LoadAligned(m_SpinSpeeds + k));
         });
     }
-    const Internal::CWideSines sines = Internal::WideKernels().m_Sines;
-    if (sines == nullptr || !sines(angles, m_Basis, kPeriod)) {
-        SIMD_Neon::LowPrecision::SinStream_Aligned16(angles, m_Basis, kPeriod);
-    }
+    SIMD_Neon::LowPrecision::SinStream_Aligned16(angles, m_Basis, kPeriod);
     _RefreshBasis();
 }
 

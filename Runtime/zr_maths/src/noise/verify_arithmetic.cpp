@@ -1,9 +1,9 @@
-#include "strict_arithmetic.h"
+#include <zr_support_internal/strict_arithmetic.h>
 
 #include <zr_maths/verify_arithmetic.h>
 
-#include "folded_bits.h"
 #include "verify_arithmetic_hash.h"
+#include <zr_support_internal/canonical_bits.h>
 
 #include <zr_maths/maths_noise_fast.h>
 #include <zr_support/simd_streams.h>

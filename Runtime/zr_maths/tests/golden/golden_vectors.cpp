@@ -4,7 +4,7 @@
 // docs/guarantees.md describes the format. Operations and their inputs are those of the table of pinned bits,
 // but for the rotation and the generator, whose inputs are calls and seeds.
 
-#include "maths_noise_fast_permutations.h"
+#include "lattice/permutations.h"
 #include "noise_test_support.h"
 #include "pinned_bits/pinned_bits.h"
 #include "pinned_bits/pinned_operations.h"
@@ -91,7 +91,7 @@ private:
 
 std::string HexOf(float value) {
     char text[16];
-    std::snprintf(text, sizeof(text), "\"%08x\"", static_cast<unsigned>(FoldedBits(value)));
+    std::snprintf(text, sizeof(text), "\"%08x\"", static_cast<unsigned>(CanonicalBits(value)));
     return text;
 }
 

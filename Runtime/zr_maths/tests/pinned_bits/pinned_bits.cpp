@@ -1,9 +1,9 @@
 #include "pinned_bits.h"
 
+#include "instruction_sets.h"
 #include "noise_reference.h"
 #include "pinned_operations.h"
 #include "rotatable_reference.h"
-#include "wide/wide_kernels.h"
 
 #include <zr_support/simd_streams.h>
 
@@ -198,7 +198,7 @@ std::string FirstDifference(const CFields& fields, const CPinned& pinned, const 
         if (place == 0) {
             kind.m_Expect(fields, pinned.m_Row, &inputs[item * inputCount], expected.data());
         }
-        if (FoldedBits(results[k]) != FoldedBits(expected[place])) {
+        if (CanonicalBits(results[k]) != CanonicalBits(expected[place])) {
             char text[120];
             std::snprintf(text, sizeof(text),
                           "result %zu of an item is %a where the reference has %a, of the inputs", place,
@@ -253,13 +253,11 @@ COutcome Run(const CPinned& pinned, size_t resultCount, size_t comparedCount) {
 } // namespace
 
 size_t PinnedKernelsCount() {
-    return Internal::WideKernelsHere().size();
+    return SupportedInstructionSets().size();
 }
 
 const char* UsePinnedKernels(size_t index) {
-    const Internal::CWideKernels& kernels = *Internal::WideKernelsHere()[index];
-    Internal::ChooseWideKernels(kernels);
-    return kernels.m_Name;
+    return Internal::NameOf(LimitInstructionSet(SupportedInstructionSets()[index]));
 }
 
 size_t PinnedCount() {

@@ -1,20 +1,35 @@
 #pragma once
 
 #include <zr_support/compiler.h>
+#include <zr_support/config.h>
 
 #include <cstdint>
 
 namespace Vestrel {
 
-/// The instruction sets that the libraries choose from at run time, in order: a processor that can run one of
-/// them can run those before it, too.
+/// The instruction sets that the libraries choose from at run time, narrowest first. A processor that supports
+/// one supports those before it, too.
 enum class EInstructionSet : uint32_t {
-    /// Four floats at a time, by the SIMD backend that the library was built with. It runs everywhere.
+    /// Four floats at a time, by the SIMD backend that the library was built with. Runs everywhere.
     kFourLanes,
     /// Eight floats at a time: AVX2, on x86-64.
     kAvx2,
-    /// Sixteen floats at a time: AVX-512 with its parts F, BW and VBMI, on x86-64.
+    /// Sixteen floats at a time: AVX-512 F, BW and VBMI, on x86-64.
     kAvx512,
 };
+
+/// Limits the instruction set of all samplers, gradients, rotations and streams in the process, from now on.
+/// Returns what they use from now on: `most`, or the widest that processor and operating system support, if
+/// that is less.
+///
+/// Use it for diagnosis: does a crash or a slow call depend on the instruction set? Other programs do not need
+/// it, because the library selects the widest by itself. Results stay the same, bit for bit; only their time
+/// changes.
+///
+/// Each call replaces the limit before. kAvx512 means no limit, and so does a value outside the enumeration.
+///
+/// Any thread may call it at any time. It does not lock or allocate. Calls that already run on other threads
+/// finish with the instructions that they began with.
+VESTREL_PUBLIC EInstructionSet LimitInstructionSet(EInstructionSet most) noexcept;
 
 } // namespace Vestrel

@@ -34,8 +34,8 @@ namespace LowPrecision {
 
 /// The sine of an angle in radians, of any magnitude, within 3.06e-7 of the true sine; of all floats
 /// 14092.6465 (0x1.b8652cp+13) is off the most. It is never outside [-1, 1], and odd to the bit. Infinities
-/// and not-a-number give not-a-number. Angles from 2^14 on take more than twice as long, and so does a group
-/// of four with one.
+/// and not-a-number give not-a-number. An angle from 2^14 on takes more than twice as long, and so does the
+/// group of 4, 8 or 16 that it is in.
 VESTREL_PUBLIC float Sin(float radians) noexcept;
 
 /// `out[k]` = Sin(`in[k]`), bit for bit, for k below `count`.

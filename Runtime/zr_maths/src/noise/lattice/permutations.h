@@ -6,7 +6,7 @@
 
 namespace Vestrel::Internal {
 
-/// The field repeats after this many cells on every axis; so many values are drawn for it.
+/// Cells after which the field repeats on every axis, and random values drawn for it.
 inline constexpr int kPeriod = 256;
 
 /// Ken Perlin's permutation of 0 to 255, from the reference implementation of his improved noise (2002).
@@ -25,8 +25,8 @@ inline constexpr std::array<uint8_t, kPeriod> kPerlinPermutation = {
     181, 199, 106, 157, 184, 84,  204, 176, 115, 121, 50,  45,  127, 4,   150, 254, 138, 236, 205, 93,
     222, 114, 67,  29,  24,  72,  243, 141, 128, 195, 78,  66,  215, 61,  156, 180};
 
-/// The permutation, the permutation again, and its first entry once more: a permutation value plus a
-/// coordinate in 0 to 255, and the entry after that, are looked up without wrapping.
+/// The permutation twice and its first entry once more, so that a permutation value plus a coordinate in 0 to
+/// 255, and the entry after that, need no wrapping.
 using CPermutations = std::array<uint32_t, 2 * kPeriod + 1>;
 inline constexpr CPermutations kFastNoisePermutations = [] {
     CPermutations table{};
@@ -36,7 +36,7 @@ inline constexpr CPermutations kFastNoisePermutations = [] {
     return table;
 }();
 
-/// Whether every number from 0 to 255 stands exactly once in each half, and the last entry is the first.
+/// Whether each half holds every number from 0 to 255 once, and the last entry equals the first.
 constexpr bool _IsRepeatedPermutation(const CPermutations& table) {
     std::array<bool, kPeriod> seen{};
     for (size_t k = 0; k < kPeriod; ++k) {

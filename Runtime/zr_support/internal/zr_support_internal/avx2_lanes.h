@@ -1,8 +1,10 @@
 #pragma once
 
-// Eight floats side by side, for sources that are compiled for AVX2. All that is made here has a type of this
-// namespace in its name, so that the linker never takes it for the code of another source. That rules out the
-// four-lane values of simd_float4.h.
+// Eight floats side by side, for sources that are compiled for AVX2. Operations mean what their namesakes in
+// zr_support/simd_float4.h mean.
+//
+// Every function has a type of this namespace in its signature. Otherwise the linker might keep this copy of
+// a function that other sources instantiate too, and older processors would run it.
 
 #include <immintrin.h>
 
@@ -28,6 +30,10 @@ struct FloatX8 {
     FloatX8() = default;
     [[gnu::always_inline]] explicit FloatX8(__m256 value) : m_Register(value) {}
     [[gnu::always_inline]] explicit FloatX8(float allLanes) : m_Register(_mm256_set1_ps(allLanes)) {}
+
+    [[gnu::always_inline]] static FloatX8 Load(const void* source) {
+        return FloatX8(_mm256_loadu_ps(static_cast<const float*>(source)));
+    }
 };
 
 [[gnu::always_inline]] inline FloatX8 operator+(FloatX8 a, FloatX8 b) {
@@ -54,17 +60,21 @@ struct FloatX8 {
     return FloatX8(_mm256_and_ps(a.m_Register, _mm256_castsi256_ps(b.m_Register)));
 }
 
+[[gnu::always_inline]] inline FloatX8 operator^(FloatX8 a, FloatX8 b) {
+    return FloatX8(_mm256_xor_ps(a.m_Register, b.m_Register));
+}
+
 /// A mask: -1 or 0 in each lane.
 [[gnu::always_inline]] inline IntX8 GreaterThan(FloatX8 a, FloatX8 b) {
     return IntX8(_mm256_castps_si256(_mm256_cmp_ps(a.m_Register, b.m_Register, _CMP_GT_OQ)));
 }
 
-/// Beyond the range of the integers, and for not-a-number, -2^31.
+/// Rounds toward zero. Outside int32 and for NaN: -2^31.
 [[gnu::always_inline]] inline IntX8 TruncateInRange(FloatX8 value) {
     return IntX8(_mm256_cvttps_epi32(value.m_Register));
 }
 
-/// Saturates; not-a-number gives -2^31.
+/// Rounds toward zero. Saturates; NaN gives -2^31.
 [[gnu::always_inline]] inline IntX8 TruncateNumberToInt(FloatX8 value) {
     const __m256 isAbove = _mm256_cmp_ps(value.m_Register, FloatX8(0x1p31f).m_Register, _CMP_GE_OQ);
     return IntX8(_mm256_xor_si256(TruncateInRange(value).m_Register, _mm256_castps_si256(isAbove)));
@@ -86,13 +96,34 @@ struct FloatX8 {
     return _mm256_movemask_epi8(_mm256_cmpeq_epi32(value.m_Register, IntX8(number).m_Register)) != 0;
 }
 
-/// Every cell in both halves of its lane, to be added to two hashes at once.
-[[gnu::always_inline]] inline IntX8 AsNextCoordinate(IntX8 cells) {
-    return IntX8(_mm256_or_si256(cells.m_Register, _mm256_slli_epi32(cells.m_Register, 16)));
+[[gnu::always_inline]] inline bool AllTrue(IntX8 mask) {
+    return _mm256_movemask_ps(_mm256_castsi256_ps(mask.m_Register)) == 0xFF;
 }
 
-[[gnu::always_inline]] inline void Load(const void* source, FloatX8& value) {
-    value = FloatX8(_mm256_loadu_ps(static_cast<const float*>(source)));
+/// Not by _mm256_setr_epi32, which inserts lanes one after another.
+[[gnu::always_inline]] inline void FromLanes(const int32_t (&lanes)[8], IntX8& value) {
+    __m128i pairs[4];
+    for (size_t k = 0; k < 4; ++k) {
+        pairs[k] = _mm_unpacklo_epi32(_mm_cvtsi32_si128(lanes[2 * k]), _mm_cvtsi32_si128(lanes[2 * k + 1]));
+    }
+    const __m128i lower = _mm_unpacklo_epi64(pairs[0], pairs[1]);
+    value = IntX8(_mm256_set_m128i(_mm_unpacklo_epi64(pairs[2], pairs[3]), lower));
+}
+
+/// `a` where the mask is -1, else `b`.
+[[gnu::always_inline]] inline FloatX8 Select(IntX8 mask, FloatX8 a, FloatX8 b) {
+    return FloatX8(_mm256_blendv_ps(b.m_Register, a.m_Register, _mm256_castsi256_ps(mask.m_Register)));
+}
+
+/// `value` with its sign flipped where the last bit of `number` is set.
+[[gnu::always_inline]] inline FloatX8 FlipSignIfOdd(FloatX8 value, FloatX8 number) {
+    const __m256i signs = _mm256_slli_epi32(_mm256_castps_si256(number.m_Register), 31);
+    return FloatX8(_mm256_xor_ps(value.m_Register, _mm256_castsi256_ps(signs)));
+}
+
+/// Cells as HashEdges adds them: each in both 16-bit halves of its lane, for two hashes at once.
+[[gnu::always_inline]] inline IntX8 HashOperand(IntX8 cells) {
+    return IntX8(_mm256_or_si256(cells.m_Register, _mm256_slli_epi32(cells.m_Register, 16)));
 }
 
 [[gnu::always_inline]] inline void Store(void* target, FloatX8 value) {
@@ -103,7 +134,7 @@ struct FloatX8 {
     _mm256_storeu_si256(static_cast<__m256i*>(target), value.m_Register);
 }
 
-// Movement of lanes, in each half of 128 bits.
+// Movement of lanes within each 128-bit half.
 
 /// (a0, b0, a1, b1)
 [[gnu::always_inline]] inline FloatX8 InterleaveLow(FloatX8 a, FloatX8 b) {
@@ -125,8 +156,8 @@ struct FloatX8 {
     return FloatX8(_mm256_shuffle_ps(a.m_Register, b.m_Register, _MM_SHUFFLE(3, 1, 3, 1)));
 }
 
-// Records of several components, one behind the other, as one value per component. Each half of the registers
-// is loaded from its own records, so that nothing has to cross from half to half.
+// Records of several components, packed, as one value per component. Each half of a register loads its own
+// records, so that no lane crosses halves.
 
 /// Four floats for the lower half, four for the upper.
 [[gnu::always_inline]] inline FloatX8 LoadHalves(const float* lower, const float* upper) {
@@ -151,39 +182,67 @@ struct FloatX8 {
     axes[2] = FloatX8(_mm256_shuffle_ps(yz01, c, _MM_SHUFFLE(3, 0, 3, 1)));
 }
 
-/// Eight records of four floats, or of three and one that is not read. Not in order: InOrder brings back what
-/// is made of the records.
-[[gnu::always_inline]] inline void _TransposeInHalves(const __m256* loaded, FloatX8* axes) {
-    const FloatX8 ac01 = InterleaveLow(FloatX8(loaded[0]), FloatX8(loaded[2]));
-    const FloatX8 bd01 = InterleaveLow(FloatX8(loaded[1]), FloatX8(loaded[3]));
-    const FloatX8 ac23 = InterleaveHigh(FloatX8(loaded[0]), FloatX8(loaded[2]));
-    const FloatX8 bd23 = InterleaveHigh(FloatX8(loaded[1]), FloatX8(loaded[3]));
+/// Four rows of four become columns, within each half.
+[[gnu::always_inline]] inline void TransposeFours(const FloatX8* rows, FloatX8* axes) {
+    const FloatX8 ac01 = InterleaveLow(rows[0], rows[2]);
+    const FloatX8 bd01 = InterleaveLow(rows[1], rows[3]);
+    const FloatX8 ac23 = InterleaveHigh(rows[0], rows[2]);
+    const FloatX8 bd23 = InterleaveHigh(rows[1], rows[3]);
     axes[0] = InterleaveLow(ac01, bd01);
     axes[1] = InterleaveHigh(ac01, bd01);
     axes[2] = InterleaveLow(ac23, bd23);
     axes[3] = InterleaveHigh(ac23, bd23);
 }
 
+/// Not in memory order: lanes are records 0, 2, 4, 6, 1, 3, 5, 7. See RestoreMemoryOrder.
 [[gnu::always_inline]] inline void LoadInterleaved4(const float* source, FloatX8* axes) {
-    __m256 loaded[4];
+    FloatX8 rows[4];
     for (size_t k = 0; k < 4; ++k) {
-        loaded[k] = _mm256_loadu_ps(source + FloatX8::kLanes * k);
+        rows[k] = FloatX8::Load(source + FloatX8::kLanes * k);
     }
-    _TransposeInHalves(loaded, axes);
+    TransposeFours(rows, axes);
 }
 
 /// Records of three floats, each followed by one that is not read. In the order of LoadInterleaved4.
 [[gnu::always_inline]] inline void LoadPadded3(const float* source, FloatX8* axes) {
     const __m256i xyz = _mm256_setr_epi32(-1, -1, -1, 0, -1, -1, -1, 0);
-    __m256 loaded[4];
+    FloatX8 rows[4];
     for (size_t k = 0; k < 4; ++k) {
-        loaded[k] = _mm256_maskload_ps(source + FloatX8::kLanes * k, xyz);
+        rows[k] = FloatX8(_mm256_maskload_ps(source + FloatX8::kLanes * k, xyz));
     }
-    _TransposeInHalves(loaded, axes);
+    TransposeFours(rows, axes);
 }
 
-/// Undoes the lane order of LoadInterleaved4: (0, 2, 4, 6, 1, 3, 5, 7).
-[[gnu::always_inline]] inline FloatX8 InOrder(FloatX8 value) {
+/// The lower halves of both.
+[[gnu::always_inline]] inline FloatX8 LowerHalves(FloatX8 a, FloatX8 b) {
+    return FloatX8(_mm256_permute2f128_ps(a.m_Register, b.m_Register, 0x20));
+}
+
+/// The upper halves of both.
+[[gnu::always_inline]] inline FloatX8 UpperHalves(FloatX8 a, FloatX8 b) {
+    return FloatX8(_mm256_permute2f128_ps(a.m_Register, b.m_Register, 0x31));
+}
+
+/// Eight records of four floats and four integers, one value per component. In the order of LoadInterleaved4.
+[[gnu::always_inline]] inline void LoadRecords(const float* source, FloatX8* floats, IntX8* integers) {
+    FloatX8 firstHalves[4];
+    FloatX8 secondHalves[4];
+    for (size_t k = 0; k < 4; ++k) {
+        const FloatX8 record0 = FloatX8::Load(source + 16 * k);
+        const FloatX8 record1 = FloatX8::Load(source + 16 * k + 8);
+        firstHalves[k] = LowerHalves(record0, record1);
+        secondHalves[k] = UpperHalves(record0, record1);
+    }
+    TransposeFours(firstHalves, floats);
+    FloatX8 columns[4];
+    TransposeFours(secondHalves, columns);
+    for (size_t k = 0; k < 4; ++k) {
+        integers[k] = IntX8(_mm256_castps_si256(columns[k].m_Register));
+    }
+}
+
+/// Undoes the lane order of LoadInterleaved4.
+[[gnu::always_inline]] inline FloatX8 RestoreMemoryOrder(FloatX8 value) {
     const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
     return FloatX8(_mm256_permutevar8x32_ps(value.m_Register, order));
 }
@@ -194,11 +253,34 @@ struct FloatX8 {
     return _mm_loadh_pi(low, reinterpret_cast<const __m64*>(second));
 }
 
-/// Four pairs of neighbours: two for the lower half, two for the upper.
+/// Four pairs of neighbours: pairs 0 and 1 in the lower half, 2 and 3 in the upper.
 [[gnu::always_inline]] inline FloatX8 LoadFourPairs(const float* pair0, const float* pair1,
                                                     const float* pair2, const float* pair3) {
     const __m256 lower = _mm256_castps128_ps256(_LoadTwoPairs(pair0, pair1));
     return FloatX8(_mm256_insertf128_ps(lower, _LoadTwoPairs(pair2, pair3), 1));
+}
+
+// Doubles.
+
+/// Four doubles, with the operators that the compilers define for vector types.
+struct CDoubleX4 {
+    using CValue [[gnu::vector_size(32)]] = double;
+
+    [[gnu::always_inline]] static CValue SquareRoot(CValue value) {
+        return _mm256_sqrt_pd(value);
+    }
+};
+
+/// Lanes 0 to 3, and 4 to 7.
+[[gnu::always_inline]] inline void ToDoubles(FloatX8 value, CDoubleX4::CValue& low, CDoubleX4::CValue& high) {
+    low = _mm256_cvtps_pd(_mm256_castps256_ps128(value.m_Register));
+    high = _mm256_cvtps_pd(_mm256_extractf128_ps(value.m_Register, 1));
+}
+
+/// The nearest floats.
+[[gnu::always_inline]] inline void ToFloats(CDoubleX4::CValue low, CDoubleX4::CValue high, FloatX8& value) {
+    const __m256 lowFloats = _mm256_castps128_ps256(_mm256_cvtpd_ps(low));
+    value = FloatX8(_mm256_insertf128_ps(lowFloats, _mm256_cvtpd_ps(high), 1));
 }
 
 } // namespace Vestrel::Internal::Avx2

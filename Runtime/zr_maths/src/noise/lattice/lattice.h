@@ -1,12 +1,10 @@
 #pragma once
 
-// The rules of the noise value at a point: in which lattice cell it lies and where (SplitCoordinates), which
-// basis values stand at the corners of that cell (HashEdges, CAdjacentEnds, CPermutedEnds), how far the point
-// has gone from one side to the other (Fade), and the mean of the corners so weighted (Lerp, Blend). Every
-// sampler is made of these. What is a template over the type of a value works for one position and for
-// several side by side.
+// The steps of lattice value noise, which all samplers share: a position's cell and its fraction in it
+// (SplitCoordinates), the basis values at the cell's corners (HashEdges, TBasisLookup), the weights (Fade)
+// and the blend (Lerp, BlendEdges). Templates over a value's type work on one position and on several lanes.
 
-#include "maths_noise_fast_permutations.h"
+#include "permutations.h"
 
 #include <zr_support/simd_float4.h>
 
@@ -23,24 +21,24 @@ using SIMD_Neon::Int4;
 
 enum class ENoiseQuality { kLinear, kCubic, kQuintic };
 
-/// `position` with 0 in lane 3. Lane 3 is ignored, but arithmetic on what a caller has there would show: a
-/// denormal takes several times as long, and a NaN or 3e9 raises FE_INVALID. Pinned, because compilers drop
-/// the mask once they see that lane 3 is unused.
+/// `position` with 0 in lane 3. Lane 3 is ignored, but arithmetic on a caller's value there would show: a
+/// denormal is several times slower, and a NaN or 3e9 raises FE_INVALID. Pinned, because compilers drop the
+/// mask once they see that lane 3 is unused.
 [[gnu::always_inline]] inline Float4 ClearLane3(Float4 position) {
     return Float4(SIMD_Neon::Backend::Pin((position & Int4(-1, -1, -1, 0)).m_Register));
 }
 
-/// Coordinates, each split into its cell on the lattice, reduced to 0 to 255, and its fraction within it.
+/// Coordinates split into lattice cells, modulo 256, and fractions within the cells.
 template <typename TFloat, typename TInt>
 struct TSplitCoordinates {
     TInt m_Cell;
     TFloat m_Fraction;
 };
 
-/// Splits coordinates, several side by side. Fractions lie in [0, 1]: exactly 0 for integral coordinates, and
-/// rounded to exactly 1 just below some of them. This form, with its saturating conversion, says what the
-/// noise is for every bit pattern: the fraction of -0 is +0; beyond +-2^31 the cell stays put and the
-/// fraction grows; not-a-number has a fraction that is not a number, and cell 0, which linear gradients
+/// Splits coordinates, lane by lane. Fractions lie in [0, 1]: 0 for integers, and rounded to 1 just below
+/// some of them. The saturating conversion defines the noise for every bit pattern: the fraction of -0 is +0;
+/// beyond
+/// +-2^31 the cell stays put and the fraction grows; NaN has fraction NaN and cell 0, which linear gradients
 /// depend on.
 template <typename TFloat>
 [[gnu::always_inline]] inline auto SplitCoordinates(TFloat coordinates) {
@@ -65,7 +63,7 @@ template <ENoiseQuality kQuality, typename TValue>
     }
 }
 
-/// The part `t` of the way from `a` to another value, for those that have the difference already.
+/// Linear interpolation from `a`, given the difference to the other end.
 template <typename TValue>
 [[gnu::always_inline]] inline TValue LerpBy(TValue a, TValue difference, TValue t) {
     return a + difference * t;
@@ -76,15 +74,14 @@ template <typename TValue>
     return LerpBy(a, b - a, t);
 }
 
-/// The corners of a cell come in edges along the last axis. An edge's number has its offset along each of the
-/// other axes as a binary digit, x first: edge 2 of a 3D cell, 10 in digits, goes from corner 100 to corner
-/// 101.
+/// A cell's corners are grouped in edges along the last axis. The binary digits of an edge's index are its
+/// offsets along the other axes, x first: edge 2 (10) of a 3D cell joins corners 100 and 101.
 template <int kDimension>
 inline constexpr size_t kEdgeCount = size_t{1} << (kDimension - 1);
 
-/// The permutation, looked up entry by entry.
+/// The permutation, one entry per look-up.
 struct CPermutationEntries {
-    /// The hash that follows `hash` on the lower (0) or the upper (1) side of the next axis.
+    /// Extends `hash` by the coordinate of the next axis, on its lower (0) or upper (1) side.
     template <size_t kSide>
     [[gnu::always_inline]] uint32_t Next(uint32_t hash, uint32_t coordinate) const {
         return kFastNoisePermutations[hash + kSide] + coordinate;
@@ -98,9 +95,9 @@ _HashNextAxis(const TPermutations& permutations, const std::array<THash, sizeof.
     return {permutations.template Next<kEdges % 2>(hashes[kEdges / 2], coordinate)...};
 }
 
-/// The hash of every edge of a cell: the first coordinate, looked up in the permutation and the next one
-/// added, and so on to the last. `cell` holds kDimension coordinates in 0 to 255; a hash is in 0 to 510, or
-/// that modulo 256, after which all tables repeat.
+/// The hash of every edge of a cell. Starting with the first coordinate, each step looks the hash up in the
+/// permutation and adds the next coordinate. `cell` has kDimension coordinates in 0 to 255. A hash is in 0 to
+/// 510, or that modulo 256, the period of all tables.
 template <int kDimension, typename THash, typename TPermutations = CPermutationEntries>
 [[gnu::always_inline]] inline std::array<THash, kEdgeCount<kDimension>>
 HashEdges(const THash* cell, const TPermutations& permutations = {}) {
@@ -112,8 +109,8 @@ HashEdges(const THash* cell, const TPermutations& permutations = {}) {
     }
 }
 
-/// Edges whose hash is the index of the lower end, the upper end being its neighbour.
-struct CAdjacentEnds {
+/// Direct look-up: an edge's hash is the index of its lower end, and the upper end is the next entry.
+struct CDirectLookup {
     const float* m_Values;
 
     /// (lower end, upper end, 0, 0)
@@ -122,35 +119,35 @@ struct CAdjacentEnds {
     }
 
     /// (lower end 0, upper end 0, lower end 1, upper end 1)
-    [[gnu::always_inline]] Float4 LoadTwoEdges(size_t hash0, size_t hash1) const {
+    [[gnu::always_inline]] Float4 LoadEdges(size_t hash0, size_t hash1) const {
         return SIMD_Neon::LoadTwoPairs(m_Values + hash0, m_Values + hash1);
     }
 };
 
-/// Edges whose ends both go through the permutation once more.
-struct CPermutedEnds {
+/// Permuted look-up: both ends go through the permutation once more.
+struct CPermutedLookup {
     const float* m_Basis;
 
     [[gnu::always_inline]] float Value(size_t hash) const {
         return m_Basis[kFastNoisePermutations[hash]];
     }
 
-    /// As CAdjacentEnds.
+    /// As CDirectLookup.
     [[gnu::always_inline]] Float4 LoadEdge(size_t hash) const {
         return Float4(Value(hash), Value(hash + 1), 0.0f, 0.0f);
     }
 
-    /// As CAdjacentEnds.
-    [[gnu::always_inline]] Float4 LoadTwoEdges(size_t hash0, size_t hash1) const {
+    /// As CDirectLookup.
+    [[gnu::always_inline]] Float4 LoadEdges(size_t hash0, size_t hash1) const {
         return Float4(Value(hash0), Value(hash0 + 1), Value(hash1), Value(hash1 + 1));
     }
 };
 
-/// How a hash leads to the basis. From 3D on it is an index as it stands, which saves a round of look-ups: a
-/// line along the last axis walks through the basis in order, each line from a start of its own. In 1D and
-/// 2D, where such lines are all or half of what one sees, both ends go through the permutation once more.
+/// 3D and 4D look up directly, which saves a round of look-ups: a line along the last axis then walks through
+/// the basis in order, each line from its own start. In 1D and 2D such lines would show, so both ends are
+/// permuted.
 template <int kDimension>
-using TEdgeEnds = std::conditional_t<kDimension >= 3, CAdjacentEnds, CPermutedEnds>;
+using TBasisLookup = std::conditional_t<kDimension >= 3, CDirectLookup, CPermutedLookup>;
 
 template <typename TValue, size_t... kEdges>
 [[gnu::always_inline]] inline std::array<TValue, sizeof...(kEdges)>
@@ -159,9 +156,8 @@ _BlendOneAxis(const std::array<TValue, 2 * sizeof...(kEdges)>& edges, TValue wei
     return {Lerp(edges[kEdges], edges[kEdges + sizeof...(kEdges)], weight)...};
 }
 
-/// Blends values into one, along the axis of their numbers' first digit first: the edges of a cell along x,
-/// then y and z. `weights` has one weight for each digit. An edge's first digit tells its side on the first
-/// axis, so that the sides are the two halves.
+/// Blends the edges of a cell into one, along x first, then y and z. `weights` has one weight per axis. The
+/// lower and upper sides of the first axis are the two halves of `edges`.
 template <typename TValue, size_t kCount>
 [[gnu::always_inline]] inline TValue BlendEdges(const std::array<TValue, kCount>& edges,
                                                 const TValue* weights) {

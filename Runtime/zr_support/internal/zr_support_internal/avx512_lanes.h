@@ -1,8 +1,8 @@
 #pragma once
 
-// Sixteen floats and sixty-four bytes side by side, for sources that are compiled for AVX-512 with VBMI. All
-// that is made here has a type of this namespace in its name, so that the linker never takes it for the code
-// of another source.
+// Sixteen floats and sixty-four bytes side by side, for sources that are compiled for AVX-512 with VBMI.
+// Operations mean what their namesakes in zr_support/simd_float4.h mean. As in avx2_lanes.h, every function
+// has a type of this namespace in its signature.
 
 #include <immintrin.h>
 
@@ -17,6 +17,10 @@ struct IntX16 {
     IntX16() = default;
     [[gnu::always_inline]] explicit IntX16(__m512i value) : m_Register(value) {}
     [[gnu::always_inline]] explicit IntX16(int32_t allLanes) : m_Register(_mm512_set1_epi32(allLanes)) {}
+
+    [[gnu::always_inline]] static IntX16 Load(const void* source) {
+        return IntX16(_mm512_loadu_si512(source));
+    }
 };
 
 struct FloatX16 {
@@ -28,9 +32,13 @@ struct FloatX16 {
     FloatX16() = default;
     [[gnu::always_inline]] explicit FloatX16(__m512 value) : m_Register(value) {}
     [[gnu::always_inline]] explicit FloatX16(float allLanes) : m_Register(_mm512_set1_ps(allLanes)) {}
+
+    [[gnu::always_inline]] static FloatX16 Load(const void* source) {
+        return FloatX16(_mm512_loadu_ps(source));
+    }
 };
 
-/// One bit for each lane; as an operand, -1 or 0 in each.
+/// A bit for each lane. As an operand of + or &: -1 or 0 in each lane.
 struct MaskX16 {
     __mmask16 m_Bits;
 };
@@ -43,6 +51,10 @@ struct ByteX64 {
     [[gnu::always_inline]] explicit ByteX64(__m512i value) : m_Register(value) {}
     [[gnu::always_inline]] explicit ByteX64(uint32_t allLanes)
         : m_Register(_mm512_set1_epi8(static_cast<char>(allLanes))) {}
+
+    [[gnu::always_inline]] static ByteX64 Load(const void* source) {
+        return ByteX64(_mm512_loadu_si512(source));
+    }
 };
 
 [[gnu::always_inline]] inline FloatX16 operator+(FloatX16 a, FloatX16 b) {
@@ -61,6 +73,15 @@ struct ByteX64 {
     return FloatX16(_mm512_maskz_mov_ps(mask.m_Bits, a.m_Register));
 }
 
+[[gnu::always_inline]] inline FloatX16 operator&(FloatX16 a, IntX16 b) {
+    return FloatX16(_mm512_castsi512_ps(_mm512_and_si512(_mm512_castps_si512(a.m_Register), b.m_Register)));
+}
+
+[[gnu::always_inline]] inline FloatX16 operator^(FloatX16 a, FloatX16 b) {
+    return FloatX16(_mm512_castsi512_ps(
+        _mm512_xor_si512(_mm512_castps_si512(a.m_Register), _mm512_castps_si512(b.m_Register))));
+}
+
 [[gnu::always_inline]] inline IntX16 operator+(IntX16 a, MaskX16 mask) {
     return IntX16(_mm512_mask_sub_epi32(a.m_Register, mask.m_Bits, a.m_Register, IntX16(1).m_Register));
 }
@@ -77,12 +98,12 @@ struct ByteX64 {
     return {_mm512_cmp_ps_mask(a.m_Register, b.m_Register, _CMP_GT_OQ)};
 }
 
-/// Beyond the range of the integers, and for not-a-number, -2^31.
+/// Rounds toward zero. Outside int32 and for NaN: -2^31.
 [[gnu::always_inline]] inline IntX16 TruncateInRange(FloatX16 value) {
     return IntX16(_mm512_cvttps_epi32(value.m_Register));
 }
 
-/// Saturates; not-a-number gives -2^31.
+/// Rounds toward zero. Saturates; NaN gives -2^31.
 [[gnu::always_inline]] inline IntX16 TruncateNumberToInt(FloatX16 value) {
     const __mmask16 isAbove = _mm512_cmp_ps_mask(value.m_Register, FloatX16(0x1p31f).m_Register, _CMP_GE_OQ);
     return IntX16(
@@ -105,13 +126,12 @@ struct ByteX64 {
     return _mm512_cmpeq_epi32_mask(value.m_Register, IntX16(number).m_Register) != 0;
 }
 
-[[gnu::always_inline]] inline FloatX16 Magnitude(FloatX16 value) {
-    return FloatX16(_mm512_abs_ps(value.m_Register));
+[[gnu::always_inline]] inline bool AllTrue(MaskX16 mask) {
+    return mask.m_Bits == 0xFFFF;
 }
 
-/// False where there is something that is not a number.
-[[gnu::always_inline]] inline bool AllLess(FloatX16 a, FloatX16 b) {
-    return _mm512_cmp_ps_mask(a.m_Register, b.m_Register, _CMP_LT_OQ) == 0xFFFF;
+[[gnu::always_inline]] inline void FromLanes(const int32_t (&lanes)[16], IntX16& value) {
+    value = IntX16(_mm512_loadu_si512(lanes));
 }
 
 /// `value` with its sign flipped where the last bit of `number` is set.
@@ -120,8 +140,13 @@ struct ByteX64 {
     return FloatX16(_mm512_castsi512_ps(_mm512_xor_si512(_mm512_castps_si512(value.m_Register), signs)));
 }
 
-/// Every cell as it is.
-[[gnu::always_inline]] inline IntX16 AsNextCoordinate(IntX16 cells) {
+/// `a` where the mask is set, else `b`.
+[[gnu::always_inline]] inline FloatX16 Select(MaskX16 mask, FloatX16 a, FloatX16 b) {
+    return FloatX16(_mm512_mask_mov_ps(b.m_Register, mask.m_Bits, a.m_Register));
+}
+
+/// Cells as HashEdges adds them. Identity: byte hashes need no packing.
+[[gnu::always_inline]] inline IntX16 HashOperand(IntX16 cells) {
     return cells;
 }
 
@@ -129,14 +154,6 @@ struct ByteX64 {
 template <int kBits>
 [[gnu::always_inline]] inline IntX16 ShiftRight(IntX16 value) {
     return IntX16(_mm512_srli_epi32(value.m_Register, kBits));
-}
-
-[[gnu::always_inline]] inline void Load(const void* source, FloatX16& value) {
-    value = FloatX16(_mm512_loadu_ps(source));
-}
-
-[[gnu::always_inline]] inline void Load(const void* source, IntX16& value) {
-    value = IntX16(_mm512_loadu_si512(source));
 }
 
 [[gnu::always_inline]] inline void Store(void* target, FloatX16 value) {
@@ -147,24 +164,24 @@ template <int kBits>
     _mm512_storeu_si512(target, value.m_Register);
 }
 
-// Movement of lanes. Registers have four quarters of 128 bits.
+// Movement of lanes. A quarter is 128 bits.
 
-/// The 32-bit lanes as a table of four rows, a quarter each: rows become columns.
+/// The 32-bit lanes as a matrix whose rows are the quarters, transposed.
 [[gnu::always_inline]] inline __m512i _TransposeQuarters(__m512i value) {
     const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
     return _mm512_permutexvar_epi32(order, value);
 }
 
-/// What was made of records that have come by LoadInterleaved4, in their order.
-[[gnu::always_inline]] inline FloatX16 InOrder(FloatX16 value) {
+/// Undoes the lane order of LoadInterleaved4.
+[[gnu::always_inline]] inline FloatX16 RestoreMemoryOrder(FloatX16 value) {
     return FloatX16(_mm512_castsi512_ps(_TransposeQuarters(_mm512_castps_si512(value.m_Register))));
 }
 
-// Records of several components, one behind the other, as one value per component.
+// Records of several components, packed, as one value per component.
 
 [[gnu::always_inline]] inline void _LoadEach(const float* source, FloatX16* loaded, size_t count) {
     for (size_t k = 0; k < count; ++k) {
-        Load(source + FloatX16::kLanes * k, loaded[k]);
+        loaded[k] = FloatX16::Load(source + FloatX16::kLanes * k);
     }
 }
 
@@ -177,14 +194,13 @@ template <int kBits>
     axes[1] = FloatX16(_mm512_permutex2var_ps(loaded[0].m_Register, y, loaded[1].m_Register));
 }
 
-/// The lanes 0, 3, 6 and so on of the first, 1, 4, 7 of the second, and 2, 5, 8 of the third.
+/// Lanes 0, 3, 6, ... of the first, 1, 4, 7, ... of the second, 2, 5, 8, ... of the third.
 [[gnu::always_inline]] inline __m512 _BlendEveryThird(FloatX16 first, FloatX16 second, FloatX16 third) {
     return _mm512_mask_blend_ps(0x4924, _mm512_mask_blend_ps(0x2492, first.m_Register, second.m_Register),
                                 third.m_Register);
 }
 
-/// Of each component, every register has its part in other lanes, so that two blends bring all of it into
-/// one.
+/// The three registers hold a component in disjoint lanes: two blends collect it, one permutation orders it.
 [[gnu::always_inline]] inline void LoadInterleaved3(const float* source, FloatX16* axes) {
     FloatX16 loaded[3];
     _LoadEach(source, loaded, 3);
@@ -196,8 +212,8 @@ template <int kBits>
     axes[2] = FloatX16(_mm512_permutexvar_ps(z, _BlendEveryThird(loaded[2], loaded[1], loaded[0])));
 }
 
-/// Four rows of four become columns, in each quarter for itself.
-[[gnu::always_inline]] inline void TransposeInQuarters(const FloatX16* loaded, FloatX16* axes) {
+/// Four rows of four become columns, within each quarter.
+[[gnu::always_inline]] inline void TransposeFours(const FloatX16* loaded, FloatX16* axes) {
     // with loaded values a, b, c and d
     const __m512 ac01 = _mm512_unpacklo_ps(loaded[0].m_Register, loaded[2].m_Register); // a0 c0 a1 c1
     const __m512 bd01 = _mm512_unpacklo_ps(loaded[1].m_Register, loaded[3].m_Register); // b0 d0 b1 d1
@@ -209,11 +225,12 @@ template <int kBits>
     axes[3] = FloatX16(_mm512_unpackhi_ps(ac23, bd23));
 }
 
-/// Not in order: InOrder brings back what is made of the records.
+/// Not in memory order: lanes 0 to 3 are records 0, 4, 8, 12, lanes 4 to 7 records 1, 5, 9, 13, and so on.
+/// See RestoreMemoryOrder.
 [[gnu::always_inline]] inline void LoadInterleaved4(const float* source, FloatX16* axes) {
     FloatX16 loaded[4];
     _LoadEach(source, loaded, 4);
-    TransposeInQuarters(loaded, axes);
+    TransposeFours(loaded, axes);
 }
 
 /// Records of three floats, each followed by one that is not read. In the order of LoadInterleaved4.
@@ -223,7 +240,7 @@ template <int kBits>
     for (size_t k = 0; k < 4; ++k) {
         loaded[k] = FloatX16(_mm512_maskz_loadu_ps(kXyz, source + FloatX16::kLanes * k));
     }
-    TransposeInQuarters(loaded, axes);
+    TransposeFours(loaded, axes);
 }
 
 /// Quarters 0 and 2 of both.
@@ -236,19 +253,38 @@ template <int kBits>
     return FloatX16(_mm512_shuffle_f32x4(a.m_Register, b.m_Register, _MM_SHUFFLE(3, 1, 3, 1)));
 }
 
-/// Sixty-four numbers from 0 to 255 as bytes: in each quarter four of `a`, then four of `b`, and so on.
+/// Sixteen records of four floats and four integers, one value per component. In the order of
+/// LoadInterleaved4.
+[[gnu::always_inline]] inline void LoadRecords(const float* source, FloatX16* floats, IntX16* integers) {
+    FloatX16 firstHalves[4];
+    FloatX16 secondHalves[4];
+    for (size_t k = 0; k < 4; ++k) {
+        const FloatX16 records01 = FloatX16::Load(source + 32 * k);
+        const FloatX16 records23 = FloatX16::Load(source + 32 * k + 16);
+        firstHalves[k] = EvenQuarters(records01, records23);
+        secondHalves[k] = OddQuarters(records01, records23);
+    }
+    TransposeFours(firstHalves, floats);
+    FloatX16 columns[4];
+    TransposeFours(secondHalves, columns);
+    for (size_t k = 0; k < 4; ++k) {
+        integers[k] = IntX16(_mm512_castps_si512(columns[k].m_Register));
+    }
+}
+
+/// Sixty-four integers in 0 to 255 as bytes. Quarter n has lanes 4n to 4n + 3 of `a`, then of `b`, `c` and
+/// `d`.
 [[gnu::always_inline]] inline ByteX64 PackByQuarters(IntX16 a, IntX16 b, IntX16 c, IntX16 d) {
     return ByteX64(_mm512_packus_epi16(_mm512_packus_epi32(a.m_Register, b.m_Register),
                                        _mm512_packus_epi32(c.m_Register, d.m_Register)));
 }
 
-/// The same in their order.
+/// The same in memory order.
 [[gnu::always_inline]] inline ByteX64 Pack(IntX16 a, IntX16 b, IntX16 c, IntX16 d) {
     return ByteX64(_TransposeQuarters(PackByQuarters(a, b, c, d).m_Register));
 }
 
-/// Stores sixty-four floats whose bytes, the lowest first, are in `bytes`, in the order that PackByQuarters
-/// has changed back.
+/// Stores sixty-four floats, given as four planes of bytes, lowest first. Undoes the order of PackByQuarters.
 [[gnu::always_inline]] inline void StoreByQuarters(float* target, const ByteX64* bytes) {
     const __m512i low0 = _mm512_unpacklo_epi8(bytes[0].m_Register, bytes[1].m_Register);
     const __m512i high0 = _mm512_unpacklo_epi8(bytes[2].m_Register, bytes[3].m_Register);
@@ -260,11 +296,7 @@ template <int kBits>
     _mm512_store_si512(target + 48, _mm512_unpackhi_epi16(low1, high1));
 }
 
-[[gnu::always_inline]] inline ByteX64 LoadBytes(const void* source) {
-    return ByteX64(_mm512_loadu_si512(source));
-}
-
-/// 256 bytes, looked up sixty-four at a time without going to memory.
+/// A table of 256 bytes in four registers, with sixty-four look-ups at a time.
 struct CByteTable {
     __m512i m_Quarters[4];
 
@@ -274,5 +306,31 @@ struct CByteTable {
         return ByteX64(_mm512_mask_blend_epi8(_mm512_movepi8_mask(index.m_Register), lower, upper));
     }
 };
+
+// Doubles.
+
+/// Eight doubles, with the operators that the compilers define for vector types.
+struct CDoubleX8 {
+    using CValue [[gnu::vector_size(64)]] = double;
+
+    [[gnu::always_inline]] static CValue SquareRoot(CValue value) {
+        return _mm512_sqrt_pd(value);
+    }
+};
+
+/// Lanes 0 to 7, and 8 to 15.
+[[gnu::always_inline]] inline void ToDoubles(FloatX16 value, CDoubleX8::CValue& low,
+                                             CDoubleX8::CValue& high) {
+    const __m512d floats = _mm512_castps_pd(value.m_Register);
+    low = _mm512_cvtps_pd(_mm512_castps512_ps256(value.m_Register));
+    high = _mm512_cvtps_pd(_mm256_castpd_ps(_mm512_extractf64x4_pd(floats, 1)));
+}
+
+/// The nearest floats.
+[[gnu::always_inline]] inline void ToFloats(CDoubleX8::CValue low, CDoubleX8::CValue high, FloatX16& value) {
+    const __m512d lowFloats = _mm512_castps_pd(_mm512_castps256_ps512(_mm512_cvtpd_ps(low)));
+    const __m256d highFloats = _mm256_castps_pd(_mm512_cvtpd_ps(high));
+    value = FloatX16(_mm512_castpd_ps(_mm512_insertf64x4(lowFloats, highFloats, 1)));
+}
 
 } // namespace Vestrel::Internal::Avx512

@@ -1,10 +1,9 @@
 #pragma once
 
-// The pattern of the batch samplers: where the output ends, which positions go four at a time and which one
-// at a time, and the loops.
+// The batch samplers: long runs in whole blocks by the wide kernels, the rest by four lanes.
 
-#include "maths_noise_fast_sample.h"
-#include "wide/wide_kernels.h"
+#include "kernels/kernels.h"
+#include "lattice/sample.h"
 
 #include <zr_support/memory_view.h>
 #include <zr_support/vector.h>
@@ -31,14 +30,14 @@ struct TPositionOf<1> {
 template <int kDimension>
 using TPosition = typename TPositionOf<kDimension>::Type;
 
-/// Where a batch sampler has got to. The output is measured by the bytes that are left of it, rather than by
-/// its end, so that an empty one may have any pointer.
+/// The progress of a batch. Counts the bytes left of the output instead of keeping its end, so that an empty
+/// output may have any pointer.
 struct CBatchCursor {
     const unsigned char* m_Position;
     unsigned char* m_Output;
     uint32_t m_OutputBytesLeft;
 
-    /// Whether the output goes on where the last of `count` samples, `stride` bytes apart, would begin.
+    /// Whether the last of `count` samples, `stride` bytes apart, would begin inside the output.
     [[gnu::always_inline]] bool HasRoomFor(uint32_t count, uint32_t stride) const {
         return m_OutputBytesLeft > uint64_t{stride} * (count - 1);
     }
@@ -59,7 +58,7 @@ constexpr uint32_t kFourSamplesBytes = 4 * sizeof(float);
     return value;
 }
 
-/// The position in the first lanes. Reads its own bytes and no others.
+/// The position in the first lanes. Reads no bytes but its own.
 template <int kDimension>
 [[gnu::always_inline]] inline Float4 _LoadOnePosition(const unsigned char* position) {
     if constexpr (kDimension == 1) {
@@ -79,7 +78,7 @@ template <int kDimension>
                   _LoadFloat(source + 3 * stride));
 }
 
-/// Four positions `stride` bytes apart, at any alignment, one value per axis. Reads nothing between them.
+/// Four positions `stride` bytes apart, at any alignment, one value per axis. Reads no bytes between them.
 template <int kDimension>
 [[gnu::always_inline]] inline std::array<Float4, kDimension>
 _GatherFourPositions(const unsigned char* position, size_t stride) {
@@ -121,13 +120,13 @@ _LoadFourPositions(const unsigned char* positions) {
     }
 }
 
-/// Samples packed, aligned positions as long as there is room for four samples, packed whatever the output
-/// stride.
-template <int kDimension, ENoiseQuality kQuality, typename TEnds>
-[[gnu::always_inline]] inline void _SampleFourAtATime(TEnds ends, CBatchCursor& cursor) {
+/// Samples packed, aligned positions while four samples fit the output. Writes them packed, whatever the
+/// output stride.
+template <int kDimension, ENoiseQuality kQuality, typename TLookup>
+[[gnu::always_inline]] inline void _SampleAligned(TLookup lookup, CBatchCursor& cursor) {
     while (cursor.m_OutputBytesLeft >= kFourSamplesBytes) {
         const auto positions = _LoadFourPositions<kDimension>(cursor.m_Position);
-        SIMD_Neon::StoreAligned(cursor.m_Output, SampleFour<kDimension, kQuality>(ends, positions));
+        SIMD_Neon::StoreAligned(cursor.m_Output, SampleFour<kDimension, kQuality>(lookup, positions));
         cursor.Advance(4, sizeof(TPosition<kDimension>), sizeof(float));
     }
 }
@@ -142,24 +141,25 @@ template <int kDimension, ENoiseQuality kQuality, typename TEnds>
     std::memcpy(output + 3 * stride, &lanes[3], sizeof(float));
 }
 
-/// Samples what is left, one position after the other, with any alignment and any strides. As long as there
-/// are four, their arithmetic is done side by side: that four positions are read before the first sample is
-/// written makes no difference where no sample lies above its position.
+/// Samples the rest, at any alignment and with any strides: four at a time while there are four, then one at
+/// a time. Reading four positions before writing their samples makes no difference to callers, who guarantee
+/// that no sample lies above its position.
 ///
 /// With an output stride of 0 it does not return.
 template <int kDimension, ENoiseQuality kQuality>
-[[gnu::always_inline]] inline void _SampleOneAtATime(const float* basis, CBatchCursor cursor,
-                                                     uint32_t positionStride, uint32_t outputStride) {
+[[gnu::always_inline]] inline void _SampleStrided(const float* basis, CBatchCursor cursor,
+                                                  uint32_t positionStride, uint32_t outputStride) {
     assert(outputStride != 0 && "a sampler needs an output stride");
-    const TEdgeEnds<kDimension> ends = {basis};
+    const TBasisLookup<kDimension> lookup = {basis};
     while (cursor.HasRoomFor(4, outputStride)) {
         const auto positions = _GatherFourPositions<kDimension>(cursor.m_Position, positionStride);
-        _ScatterFourSamples(cursor.m_Output, outputStride, SampleFour<kDimension, kQuality>(ends, positions));
+        _ScatterFourSamples(cursor.m_Output, outputStride,
+                            SampleFour<kDimension, kQuality>(lookup, positions));
         cursor.Advance(4, positionStride, outputStride);
     }
     while (cursor.HasRoomFor(1, outputStride)) {
         const Float4 position = _LoadOnePosition<kDimension>(cursor.m_Position);
-        const float sample = SampleOne<kDimension, kQuality>(ends, position);
+        const float sample = SampleOne<kDimension, kQuality>(lookup, position);
         std::memcpy(cursor.m_Output, &sample, sizeof(sample));
         cursor.Advance(1, positionStride, outputStride);
     }
@@ -169,33 +169,33 @@ template <int kDimension, ENoiseQuality kQuality>
 template <int kDimension>
 inline constexpr size_t kHashCount = kDimension == 1 ? kPeriod + 1 : 2 * kPeriod;
 
-/// The basis in the order in which hashes lead to it, so that the ends of edges are neighbours.
+/// The basis by hash, for direct look-up.
 template <int kDimension>
 std::array<float, kHashCount<kDimension>> _PermuteBasis(const float* basis) {
     std::array<float, kHashCount<kDimension>> permuted;
     for (size_t hash = 0; hash < permuted.size(); ++hash) {
-        permuted[hash] = CPermutedEnds{basis}.Value(hash);
+        permuted[hash] = CPermutedLookup{basis}.Value(hash);
     }
     return permuted;
 }
 
-/// From this many samples on, _PermuteBasis takes less time than adjacent ends save. Measured on Sapphire
-/// Rapids, where both are even at about half as many.
+/// From this many samples on, direct look-up saves more time than _PermuteBasis takes. Measured on Sapphire
+/// Rapids, where they break even at about half as many.
 constexpr uint32_t kLongRun = 256;
 
-/// Samples by the fast path as much of packed, aligned positions as it takes.
+/// Samples packed, aligned positions in fours, and leaves the rest.
 template <int kDimension, ENoiseQuality kQuality>
 [[gnu::always_inline]] inline void _SamplePacked(const float* basis, CBatchCursor& cursor) {
-    if constexpr (std::is_same_v<TEdgeEnds<kDimension>, CPermutedEnds>) {
+    if constexpr (std::is_same_v<TBasisLookup<kDimension>, CPermutedLookup>) {
         if (cursor.m_OutputBytesLeft >= kLongRun * sizeof(float)) {
             const auto permuted = _PermuteBasis<kDimension>(basis);
-            return _SampleFourAtATime<kDimension, kQuality>(CAdjacentEnds{permuted.data()}, cursor);
+            return _SampleAligned<kDimension, kQuality>(CDirectLookup{permuted.data()}, cursor);
         }
     }
-    _SampleFourAtATime<kDimension, kQuality>(TEdgeEnds<kDimension>{basis}, cursor);
+    _SampleAligned<kDimension, kQuality>(TBasisLookup<kDimension>{basis}, cursor);
 }
 
-/// Every batch sampler, four lanes at a time at most.
+/// The batch samplers by four lanes.
 template <int kDimension, ENoiseQuality kQuality>
 [[gnu::noinline]] void
 _SampleByFourLanes(const float* basis, const TStridedMemoryView<float>& output,
@@ -209,39 +209,32 @@ _SampleByFourLanes(const float* basis, const TStridedMemoryView<float>& output,
     uint32_t outputStride = output.m_Stride;
 
     if constexpr (kDimension == 4) {
-        // A 4D position fills a value by itself, so that the fast path takes single positions: whatever the
-        // output's alignment, to its very end, and packed whatever its stride. Only in that last point does
-        // it differ from the other path.
+        // One 4D position fills a register, so the aligned path takes single positions: at any output
+        // alignment, up to the last sample. It differs from the strided path only in that it writes samples
+        // packed, whatever the output stride.
         outputStride = isPacked && positionAddress % 16 == 0 ? uint32_t{sizeof(float)} : output.m_Stride;
     } else if (isPacked && (positionAddress | outputAddress) % 16 == 0) {
         _SamplePacked<kDimension, kQuality>(basis, cursor);
     }
-    _SampleOneAtATime<kDimension, kQuality>(basis, cursor, positions.m_Stride, outputStride);
+    _SampleStrided<kDimension, kQuality>(basis, cursor, positions.m_Stride, outputStride);
 }
 
-/// Whether wide kernels take positions so many bytes apart.
+/// Whether the wide kernels take positions with this stride.
 template <int kDimension>
-[[gnu::always_inline]] inline bool _HasWideLayout(uint32_t stride) {
+[[gnu::always_inline]] inline bool _HasKernel(uint32_t stride) {
     return stride == sizeof(TPosition<kDimension>) || (kDimension == 3 && stride == 4 * sizeof(float));
 }
 
-/// Samples by the wide kernels as many whole blocks as they take, at any alignment, and the rest by four
-/// lanes. A function of its own, to which calls of a few samples do not come, and whose registers the loops
-/// do not share.
+/// Samples whole blocks by the wide kernels, at any alignment, and the rest by four lanes. noinline: keeps
+/// dispatch off short calls and its registers out of the loops.
 template <int kDimension, ENoiseQuality kQuality>
 [[gnu::noinline]] void
-_SampleByWideKernels(const float* basis, const TStridedMemoryView<float>& output,
-                     const TStridedMemoryView<const TPosition<kDimension>>& positions) noexcept {
+_SampleByKernels(const float* basis, const TStridedMemoryView<float>& output,
+                 const TStridedMemoryView<const TPosition<kDimension>>& positions) noexcept {
     const bool isPacked = positions.m_Stride == sizeof(TPosition<kDimension>);
-    const size_t layout = isPacked ? kDimension - 1 : static_cast<size_t>(EWideLayout::kPadded3D);
-    const CWideKernels& kernels = WideKernels();
-    const CWideSampler sampler = kernels.m_Samplers[layout][static_cast<size_t>(kQuality)];
+    const auto input = isPacked ? static_cast<EKernelInput>(kDimension - 1) : EKernelInput::kPadded3D;
     const uint32_t count = output.m_Count * output.m_Stride / uint32_t{sizeof(float)};
-    uint32_t done = 0;
-    if (sampler != nullptr && count >= kernels.m_LeastCount[layout]) {
-        done = count / kWideBlock * kWideBlock;
-        sampler(basis, output.m_Data, positions.m_Data, done);
-    }
+    const uint32_t done = RunWholeBlocks<kQuality>(input, basis, output.m_Data, positions.m_Data, count);
     const auto* const rest =
         reinterpret_cast<const unsigned char*>(positions.m_Data) + size_t{done} * positions.m_Stride;
     _SampleByFourLanes<kDimension, kQuality>(
@@ -249,14 +242,14 @@ _SampleByWideKernels(const float* basis, const TStridedMemoryView<float>& output
         {reinterpret_cast<const TPosition<kDimension>*>(rest), count - done, positions.m_Stride});
 }
 
-/// The body of every batch sampler; what it promises and what its caller guarantees stands at CFastNoise3.
+/// The body of every batch sampler; CFastNoise3 documents what it promises and what its caller guarantees.
 template <int kDimension, ENoiseQuality kQuality>
 [[gnu::always_inline]] inline void
 SampleBatch(const float* basis, const TStridedMemoryView<float>& output,
             const TStridedMemoryView<const TPosition<kDimension>>& positions) noexcept {
-    if (output.m_Stride == sizeof(float) && output.m_Count >= kWideBlock &&
-        _HasWideLayout<kDimension>(positions.m_Stride)) {
-        return _SampleByWideKernels<kDimension, kQuality>(basis, output, positions);
+    if (output.m_Stride == sizeof(float) && output.m_Count >= kPositionsPerBlock &&
+        _HasKernel<kDimension>(positions.m_Stride)) {
+        return _SampleByKernels<kDimension, kQuality>(basis, output, positions);
     }
     _SampleByFourLanes<kDimension, kQuality>(basis, output, positions);
 }

@@ -1,0 +1,45 @@
+#pragma once
+
+// The streams of each instruction set. All take any count that is a multiple of 4.
+
+#include <zr_support_internal/selected_instruction_set.h>
+
+#include <cstdint>
+
+namespace Vestrel::Internal {
+
+using CStream = void (*)(const float* in, float* out, uint32_t count) noexcept;
+
+struct CStreams {
+    CStream m_Sin;
+    CStream m_ArcSin;
+};
+
+/// By the SIMD backend; runs everywhere.
+void SinStreamOfFourLanes(const float* in, float* out, uint32_t count) noexcept;
+void ArcSinStreamOfFourLanes(const float* in, float* out, uint32_t count) noexcept;
+
+namespace Avx2 {
+extern const CStreams kStreams;
+}
+
+namespace Avx512 {
+extern const CStreams kStreams;
+}
+
+/// The streams of the selected instruction set.
+inline CStreams SelectedStreams() noexcept {
+#if VESTREL_WIDE_KERNELS
+    switch (SelectedInstructionSet()) {
+    case EInstructionSet::kAvx2:
+        return Avx2::kStreams;
+    case EInstructionSet::kAvx512:
+        return Avx512::kStreams;
+    default:
+        break;
+    }
+#endif
+    return {SinStreamOfFourLanes, ArcSinStreamOfFourLanes};
+}
+
+} // namespace Vestrel::Internal
