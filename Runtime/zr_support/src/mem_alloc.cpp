@@ -1,5 +1,5 @@
-// Nothing but the two functions stands in this file: a program that defines both must not have this object
-// pulled out of the library for the sake of something else in it.
+// Only these two functions may be in this file: a program that defines its own must not pull this object out
+// of the library for something else in it.
 
 #include <zr_support_internal/strict_arithmetic.h>
 
@@ -13,8 +13,8 @@
 namespace Vestrel::Mem {
 
 void* _RawAlloc(uint64_t size, uint32_t alignment, EAllocType, EOrigin) {
-    // std::aligned_alloc asks for a size that is a multiple of the alignment; an empty block still gets an
-    // address of its own.
+    // std::aligned_alloc requires a size that is a multiple of the alignment. An empty block gets an address
+    // of its own.
     const uint64_t step = std::max<uint64_t>(alignment, alignof(std::max_align_t));
     const uint64_t padded = (std::max<uint64_t>(size, 1) + (step - 1)) & ~(step - 1);
     const bool fits = padded >= size && padded <= SIZE_MAX;

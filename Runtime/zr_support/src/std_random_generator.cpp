@@ -17,9 +17,9 @@ CStdRandomGenerator::~CStdRandomGenerator() {
     delete m_Engine; // GCOVR_EXCL_BR_LINE: never null, which compilers test for
 }
 
-// The standard fixes the engine's bits but not what its distributions make of them, so the floats are made
-// here: the upper 24 bits, as many as a float holds exactly, give u in [0, 1). Weighting both bounds, unlike
-// min + (max - min) * u, does not overflow for any pair of finite bounds.
+// The standard fixes the bits of its engines, but not the results of its distributions. So the upper 24 bits,
+// as many as a float holds exactly, give u in [0, 1) here. Weighting both bounds never overflows with finite
+// bounds, unlike min + (max - min) * u.
 void CStdRandomGenerator::FillRandomFloats(const TMemoryView<float>& view, float min, float max) {
     for (uint32_t k = 0; k < view.m_Count; ++k) {
         const float u = static_cast<float>(m_Engine->m_Bits() >> 8) * 0x1p-24f;

@@ -21,17 +21,16 @@ using Internal::FreeTable;
 using Internal::kPeriod;
 using SIMD_Neon::Float4;
 
-/// The phases, the speeds, and a spare block of another period and a float, which copies take along and
-/// nothing else touches.
+/// The phases, the speeds, and a spare period and a float, which copies copy and nothing else touches.
 constexpr size_t kPhaseTableBytes = (kPeriod + kPeriod + kPeriod + 1) * sizeof(float);
 
 constexpr float kPi = 3.1415927f;
 constexpr float kTwoPi = 6.2831855f;
 
-/// Variations below this count as none.
-constexpr float kLeastVariation = 1e-5f;
+/// Smaller variations count as none.
+constexpr float kMinimumVariation = 1e-5f;
 
-/// The lowest of the speeds, which are spread around one turn by as much to either side.
+/// Speeds spread evenly around one turn per unit of time, by `halfWidth` to either side.
 float LowestSpeed(float halfWidth) {
     return kTwoPi - halfWidth;
 }
@@ -83,7 +82,7 @@ void CRotatableFastNoise3::ResetSampler(CAbstractRandomGenerator* generator) {
 }
 
 void CRotatableFastNoise3::SetSpinVariation(float variation) noexcept {
-    if (variation < kLeastVariation) {
+    if (variation < kMinimumVariation) {
         m_NoSpinVariation = true;
         return;
     }
@@ -133,8 +132,8 @@ void CRotatableFastNoise3::_ResetSampler(CAbstractRandomGenerator* generator) {
     }
 }
 
-// sin(pi - x) = sin(x): every odd entry begins on the falling half of its wave, so that half of the field
-// starts upward and half downward.
+// sin(pi - x) = sin(x): odd entries start on the falling half of their wave, so that half of the field starts
+// upward and half downward.
 void CRotatableFastNoise3::_RefreshFromBasis() {
     SIMD_Neon::FullPrecision::ArcSinStream_Aligned16(m_Basis, m_Phases, kPeriod);
     const Float4 oddSigns(0.0f, -0.0f, 0.0f, -0.0f);

@@ -1,6 +1,6 @@
 #pragma once
 
-// The memory of the noise objects' tables.
+// Memory for the tables of noise objects.
 
 #include <zr_support/mem_alloc.h>
 
@@ -9,7 +9,7 @@
 
 namespace Vestrel::Internal {
 
-/// 32-byte aligned, with contents that are not specified. Never null.
+/// 32-byte aligned and uninitialised. Never null.
 inline float* AllocateTable(size_t bytes) {
     constexpr uint32_t kAlignment = 32;
     return static_cast<float*>(

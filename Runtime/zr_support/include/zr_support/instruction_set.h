@@ -7,8 +7,8 @@
 
 namespace Vestrel {
 
-/// The instruction sets that the libraries choose from at run time, narrowest first. A processor that supports
-/// one supports those before it, too.
+/// The instruction sets that the libraries choose from at run time, narrowest first. A processor that
+/// supports one supports those before it, too.
 enum class EInstructionSet : uint32_t {
     /// Four floats at a time, by the SIMD backend that the library was built with. Runs everywhere.
     kFourLanes,
@@ -22,9 +22,9 @@ enum class EInstructionSet : uint32_t {
 /// Returns what they use from now on: `most`, or the widest that processor and operating system support, if
 /// that is less.
 ///
-/// Use it for diagnosis: does a crash or a slow call depend on the instruction set? Other programs do not need
-/// it, because the library selects the widest by itself. Results stay the same, bit for bit; only their time
-/// changes.
+/// Use it for diagnosis: does a crash or a slow call depend on the instruction set? Other programs do not
+/// need it, because the library selects the widest by itself. Results stay the same, bit for bit; only their
+/// time changes.
 ///
 /// Each call replaces the limit before. kAvx512 means no limit, and so does a value outside the enumeration.
 ///

@@ -1,10 +1,10 @@
 #pragma once
 
-// Which of the library's instruction sets an x86-64 processor can run. Reading what it reports is apart from
-// the decision, which is a function of numbers alone: tests decide for processors that are not at hand.
+// Which instruction sets an x86-64 processor supports. The decision is a function of numbers, apart from
+// reading them, so that tests can decide for any processor.
 //
-// Bits are numbered as in Intel's Software Developer's Manual: "CPUID" in volume 2A, and "XSAVE-supported
-// features and state-component bitmaps" in volume 1. AMD's manuals have the same.
+// Bits as in Intel's Software Developer's Manual: "CPUID" in volume 2A, "XSAVE-supported features and
+// state-component bitmaps" in volume 1. AMD's are the same.
 
 #include <zr_support/instruction_set.h>
 
@@ -16,9 +16,9 @@
 
 namespace Vestrel::Internal {
 
-/// What CPUID and XGETBV report, as far as the decision needs it.
+/// The parts of CPUID and XGETBV that the decision needs.
 struct CX86Processor {
-    /// CPUID leaf 0, EAX: the highest leaf. Those beyond it have no meaning, but need not be 0.
+    /// CPUID leaf 0, EAX: the highest leaf. Leaves beyond it have no meaning, but need not be 0.
     uint32_t m_HighestLeaf;
     /// CPUID leaf 1, ECX.
     uint32_t m_Leaf1Ecx;
@@ -26,20 +26,20 @@ struct CX86Processor {
     uint32_t m_Leaf7Ebx;
     /// CPUID leaf 7, subleaf 0, ECX.
     uint32_t m_Leaf7Ecx;
-    /// The lower half of XCR0: which registers the operating system saves. 0 where leaf 1 has no OSXSAVE, for
-    /// then XCR0 cannot be read.
+    /// The lower half of XCR0: the registers that the operating system saves. 0 without OSXSAVE in leaf 1,
+    /// which reading XCR0 needs.
     uint32_t m_Xcr0;
 };
 
-/// In leaf 1's ECX: XCR0 can be read.
+/// In ECX of leaf 1: XCR0 can be read.
 constexpr uint32_t kOsXSave = 1u << 27;
 
 constexpr bool _HasAllBits(uint32_t bits, uint32_t wanted) {
     return (bits & wanted) == wanted;
 }
 
-/// Whether the processor has all that compilers may use with -mavx2: the flag implies AVX, all levels of SSE,
-/// POPCNT and XSAVE, but neither FMA nor BMI.
+/// Whether the processor has everything that compilers may use with -mavx2. The flag implies AVX, all levels
+/// of SSE, POPCNT and XSAVE, but neither FMA nor BMI.
 constexpr bool _HasAvx2(const CX86Processor& processor) {
     constexpr uint32_t kLeaf1Ecx = 1u << 0    // SSE3
                                    | 1u << 9  // SSSE3
@@ -56,8 +56,8 @@ constexpr bool _HasAvx2(const CX86Processor& processor) {
            _HasAllBits(processor.m_Leaf7Ebx, kLeaf7Ebx) && _HasAllBits(processor.m_Xcr0, kXcr0);
 }
 
-/// Whether a processor with AVX2 also has all that compilers may use with -mavx512f -mavx512bw -mavx512vbmi.
-/// FMA and F16C are implied by Clang's -mavx512f alone.
+/// Whether a processor with AVX2 also has everything that compilers may use with -mavx512f -mavx512bw
+/// -mavx512vbmi. Only Clang's -mavx512f implies FMA and F16C.
 constexpr bool _HasAvx512(const CX86Processor& processor) {
     constexpr uint32_t kLeaf1Ecx = 1u << 12    // FMA
                                    | 1u << 29; // F16C
@@ -71,7 +71,7 @@ constexpr bool _HasAvx512(const CX86Processor& processor) {
            _HasAllBits(processor.m_Leaf7Ecx, kLeaf7Ecx) && _HasAllBits(processor.m_Xcr0, kXcr0);
 }
 
-/// The widest instruction set that such a processor can run.
+/// The widest instruction set that the processor supports.
 constexpr EInstructionSet WidestInstructionSet(const CX86Processor& processor) {
     if (!_HasAvx2(processor)) {
         return EInstructionSet::kFourLanes;

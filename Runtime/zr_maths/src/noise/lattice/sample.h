@@ -122,7 +122,7 @@ template <int kDimension, ENoiseQuality kQuality, typename TLookup>
     return BlendPairs(
         weights, [&](size_t k) __attribute__((always_inline)) {
             return LoadEdgePairs<kDimension>(lookup, hashesOf(k), hashesOf(k + 1));
-    });
+        });
 }
 
 /// The 3D noise at four positions in the cell of the first, each with its axes in lanes 0 to 2: lane n of the
