@@ -1,7 +1,7 @@
 #pragma once
 
-// The compilers that the library is built and tested with. Public headers include this one first, so that any
-// other compiler stops here, with one sentence, and not deep inside an attribute that it does not know.
+// Public headers include this one first, so that an unsupported compiler stops here with one sentence instead
+// of failing at an attribute that it does not know.
 
 #if defined(__clang__)
 #if __clang_major__ < 14

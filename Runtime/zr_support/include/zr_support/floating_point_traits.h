@@ -6,22 +6,23 @@
 
 namespace Vestrel {
 
-/// The bits of a binary IEEE 754 format, lowest first: mantissa, exponent, sign. `TBits` is the unsigned
-/// integer of the format's size.
+/// The layout of a binary IEEE 754 format, lowest bits first: mantissa, exponent, sign. `TBits` is the
+/// unsigned integer of the same size.
 template <typename TBits, int kMantissaBitCount, int kExponentBitCount>
 struct TAbstractIEEE754_FpConstants {
-    /// The unsigned integer of the format's size.
+    /// The unsigned integer of the same size.
     using Bits = TBits;
 
-    /// +infinity: all bits of the exponent, and no others.
+    /// +infinity: all exponent bits set, no others.
     static constexpr TBits kPositiveInfinityBits = ((TBits(1) << kExponentBitCount) - 1) << kMantissaBitCount;
 };
 
 /// Constants of the floating-point type `TFloat`, whose format is `TConstants`.
 template <typename TFloat, typename TConstants>
 struct TAbstractFloatingPointRepresentation {
-    /// +infinity. Set once, behind the compiler's guard, when the program is loaded: not for use by other
-    /// static initialisers.
+    /// +infinity. Initialised once when the program is loaded.
+    ///
+    /// The caller guarantees not to read it from other static initialisers, which may run earlier.
     static const TFloat kPositiveInfinity;
 
 private:

@@ -18,18 +18,17 @@ enum class EInstructionSet : uint32_t {
     kAvx512,
 };
 
-/// Limits the instruction set of all samplers, gradients, rotations and streams in the process, from now on.
-/// Returns what they use from now on: `most`, or the widest that processor and operating system support, if
-/// that is less.
+/// Limits the instruction set of all samplers, gradients, rotations and streams in the process. Returns the
+/// one that they use from now on: `most`, or the widest that processor and operating system support if that
+/// is less.
 ///
-/// Use it for diagnosis: does a crash or a slow call depend on the instruction set? Other programs do not
-/// need it, because the library selects the widest by itself. Results stay the same, bit for bit; only their
-/// time changes.
+/// For diagnosis: does a crash or a slow call depend on the instruction set? By default the library uses the
+/// widest. Results stay the same, bit for bit; only speed changes.
 ///
-/// Each call replaces the limit before. kAvx512 means no limit, and so does a value outside the enumeration.
+/// Each call replaces the limit of the previous one. kAvx512, or a value outside the enumeration, removes it.
 ///
-/// Any thread may call it at any time. It does not lock or allocate. Calls that already run on other threads
-/// finish with the instructions that they began with.
+/// Any thread may call it at any time. It does not lock or allocate. Calls in progress on other threads
+/// finish with the instructions that they started with.
 VESTREL_PUBLIC EInstructionSet LimitInstructionSet(EInstructionSet most) noexcept;
 
 } // namespace Vestrel

@@ -7,12 +7,12 @@
 
 namespace Vestrel {
 
-/// `first` followed by `second`: without padding where the alignment of `second` allows it, as it does for
-/// every pair of four-component vectors. An aggregate.
+/// `first` followed by `second`, without padding if the alignment of `second` needs none, as in every pair of
+/// four-component vectors. An aggregate.
 template <typename A, typename B>
 struct TPair {
     A first;  ///< first in memory
-    B second; ///< behind it
+    B second; ///< second in memory
 };
 
 namespace Internal {

@@ -9,12 +9,12 @@ namespace Vestrel::SIMD_Neon {
 VESTREL_PUBLIC const char* BackendName() noexcept;
 
 /// The lanes of `value` as the compiled library receives them. They differ from the caller's only if the
-/// caller was compiled with another backend than the library, in which case no four-lane value may cross
-/// between them.
+/// caller was compiled with another backend than the library; then no four-lane value may be passed between
+/// them.
 VESTREL_PUBLIC TVector<float, 4> _LanesAsReceived(Float4 value) noexcept;
 
-/// *a * b + c, worked out in the compiled library: for VerifyCallerArithmetic, which compares it with what it
-/// has to be. Values go and come in all the ways in which samplers take and return them.
+/// *a * b + c, computed in the compiled library, for VerifyCallerArithmetic to check. Values are passed in
+/// every way that samplers use: by pointer, by value and as the result.
 VESTREL_PUBLIC Float4 _MultiplyAdd(const Float4* a, Float4 b, Float4 c) noexcept;
 
 } // namespace Vestrel::SIMD_Neon

@@ -1,10 +1,9 @@
 #pragma once
 
-// The four-lane SIMD values, and what every operation on them means on every platform. A backend (one file
-// under simd/) supplies the primitives on its own register types; all that is made of primitives is here,
-// once.
+// The four-lane SIMD values and their operations, with the same results on every platform. A backend (one
+// file under simd/) supplies the primitives on its register types; everything composed from them is here.
 //
-// All operations work lane by lane and round each lane on its own. Lane 0 is first in memory.
+// All operations work lane by lane and round each lane separately. Lane 0 is first in memory.
 
 #include <zr_support/compiler.h>
 #include <zr_support/config.h>
@@ -24,9 +23,9 @@
 #error "zr_support/config.h names no SIMD backend: configure the library with CMake."
 #endif
 
-// On 32-bit x86 the compilers put a register among the arguments at different places: g++ aligns it on the
-// stack, clang++ does not. So there the types have the compiler in their names, and four-lane values do not
-// link with a library that was built by the other one. Nothing else is affected.
+// On 32-bit x86, g++ aligns register arguments on the stack and clang++ does not. So the types have the
+// compiler in their mangled names there: functions that take four-lane values do not link with a library
+// built by the other compiler. Everything else does.
 #if !defined(__i386__) || !VESTREL_SIMD_BACKEND_SSE
 #define VESTREL_LANES_TYPE
 #elif defined(__clang__)
@@ -35,13 +34,12 @@
 #define VESTREL_LANES_TYPE [[gnu::abi_tag("passed_as_by_gcc")]]
 #endif
 
-/// Four-lane values, by whatever instructions the library was built for, and functions over arrays of floats.
+/// Four-lane values for the instructions that the library was built for, and functions over arrays of floats.
 namespace Vestrel::SIMD_Neon {
 
-/// Four floats in one register where the platform has one.
+/// Four floats, in one register if the platform has one.
 struct VESTREL_LANES_TYPE alignas(16) Float4 {
-    /// What the backend holds the lanes in. Its type is the backend's: not for programs that are to run with
-    /// any.
+    /// The backend's register. Its type differs between backends, so portable programs do not use it.
     Backend::FloatRegister m_Register;
 
     /// Lanes with unspecified contents.
@@ -59,11 +57,10 @@ struct VESTREL_LANES_TYPE alignas(16) Float4 {
     [[gnu::always_inline]] explicit constexpr Float4(Backend::FloatRegister value) : m_Register(value) {}
 };
 
-/// Four signed 32-bit integers in one register where the platform has one. As a mask, a lane is -1 (all ones)
-/// or 0.
+/// Four signed 32-bit integers, in one register if the platform has one. In a mask, each lane is -1 (all
+/// ones) or 0.
 struct VESTREL_LANES_TYPE alignas(16) Int4 {
-    /// What the backend holds the lanes in. Its type is the backend's: not for programs that are to run with
-    /// any.
+    /// The backend's register. Its type differs between backends, so portable programs do not use it.
     Backend::IntRegister m_Register;
 
     /// Lanes with unspecified contents.
@@ -83,7 +80,7 @@ struct VESTREL_LANES_TYPE alignas(16) Int4 {
 static_assert(sizeof(Float4) == 16 && alignof(Float4) == 16 && std::is_trivially_copyable_v<Float4>);
 static_assert(sizeof(Int4) == 16 && alignof(Int4) == 16 && std::is_trivially_copyable_v<Int4>);
 
-/// Values that programs need again and again.
+/// Frequently used values.
 namespace Constants {
 
 /// 1.0f in all four lanes.
@@ -148,9 +145,10 @@ struct Float4x3 {
     Backend::StoreAligned(target, value.m_Register);
 }
 
-/// Writes the lanes to `lanes`, at a multiple of 16 by the caller's guarantee, for reading them one by one.
-/// Left to themselves, compilers forget the store and take each lane out of the register, with instructions
-/// that need the ports of the arithmetic.
+/// Writes the lanes to memory so that they can be read one by one. Without this, compilers replace the store
+/// by lane extractions, which compete with arithmetic for execution ports.
+///
+/// The caller guarantees `lanes` at a multiple of 16.
 template <typename TLane, typename TLanes>
 [[gnu::always_inline]] inline void SpillAligned(TLane (&lanes)[4], TLanes value) {
     static_assert(sizeof(lanes) == sizeof(value));
@@ -158,21 +156,20 @@ template <typename TLane, typename TLanes>
     asm("" : "+m"(lanes));
 }
 
-// Arithmetic. A product and a sum in one expression are two roundings, and every operation is done as it is
-// written, whatever the flags of the file that it is compiled in: with -ffp-contract=fast, which is what
-// compilers do by themselves, and with -ffast-math and all parts of it, results have the same bits as
-// without. That goes for zeros of either sign, denormals, infinities and not-a-number too, and for the
-// conversions and comparisons below.
+// Arithmetic. A product and a sum in one expression are rounded twice, and compilers neither fuse, reorder
+// nor remove operations, whatever the flags of the file: results have the same bits with -ffp-contract=fast
+// (the default) and with -ffast-math or any part of it. This includes signed zeros, denormals, infinities and
+// NaN, and the conversions and comparisons below.
 //
-// What a file does with floats of its own is left to its flags: where they make light of the sign of 0, a
-// literal -0.0f may come in as 0.0f (but AsFloats(Int4(INT32_MIN)) is -0). And a program that is linked with
-// -ffast-math has denormals flushed by the processor.
+// A file's own floats still follow its flags: with -fno-signed-zeros a literal -0.0f may become 0.0f (but
+// AsFloats(Int4(INT32_MIN)) is -0). And in a program linked with -ffast-math, the processor flushes
+// denormals.
 
-/// Makes lanes into something of which compilers know nothing: what goes into an operation and what comes out
-/// of it, so that they can neither merge it with another one nor leave it out.
+/// Hides the origin of `lanes` from the compiler, so that it can neither fuse nor remove the operation that
+/// takes or gives them.
 ///
-/// The library's own sources do without, which makes them up to 5 % faster: strict_arithmetic.h refuses the
-/// flags by which an operation would be left out, and they are compiled with -ffp-contract=off.
+/// The library's own sources do not need it and are up to 5 % faster without: strict_arithmetic.h refuses the
+/// flags that let compilers remove operations, and they are compiled with -ffp-contract=off.
 template <typename TLanes>
 [[gnu::always_inline]] inline void _Pin([[maybe_unused]] TLanes& lanes) {
 #if !defined(VESTREL_STRICT_ARITHMETIC)
@@ -180,7 +177,7 @@ template <typename TLanes>
 #endif
 }
 
-/// What _Pin makes of a value.
+/// `lanes` after _Pin.
 template <typename TLanes>
 [[gnu::always_inline]] inline TLanes _Pinned(TLanes lanes) {
     _Pin(lanes);
@@ -198,7 +195,7 @@ template <typename TLanes>
 [[gnu::always_inline]] inline Float4 operator-(Float4 a, Float4 b) {
     _Pin(a);
     _Pin(b);
-    // Once more, for a value that is pinned in the same way twice is one value still, and 0 minus itself.
+    // Twice, because compilers merge two equal pins of one value and then fold x - x to 0.
     _Pin(b);
     return _Pinned(Float4(Backend::Subtract(a.m_Register, b.m_Register)));
 }
@@ -210,7 +207,7 @@ template <typename TLanes>
     return _Pinned(Float4(Backend::Multiply(a.m_Register, b.m_Register)));
 }
 
-/// The sums of the lanes, which wrap modulo 2^32.
+/// The sums of the lanes, modulo 2^32.
 [[gnu::always_inline]] inline Int4 operator+(Int4 a, Int4 b) {
     return Int4(Backend::Add(a.m_Register, b.m_Register));
 }
@@ -223,15 +220,14 @@ template <typename TLanes>
 
 // Conversions.
 
-/// Rounds toward zero. Beyond the range of the integers it saturates (2^31 and above give 2147483647, below
-/// -2^31 gives -2147483648); not-a-number gives 0.
+/// Rounds toward zero. Saturates: 2^31 and above give 2147483647, below -2^31 gives -2147483648. NaN gives 0.
 [[gnu::always_inline]] inline Int4 TruncateToInt(Float4 value) {
     _Pin(value);
     return _Pinned(Int4(Backend::TruncateToInt(value.m_Register)));
 }
 
-/// As TruncateToInt, but cheaper where the processor does not saturate, and not for not-a-number: that gives
-/// 0 or -2147483648, and in a file that is compiled with -ffinite-math-only anything.
+/// TruncateToInt for values that are not NaN, cheaper on processors that do not saturate. NaN gives 0 or
+/// -2147483648, or any value in a file compiled with -ffinite-math-only.
 [[gnu::always_inline]] inline Int4 TruncateNumberToInt(Float4 value) {
     _Pin(value);
     return _Pinned(Int4(Backend::TruncateNumberToInt(value.m_Register)));
@@ -245,32 +241,33 @@ template <typename TLanes>
 
 // Comparison and bits.
 
-/// A mask: -1 in the lanes where a > b, 0 in the others, among them every lane with a not-a-number. -0 and +0
-/// are equal.
+/// A mask: -1 in lanes where a > b, 0 in others, including those with NaN. -0 and +0 are equal.
 [[gnu::always_inline]] inline Int4 GreaterThan(Float4 a, Float4 b) {
     _Pin(a);
     _Pin(b);
     return _Pinned(Int4(Backend::GreaterThan(a.m_Register, b.m_Register)));
 }
 
-/// The bits of the lanes, ANDed.
+/// The bitwise AND of the lanes.
 [[gnu::always_inline]] inline Int4 operator&(Int4 a, Int4 b) {
     return Int4(Backend::And(a.m_Register, b.m_Register));
 }
 
-/// The bits of the lanes, exclusive-ored.
+/// The bitwise exclusive or of the lanes.
 [[gnu::always_inline]] inline Int4 operator^(Int4 a, Int4 b) {
     return Int4(Backend::Xor(a.m_Register, b.m_Register));
 }
 
-/// The bits of the lanes, moved `kBits` places towards the highest bit, from the other end filled with zeros.
+/// The lanes shifted left by `kBits` bits, filled with zeros.
 template <int kBits>
 [[gnu::always_inline]] inline Int4 ShiftLeft(Int4 value) {
     static_assert(0 < kBits && kBits < 32);
     return Int4(Backend::ShiftLeft<kBits>(value.m_Register));
 }
 
-/// Whether every lane of a mask is -1. The lanes must be -1 or 0.
+/// Whether every lane of a mask is -1.
+///
+/// The caller guarantees lanes that are -1 or 0.
 [[gnu::always_inline]] inline bool AllTrue(Int4 mask) {
     return Backend::AllTrue(mask.m_Register);
 }
@@ -282,21 +279,21 @@ template <int kBits>
 
 /// The floats with these bits.
 [[gnu::always_inline]] inline Float4 AsFloats(Int4 value) {
-    _Pin(value); // where the sign of 0 does not count, a constant -0 would become 0
+    _Pin(value); // with -fno-signed-zeros a constant -0 would become 0
     return Float4(Backend::AsFloats(value.m_Register));
 }
 
-/// The bits of each float, ANDed: with a mask, the lane or +0.
+/// The bitwise AND: with a mask, the lane or +0.
 [[gnu::always_inline]] inline Float4 operator&(Float4 a, Int4 b) {
     return AsFloats(AsInts(a) & b);
 }
 
-/// The bits of the floats, exclusive-ored: with -0 in a lane of `b`, that lane's sign is flipped.
+/// The bitwise exclusive or: -0 in a lane of `b` flips the sign of that lane.
 [[gnu::always_inline]] inline Float4 operator^(Float4 a, Float4 b) {
     return AsFloats(AsInts(a) ^ AsInts(b));
 }
 
-// Movement of lanes.
+// Lane movement.
 
 /// The lanes in another order: lane `k0` first, then lane `k1`, and so on.
 template <int k0, int k1, int k2, int k3>
@@ -342,12 +339,12 @@ template <int kLane>
     return Float4(Backend::InterleaveHigh(a.m_Register, b.m_Register));
 }
 
-/// Four values of four lanes.
+/// Four values of four lanes each.
 struct Float4x4 {
-    Float4 m_Rows[4]; ///< in the order in which they were given
+    Float4 m_Rows[4]; ///< row 0 first
 };
 
-/// Rows become columns: lane n of row k is lane k of value n.
+/// The transpose of rows a, b, c, d: lane n of result row k is lane k of row n.
 [[gnu::always_inline]] inline Float4x4 Transpose(Float4 a, Float4 b, Float4 c, Float4 d) {
     const Float4 ac01 = InterleaveLow(a, c);  // a0 c0 a1 c1
     const Float4 bd01 = InterleaveLow(b, d);  // b0 d0 b1 d1

@@ -9,15 +9,13 @@ namespace Vestrel {
 
 /// A generator for callers without one of their own: `std::mt19937`, seeded by one number.
 ///
-/// The same seed gives the same floats, to the bit, on every platform and with every standard library. A
+/// The same seed gives the same floats, bit for bit, on every platform and with every standard library. A
 /// value is min * (1 - u) + max * u, each operation rounded to float, with u uniform over the 2^24 multiples
-/// of 2^-24 from 0 up to, but not including, 1; what rounding takes out of [min, max] is put back to the
-/// bound.
-///
-/// The constructor allocates the engine's state, and throws std::bad_alloc where that fails.
+/// of 2^-24 in [0, 1). Values that rounding moves out of [min, max] are clamped to the bound.
 class VESTREL_PUBLIC CStdRandomGenerator final : public CAbstractRandomGenerator {
 public:
-    /// A generator at the beginning of the sequence that `seed` names. Any seed will do.
+    /// Starts the sequence of `seed`, which may be any number. Allocates the engine's state, and throws
+    /// std::bad_alloc if that fails.
     explicit CStdRandomGenerator(uint32_t seed);
     ~CStdRandomGenerator() override;
 
@@ -27,7 +25,7 @@ public:
     void FillRandomFloats(const TMemoryView<float>& view, float min, float max) override;
 
 private:
-    // Behind a pointer so that this header does not bring <random> to everybody.
+    // Behind a pointer so that this header does not include <random>.
     struct CEngine;
     CEngine* m_Engine;
 };

@@ -25,7 +25,7 @@ struct TVector<T, 3> {
     T z; ///< third in memory
 };
 
-/// Four packed components, without padding. Aligned as one of them is.
+/// Four packed components, without padding. It has the alignment of one component.
 template <typename T>
 struct TVector<T, 4> {
     T x; ///< first in memory
@@ -34,7 +34,7 @@ struct TVector<T, 4> {
     T w; ///< fourth in memory
 };
 
-// The samplers tell packed positions by these sizes.
+// The samplers recognise packed positions by these sizes.
 static_assert(sizeof(TVector<float, 2>) == 8);
 static_assert(sizeof(TVector<float, 3>) == 12);
 static_assert(sizeof(TVector<float, 4>) == 16);

@@ -1,9 +1,9 @@
 #pragma once
 
-// Whether this is compiled for vector instructions that take denormals for 0 where the scalar ones keep them.
-// NEON on 32-bit ARM always does; AltiVec does on Linux, which starts programs in that mode. (VSX does not.)
-// Floats must not get there, and compilers put them there: g++ with -ffast-math on ARM, clang++ without any
-// flag, and both without any on PowerPC.
+// 1 where vector instructions flush denormals that scalar instructions keep: NEON on 32-bit ARM, and AltiVec
+// on Linux, which starts programs in that mode (VSX does not flush). Floats must stay out of these vectors,
+// though compilers vectorise with them: g++ with -ffast-math on ARM, clang++ without any flag, and both
+// without any flag on PowerPC.
 
 #if (defined(__arm__) && defined(__ARM_NEON)) || (defined(__ALTIVEC__) && !defined(__VSX__))
 #define VESTREL_VECTORS_FLUSH 1

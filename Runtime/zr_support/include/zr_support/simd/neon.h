@@ -1,6 +1,6 @@
 #pragma once
 
-// Primitives of the four-lane values for arm64. What each means stands in zr_support/simd_float4.h.
+// Primitives of the four-lane values for arm64; zr_support/simd_float4.h defines them.
 
 #include <arm_neon.h>
 
@@ -30,7 +30,7 @@ struct FloatRegisterX3 {
     return vld1q_f32(static_cast<const float*>(source));
 }
 
-// Byte loads, for a load of floats may be taken to be aligned as floats are.
+// Byte loads: compilers may assume that a load of floats has the alignment of a float.
 [[gnu::always_inline]] inline FloatRegister LoadUnaligned(const void* source) {
     return vreinterpretq_f32_u8(vld1q_u8(static_cast<const uint8_t*>(source)));
 }
@@ -139,7 +139,7 @@ template <int kBits>
     return vreinterpretq_s32_f32(value);
 }
 
-// The compilers find the instructions for an order; a set of intrinsics for all of them there is not.
+// NEON has no intrinsic for arbitrary lane orders; compilers choose the instructions.
 template <int k0, int k1, int k2, int k3>
 [[gnu::always_inline]] inline FloatRegister ShuffleLanes(FloatRegister value) {
     return __builtin_shufflevector(value, value, k0, k1, k2, k3);

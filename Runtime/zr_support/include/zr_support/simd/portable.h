@@ -1,7 +1,7 @@
 #pragma once
 
-// Primitives of the four-lane values in plain C++, for every other platform. What each means stands in
-// zr_support/simd_float4.h.
+// Primitives of the four-lane values in plain C++, for all other platforms; zr_support/simd_float4.h defines
+// them.
 
 #include <zr_support/simd/flushing_vectors.h>
 
@@ -81,8 +81,8 @@ struct FloatRegisterX3 {
 
 #if VESTREL_VECTORS_FLUSH
 
-// Each lane in a register of its own, so that no operation has its lanes side by side in memory, before or
-// after: what compilers find there they put into vectors.
+// Each lane in its own scalar register: compilers would vectorise operations on lanes that are adjacent in
+// memory.
 [[gnu::always_inline]] inline void PinLane(float& lane) {
 #if defined(__arm__)
     asm("" : "+t"(lane));
@@ -106,7 +106,7 @@ template <typename TRegister>
 
 #else
 
-// In memory, for registers of floats have other names on every platform.
+// In memory: the constraint for float registers differs by platform.
 template <typename TRegister>
 [[gnu::always_inline]] inline TRegister Pin(TRegister value) {
     asm("" : "+m"(value));
@@ -115,8 +115,8 @@ template <typename TRegister>
 
 #endif
 
-// Single floats. With -ffast-math, clang++ takes NEON for them too, on Cortex-A5 and A8; so there the
-// instruction stands here.
+// Single floats. With -ffast-math on Cortex-A5 and A8, clang++ computes even these with NEON, so ARM uses the
+// scalar instructions explicitly.
 #if VESTREL_VECTORS_FLUSH && defined(__arm__)
 
 [[gnu::always_inline]] inline float Add(float a, float b) {
@@ -177,7 +177,7 @@ template <typename TRegister>
              WrappingAdd(a.m_Lanes[2], b.m_Lanes[2]), WrappingAdd(a.m_Lanes[3], b.m_Lanes[3])}};
 }
 
-// The second comparison is false for not-a-number, which must not be cast.
+// The second comparison is false for NaN, whose cast would be undefined.
 [[gnu::always_inline]] inline int32_t TruncateNumberToInt(float value) {
     if (value >= 0x1p31f) {
         return INT32_MAX;
@@ -190,7 +190,7 @@ template <typename TRegister>
              TruncateNumberToInt(value.m_Lanes[2]), TruncateNumberToInt(value.m_Lanes[3])}};
 }
 
-// Told by the bits, for under some flags a comparison with itself is left out.
+// By the bits: some flags let compilers remove value != value.
 [[gnu::always_inline]] inline bool IsNan(float value) {
     uint32_t bits;
     std::memcpy(&bits, &value, sizeof(bits));

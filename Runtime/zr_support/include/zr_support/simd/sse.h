@@ -1,8 +1,7 @@
 #pragma once
 
-// Primitives of the four-lane values for x86. SSE2 is all they need. Single lanes are reached by subscript,
-// for which the compiler takes SSE4.1 where a build allows it. What each primitive means stands in
-// zr_support/simd_float4.h.
+// Primitives of the four-lane values for x86 with SSE2; zr_support/simd_float4.h defines them. Single lanes
+// are accessed by subscript, for which compilers use SSE4.1 if the build allows it.
 
 #include <emmintrin.h>
 
@@ -75,7 +74,7 @@ struct FloatRegisterX3 {
     _mm_store_si128(static_cast<__m128i*>(target), value);
 }
 
-// In any vector register, with AVX-512 the upper ones too.
+// Any vector register, including the upper 16 of AVX-512.
 [[gnu::always_inline]] inline FloatRegister Pin(FloatRegister value) {
     asm("" : "+v"(value));
     return value;
@@ -102,16 +101,15 @@ struct FloatRegisterX3 {
     return _mm_add_epi32(a, b);
 }
 
-// Out of range and for not-a-number the instruction gives 0x80000000, from which a mask of ones makes
-// 0x7FFFFFFF. Compilers that fold it for a constant may give something else, so they are kept from seeing
-// one.
+// Out of range and for NaN the instruction gives 0x80000000; the mask turns that into 0x7FFFFFFF above the
+// range. Constant folding may give another result, so Pin hides constants from the compiler.
 [[gnu::always_inline]] inline IntRegister TruncateNumberToInt(FloatRegister value) {
     value = Pin(value);
     const __m128i isAbove = _mm_castps_si128(_mm_cmpge_ps(value, _mm_set1_ps(0x1p31f)));
     return _mm_xor_si128(_mm_cvttps_epi32(value), isAbove);
 }
 
-// Not-a-number is told by its bits, for under some flags a comparison with itself is left out.
+// NaN by its bits: some flags let compilers remove value != value.
 [[gnu::always_inline]] inline IntRegister TruncateToInt(FloatRegister value) {
     const __m128i magnitude = _mm_and_si128(_mm_castps_si128(value), _mm_set1_epi32(INT32_MAX));
     const __m128i isNan = _mm_cmpgt_epi32(magnitude, _mm_set1_epi32(0x7F800000)); // infinity

@@ -1,7 +1,7 @@
 #pragma once
 
-// Primitives of the four-lane values for WebAssembly with its 128-bit SIMD. What each means stands in
-// zr_support/simd_float4.h.
+// Primitives of the four-lane values for WebAssembly with 128-bit SIMD; zr_support/simd_float4.h defines
+// them.
 
 #include <wasm_simd128.h>
 
@@ -9,7 +9,7 @@
 
 namespace Vestrel::SIMD_Neon::Backend {
 
-// The platform's own type is that of the integers alone; compilers have the operators for both.
+// v128_t is an integer vector; arithmetic operators on floats need a float vector.
 using FloatRegister [[gnu::vector_size(16)]] = float;
 using IntRegister = v128_t;
 
@@ -85,7 +85,7 @@ template <int k0, int k1, int k2, int k3>
     wasm_v128_store(target, value);
 }
 
-// In memory, for clang++ 19 takes no vector in a register for an operand here.
+// In memory: clang++ 19 accepts no vector register as an operand.
 [[gnu::always_inline]] inline FloatRegister Pin(FloatRegister value) {
     asm("" : "+m"(value));
     return value;
