@@ -1,5 +1,5 @@
-// Nanoseconds per position of every batch sampler: packed positions, aligned and misaligned, and against both
-// the same work written as a plain scalar loop.
+// Nanoseconds per position of every batch sampler, for packed positions, aligned and misaligned, compared
+// with a plain scalar loop.
 
 #include "benchmark_sections.h"
 #include "noise_reference.h"
@@ -24,8 +24,8 @@ namespace {
 constexpr uint32_t kCounts[] = {1, 7, 64, 4096, 4194304};
 constexpr uint32_t kMaxCount = 4194304;
 
-/// Short runs move on through this many positions, for a processor learns the branches of a short sequence
-/// that is sampled again and again by heart, which flatters code that branches on the sign of a coordinate.
+/// Short runs move through this many positions: with one short sequence, the branch predictor would learn the
+/// signs of its coordinates, which favours code that branches on them.
 constexpr uint32_t kWindow = 131072;
 
 enum class EPath { kAligned, kMisaligned, kPlain };
@@ -36,7 +36,7 @@ constexpr const char* NameOf(EPath path) {
     return names[static_cast<size_t>(path)];
 }
 
-/// Positions for all dimensions and room for their samples, with slack for alignment and the last position.
+/// Positions for all dimensions and memory for their samples, with slack for alignment and the last position.
 struct CData {
     std::vector<float> m_Coordinates;
     std::vector<float> m_Samples;
@@ -89,7 +89,7 @@ void Run(benchmark::State& state, const CBatchSampler& sampler, EPath path, uint
     CData& data = Data();
     const CPlainLoop plain = PlainLoopOf(sampler);
     const uint32_t window = std::max(count, kWindow);
-    // An output that is off by a float, which sends short runs one at a time.
+    // A misaligned output makes short runs go one at a time.
     float* const samples = Aligned(data.m_Samples) + (path == EPath::kMisaligned ? 1 : 0);
     const float* const coordinates = Aligned(data.m_Coordinates);
     const uint32_t floats = sampler.PositionSize() / uint32_t{sizeof(float)};

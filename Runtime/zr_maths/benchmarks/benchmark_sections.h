@@ -1,6 +1,6 @@
 #pragma once
 
-// The benchmark program is made of sections, each with benchmarks and a table of what they came to.
+// The benchmark program consists of sections, each with benchmarks and a table of results.
 
 #include <map>
 #include <string>
@@ -8,15 +8,15 @@
 
 namespace Vestrel::Benchmarks {
 
-/// The times of all runs, by the names of the benchmarks.
+/// The times of all runs, by name of the benchmark.
 class CMedians {
 public:
     void Add(const std::string& name, double nanoseconds);
 
-    /// The median time of an item; not a number where a filter has left the benchmark out.
+    /// The median time per item; NaN if a filter excludes the benchmark.
     double Nanoseconds(const std::string& name) const;
 
-    /// How far the quarters of the times lie from the median, on average and as a part of it.
+    /// Half the interquartile range of the times, relative to the median.
     double Spread(const std::string& name) const;
 
     size_t BenchmarkCount() const {
@@ -27,10 +27,10 @@ private:
     std::map<std::string, std::vector<double>> m_Nanoseconds;
 };
 
-/// The first of the values at a multiple of 64 bytes; up to 15 before it are left out.
+/// The first value at a multiple of 64 bytes; up to 15 values before it are skipped.
 float* Aligned(std::vector<float>& values);
 
-/// Nine columns: a number, or - where there is none.
+/// Prints a number in nine columns, or - if it is not finite.
 void PrintNumber(double number);
 
 void RegisterBatchBenchmarks();

@@ -1,5 +1,5 @@
-// Samples once, for a tool that counts instructions: instruction_counts KERNELS SAMPLER COUNT. Setting up
-// takes the same number for every COUNT.
+// Samples once, for a tool that counts instructions: instruction_counts KERNELS SAMPLER COUNT. The number of
+// instructions outside the sampler does not depend on COUNT.
 
 #include "instruction_sets.h"
 #include "noise_test_support.h"

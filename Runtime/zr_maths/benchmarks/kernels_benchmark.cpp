@@ -1,5 +1,5 @@
-// The kernels of every instruction set side by side: nanoseconds per position or entry, and how many times as
-// fast they are as the code for four lanes in the same run.
+// The kernels of every instruction set: nanoseconds per item, and the speed relative to four lanes in the
+// same run.
 
 #include "benchmark_sections.h"
 #include "instruction_sets.h"
@@ -28,7 +28,7 @@ using SIMD_Neon::Float4;
 constexpr uint32_t kCount = 4096;
 constexpr uint32_t kMaxCount = 1 << 24;
 
-/// Positions for all dimensions, as far as they go, and room for samples and gradients.
+/// Positions for all dimensions, and memory for samples and gradients.
 struct CData {
     std::vector<float> m_Coordinates;
     std::vector<float> m_Results;
@@ -55,7 +55,7 @@ CData& Data() {
     return data;
 }
 
-/// An operation on so many items.
+/// An operation on `m_Count` items.
 struct CCase {
     std::string m_Name;
     uint32_t m_Count;
@@ -96,13 +96,13 @@ std::vector<CCase> CasesOfOperations() {
                      }});
     cases.push_back({"RotateBasis", 1, [] {
                          CData& data = Data();
-                         data.m_Time = 1.0f - data.m_Time; // to and fro
+                         data.m_Time = 1.0f - data.m_Time; // back and forth
                          data.m_Rotatable.RotateBasis(data.m_Time);
                      }});
     return cases;
 }
 
-/// Every power of two and what lies just beyond, where blocks leave a rest.
+/// Powers of two, and counts next to multiples of a block, which leave a remainder.
 std::vector<CCase> CasesOfCounts() {
     std::vector<CCase> cases;
     for (uint32_t count = 1; count <= kMaxCount; count *= 2) {
@@ -113,7 +113,7 @@ std::vector<CCase> CasesOfCounts() {
         cases.push_back(
             SamplerCase(SamplerNamed("SampleCubic3D"), "counts/" + std::to_string(count), count, 12, 0));
     }
-    // The cheapest samples, where kernels begin to take them: that is where they could be slower.
+    // The cheapest samples around the minimum counts, where kernels could be slower.
     for (const char* name : {"SampleLinear1D", "SampleLinear2D", "SampleLinear3D", "SampleLinear4D"}) {
         const CBatchSampler& sampler = SamplerNamed(name);
         for (const uint32_t count : {64u, 127u, 128u, 191u, 256u, 319u, 512u, 575u}) {
@@ -124,7 +124,7 @@ std::vector<CCase> CasesOfCounts() {
     return cases;
 }
 
-/// Short calls several times over, so that one iteration, which may be all that there is, is worth measuring.
+/// Repeats short calls, so that even a single iteration takes long enough to measure.
 void Run(benchmark::State& state, const CCase& run) {
     const uint32_t repeats = std::max(1u, 65536 / run.m_Count);
     for (auto _ : state) {
@@ -141,7 +141,7 @@ void RunWith(benchmark::State& state, EInstructionSet set, const CCase& run) {
     Run(state, run);
 }
 
-/// Reads twelve bytes and writes four for each position, four positions at a time, and does nothing besides.
+/// Reads twelve bytes and writes four per position, as a lower bound.
 void Stream(uint32_t count) {
     const float* const source = Aligned(Data().m_Coordinates);
     float* const target = Aligned(Data().m_Results);
@@ -153,7 +153,7 @@ void Stream(uint32_t count) {
     }
 }
 
-/// Samples with several threads, each a part of the positions, on one object.
+/// Samples one object with several threads, each with a part of the positions.
 void SampleWithThreads(uint32_t threadCount) {
     CData& data = Data();
     constexpr uint32_t kAll = 1 << 22;

@@ -50,7 +50,7 @@ namespace {
 
 using namespace Vestrel::Benchmarks;
 
-/// Keeps the time of every run and prints the medians as tables.
+/// Collects the time of every run and prints tables of medians.
 class CTableReporter final : public benchmark::BenchmarkReporter {
 public:
     bool ReportContext(const Context&) override {

@@ -1,4 +1,4 @@
-// Every operation but the batch samplers beside something that one would use in its place.
+// Every operation except the batch samplers, compared with an alternative.
 
 #include "benchmark_sections.h"
 #include "noise_reference.h"
@@ -32,10 +32,10 @@ using CPosition = TVector<float, 3>;
 constexpr uint32_t kCount = 4096;
 constexpr uint32_t kEntries = 256;
 
-/// The greatest angle that the sines are measured at.
-constexpr float kGreatestAngle = 1e4f;
+/// The greatest angle of the sine benchmarks.
+constexpr float kMaxAngle = 1e4f;
 
-/// What the operations work on, and where they write.
+/// Inputs and outputs of the operations.
 struct CData {
     CStdRandomGenerator m_Generator{2};
     COpenNoise m_Noise{&m_Generator};
@@ -52,17 +52,12 @@ struct CData {
 
     CData() {
         m_Generator.FillRandomFloats({&m_Positions[0].x, 3 * kCount}, -128.0f, 128.0f);
-        m_Generator.FillRandomFloats({m_Angles, kEntries}, 0.0f, kGreatestAngle);
+        m_Generator.FillRandomFloats({m_Angles, kEntries}, 0.0f, kMaxAngle);
         m_Generator.FillRandomFloats({m_Ratios, kEntries}, -1.0f, 1.0f);
         for (uint32_t k = 0; k < kCount; ++k) {
             const CPosition& position = m_Positions[k];
             m_FourLanes[k] = Float4(position.x, position.y, position.z, 0.0f);
-            const Reference::CCell x = Reference::Split(position.x);
-            const Reference::CCell y = Reference::Split(position.y);
-            const Reference::CCell z = Reference::Split(position.z);
-            m_Records[k] = {{x.m_Fraction, y.m_Fraction, z.m_Fraction, 0.0f},
-                            {static_cast<int>(x.m_Coordinate), static_cast<int>(y.m_Coordinate),
-                             static_cast<int>(z.m_Coordinate), 0}};
+            m_Records[k] = Reference::RecordOf(position.x, position.y, position.z);
         }
     }
 };
@@ -72,7 +67,7 @@ CData& Data() {
     return data;
 }
 
-// The rows of kPointSamplers are template arguments, so that compilers know which function is called.
+// Rows of kPointSamplers are template arguments, so that calls are direct.
 
 template <size_t kRow>
 void Samples(CData& data) {
@@ -94,8 +89,7 @@ void PlainSamples(CData& data) {
     }
 }
 
-/// Every call takes the next four positions, which the caller would have found to share a cell; what it costs
-/// does not depend on it.
+/// The positions of a call do not share a cell, which does not affect its cost.
 template <size_t kRow>
 void CoherentSamples(CData& data) {
     for (uint32_t k = 0; k < kCount; ++k) {
@@ -142,15 +136,13 @@ template <size_t kRow>
     const CRecord* const records = data.m_Records.data();
     CGradient* const gradients = data.m_Gradients.data();
     for (uint32_t k = 0; k < kCount; ++k) {
-        const auto& [fractions, cell] = records[k];
-        const TVector<float, 3> gradient = Reference::Gradient(
-            basis, kPointSamplers[kRow].m_Quality, true, {fractions.x, fractions.y, fractions.z},
-            static_cast<uint32_t>(cell.x), static_cast<uint32_t>(cell.y), static_cast<uint32_t>(cell.z));
+        const TVector<float, 3> gradient =
+            Reference::Gradient(basis, kPointSamplers[kRow].m_Quality, true, records[k]);
         gradients[k] = {gradient.x, gradient.y, gradient.z, 0.0f};
     }
 }
 
-/// Times go on, for a rotation to the same time does nothing: through a thousand turns from `kFirst` on.
+/// The next time of a thousand turns from `kFirst` on; a rotation to the same time would do nothing.
 template <int kFirst>
 float NextTime(CData& data) {
     constexpr float first = kFirst;
@@ -164,7 +156,7 @@ void Rotation(CData& data) {
     data.m_Rotatable.RotateBasis(NextTime<kFirst>(data));
 }
 
-/// What RotateBasis does, with the C library's sine.
+/// RotateBasis with the C library's sine.
 template <int kFirst>
 void RotationBySinf(CData& data) {
     const float time = NextTime<kFirst>(data);
@@ -179,7 +171,7 @@ void Sines(CData& data) {
     SIMD_Neon::LowPrecision::SinStream_Aligned16(data.m_Angles, data.m_Sines, kEntries);
 }
 
-/// Applies a function of SLEEF, whatever its four-lane type is called. (What it returns is const.)
+/// Applies a function of SLEEF, whose four-lane type differs by platform (its result type is const).
 template <typename TResult, typename TFour>
 void ApplyFourAtATime(TResult (*function)(TFour), const float* in, float* out) {
     for (uint32_t k = 0; k < kEntries; k += 4) {
@@ -212,7 +204,7 @@ void Verification(CData&) {
     benchmark::DoNotOptimize(VerifyArithmetic());
 }
 
-/// An operation and what it is measured against, if there is anything: each is `m_Items` items.
+/// An operation of `m_Items` items and its alternative, if any.
 struct COperation {
     const char* m_Name;
     const char* m_OtherName;

@@ -6,8 +6,7 @@
 
 namespace Vestrel::Benchmarks {
 
-/// The split of a coordinate as one would write it for positions that are known to be in range, without a
-/// branch.
+/// A branchless split as one would write it for coordinates in range.
 struct CPlainSplit {
     Reference::CCell operator()(float x) const {
         const int n = static_cast<int>(x);

@@ -1,5 +1,5 @@
-// A batch sampler, called with views of any counts, strides, alignments and arrangements that its caller may
-// use, over coordinates of any bits: every sample is that of the reference, every other byte is as it was.
+// Calls a batch sampler with views of any counts, strides, alignments and overlaps that are allowed, and
+// coordinates of any bits. Every sample must be that of the reference, every other byte unchanged.
 
 #include "batch_calls.h"
 #include "fuzz_target.h"
@@ -10,7 +10,7 @@
 #include <cstring>
 #include <iterator>
 
-/// Of MemorySanitizer, where the program is built with it.
+/// Defined by MemorySanitizer, null in other builds.
 extern "C" [[gnu::weak]] void __msan_unpoison(const volatile void* data, size_t size);
 
 namespace Vestrel::Fuzz {
@@ -42,15 +42,15 @@ CBatchCall ChooseCall(CInput& input, const CBatchSampler& sampler) {
     call.m_OutputStride = ChooseStride(input, 4);
     call.m_PositionStride = ChooseStride(input, sampler.PositionSize());
     if (input.OnceIn(64)) {
-        // Long runs in 1D and 2D are looked up in another way.
+        // Long enough for direct look-ups in 1D and 2D.
         call.m_Count = 250 + input.Below(20);
         call.m_OutputStride = 4;
     }
     if (call.m_OutputStride == 0 && !TakesTheFastPathOf4D(call, sampler)) {
-        call.m_OutputStride = 4; // it would not return
+        call.m_OutputStride = 4; // with 0 it would not return
     }
     if (input.OnceIn(8)) {
-        // One at a time, a single sample has room whatever the stride.
+        // One at a time, a single sample fits any stride.
         CBatchCall single = call;
         single.m_Count = 1;
         single.m_OutputStride = std::max(1u, input.Word());
@@ -58,14 +58,14 @@ CBatchCall ChooseCall(CInput& input, const CBatchSampler& sampler) {
         call = TakesAFastPath(single, sampler) ? call : single;
     }
     if (input.OnceIn(8) && call.m_OutputStride != 0) {
-        // As many samples more as make 4 GiB of output, or a multiple.
+        // Adds a multiple of 4 GiB to the output, which wraps.
         const int shift = std::countr_zero(call.m_OutputStride);
         call.m_Count += shift == 0 ? 0 : input.Word() << (32 - shift);
     }
     return call;
 }
 
-/// Where a call's views lie, in one block or in one for each.
+/// The places of a call's views, in one block or in two.
 struct CLayout {
     bool m_IsOverlapping;
     size_t m_OutputAt;
@@ -78,7 +78,7 @@ CLayout ChooseLayout(CInput& input, const CBatchCall& call, const CBatchSampler&
                      const std::vector<CPlace>& places) {
     size_t outputBytes = 0;
     size_t positionBytes = 0;
-    size_t distance = 0; // from the output to the positions, for no sample to be above its position
+    size_t distance = 0; // from the output to the positions, so that no sample is above its position
     for (const CPlace& place : places) {
         const size_t output = static_cast<size_t>(place.m_Output);
         const size_t position = static_cast<size_t>(place.m_Position);
@@ -96,14 +96,14 @@ CLayout ChooseLayout(CInput& input, const CBatchCall& call, const CBatchSampler&
         layout.m_OutputBlockSize =
             std::max(layout.m_OutputBlockSize, layout.m_PositionAt + positionBytes + kMargin);
     } else {
-        // The block ends with the last byte that may be read.
+        // The block ends at the last byte that may be read.
         layout.m_PositionAt = call.m_PositionOffset;
         layout.m_PositionBlockSize = layout.m_PositionAt + positionBytes;
     }
     return layout;
 }
 
-/// Writes the coordinates of all positions; what is between and behind them stays as it was.
+/// Writes the coordinates of all positions, and nothing between or behind them.
 void FillPositions(CInput& input, unsigned char* positions, const std::vector<CPlace>& places,
                    int dimension) {
     for (const CPlace& place : places) {
@@ -114,20 +114,21 @@ void FillPositions(CInput& input, unsigned char* positions, const std::vector<CP
     }
 }
 
-void TellPosition(const unsigned char* position, int dimension, size_t number) {
-    Tell("position %zu:", number);
+void PrintPosition(const unsigned char* position, int dimension, size_t number) {
+    Print("position %zu:", number);
     for (int axis = 0; axis < dimension; ++axis) {
         uint32_t bits;
         std::memcpy(&bits, position + 4 * axis, 4);
-        Tell(" %a (bits %08X)", static_cast<double>(std::bit_cast<float>(bits)), bits);
+        Print(" %a (bits %08X)", static_cast<double>(std::bit_cast<float>(bits)), bits);
     }
-    Tell("\n");
+    Print("\n");
 }
 
-/// What the output has to be: written to `due`, a copy of the output before the call, sample by sample. Where
-/// a sample is not a number, it is the one that is there.
-void WriteSamples(unsigned char* due, const unsigned char* output, const std::vector<CPlace>& places,
-                  const std::vector<float>& expected, uint32_t outputStride) {
+/// What the output has to be: written to `expectedBytes`, a copy of the output before the call, sample by
+/// sample. Where a sample is not a number, it is the one that is there.
+void WriteSamples(unsigned char* expectedBytes, const unsigned char* output,
+                  const std::vector<CPlace>& places, const std::vector<float>& expected,
+                  uint32_t outputStride) {
     for (size_t k = 0; k < places.size(); ++k) {
         float sample;
         std::memcpy(&sample, output + places[k].m_Output, 4);
@@ -136,7 +137,7 @@ void WriteSamples(unsigned char* due, const unsigned char* output, const std::ve
             ExpectSameBits(sample, expected[k], "sample", k);
         }
         const float stays = std::isnan(expected[k]) ? sample : expected[k];
-        std::memcpy(due + places[k].m_Output, &stays, 4);
+        std::memcpy(expectedBytes + places[k].m_Output, &stays, 4);
     }
 }
 
@@ -150,12 +151,13 @@ void RunInput(CInput& input) {
     places.clear();
     AppendPlacesOf(call, sampler, places);
     const CLayout layout = ChooseLayout(input, call, sampler, places);
-    Tell("%s: count %u, strides %u and %u, offsets %zu and %zu from multiples of 16 (output and positions)\n",
-         sampler.m_Name, call.m_Count, call.m_OutputStride, call.m_PositionStride, call.m_OutputOffset,
-         call.m_PositionOffset);
-    Tell(layout.m_IsOverlapping ? "%zu samples, positions %zu bytes behind the output\n"
-                                : "%zu samples, output and positions apart\n",
-         places.size(), layout.m_PositionAt - layout.m_OutputAt);
+    Print(
+        "%s: count %u, strides %u and %u, offsets %zu and %zu from multiples of 16 (output and positions)\n",
+        sampler.m_Name, call.m_Count, call.m_OutputStride, call.m_PositionStride, call.m_OutputOffset,
+        call.m_PositionOffset);
+    Print(layout.m_IsOverlapping ? "%zu samples, positions %zu bytes behind the output\n"
+                                 : "%zu samples, output and positions apart\n",
+          places.size(), layout.m_PositionAt - layout.m_OutputAt);
 
     const CBlock outputBlock(layout.m_OutputBlockSize);
     const CBlock positionBlock(layout.m_PositionBlockSize);
@@ -164,8 +166,8 @@ void RunInput(CInput& input) {
     unsigned char* const positions =
         (layout.m_IsOverlapping ? outputBlock : positionBlock).Data() + layout.m_PositionAt;
     if (__msan_unpoison != nullptr && sampler.m_Dimension == 3) {
-        // It takes the four lanes of a conversion for one value. The one behind a 3D position is of no
-        // account, but may be without contents.
+        // It treats the four lanes of a conversion as one value. The lane behind a 3D position is ignored,
+        // but may be uninitialised.
         __msan_unpoison(positionBlock.Data(), layout.m_PositionBlockSize);
     }
     FillPositions(input, positions, places, sampler.m_Dimension);
@@ -173,26 +175,26 @@ void RunInput(CInput& input) {
     static std::vector<float> expected;
     expected.clear();
     for (const CPlace& place : places) {
-        if (IsTelling()) {
-            TellPosition(positions + place.m_Position, sampler.m_Dimension, expected.size());
+        if (IsPrinting()) {
+            PrintPosition(positions + place.m_Position, sampler.m_Dimension, expected.size());
         }
         expected.push_back(Reference::Sample(noise.Basis(), sampler, positions + place.m_Position));
     }
-    static std::vector<unsigned char> due;
-    due.assign(outputBlock.Data(), outputBlock.Data() + layout.m_OutputBlockSize);
+    static std::vector<unsigned char> expectedBytes;
+    expectedBytes.assign(outputBlock.Data(), outputBlock.Data() + layout.m_OutputBlockSize);
 
-    // The count of the position view is never read: it says 0 here.
+    // The count of the position view is never read.
     sampler.m_Sample(noise, {reinterpret_cast<float*>(output), call.m_Count, call.m_OutputStride}, positions,
                      0, call.m_PositionStride);
 
-    WriteSamples(due.data() + layout.m_OutputAt, output, places, expected, call.m_OutputStride);
-    const auto [wrong, right] = std::mismatch(due.begin(), due.end(), outputBlock.Data());
-    if (wrong != due.end()) {
-        Fail("byte %td from the start of the output is %02x, and should have stayed %02x", right - output,
-             *right, *wrong);
+    WriteSamples(expectedBytes.data() + layout.m_OutputAt, output, places, expected, call.m_OutputStride);
+    const auto [wrong, right] = std::mismatch(expectedBytes.begin(), expectedBytes.end(), outputBlock.Data());
+    if (wrong != expectedBytes.end()) {
+        Fail("byte %td from the start of the output is %02x, expected unchanged %02x", right - output, *right,
+             *wrong);
     }
     for (size_t k = 0; k < places.size() && !layout.m_IsOverlapping; ++k) {
-        // A position that was written would give another sample.
+        // Finds positions that were written, which give other samples.
         ExpectSameBits(Reference::Sample(noise.Basis(), sampler, positions + places[k].m_Position),
                        expected[k], "after the call, the sample of position", k);
     }

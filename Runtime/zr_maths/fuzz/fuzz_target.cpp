@@ -9,13 +9,13 @@ namespace Vestrel::Fuzz {
 
 namespace {
 
-bool s_IsTelling = false;
+bool s_IsPrinting = false;
 
 const uint8_t* s_Data = nullptr;
 size_t s_Size = 0;
 
-/// Values that differ from each other as much as they can, in ways that show which ones were taken: those of
-/// EvenValues, powers of two down to denormals, and the bounds and zeros of both signs.
+/// Fields whose values differ strongly, so that a wrong value is detected: EvenValues, powers of two down to
+/// denormals, and +-1 with zeros of both signs.
 COpenNoise MakeField(size_t number) {
     CListGenerator generator(EvenValues());
     for (size_t k = 0; k < generator.m_Values.size(); ++k) {
@@ -31,12 +31,12 @@ COpenNoise MakeField(size_t number) {
 
 } // namespace
 
-bool IsTelling() {
-    return s_IsTelling;
+bool IsPrinting() {
+    return s_IsPrinting;
 }
 
-void Tell(const char* format, ...) {
-    if (s_IsTelling) {
+void Print(const char* format, ...) {
+    if (s_IsPrinting) {
         va_list values;
         va_start(values, format);
         std::vfprintf(stderr, format, values);
@@ -45,11 +45,11 @@ void Tell(const char* format, ...) {
 }
 
 void Fail(const char* format, ...) {
-    if (!s_IsTelling) {
-        s_IsTelling = true;
+    if (!s_IsPrinting) {
+        s_IsPrinting = true;
         CInput input(s_Data, s_Size);
-        RunInput(input); // fails at the same place again, having told the way there
-        std::fputs("The second time, the same input did something else: ", stderr);
+        RunInput(input); // prints the steps and fails again at the same place
+        std::fputs("Not deterministic, the second run of this input passed: ", stderr);
     }
     std::fputs("WRONG: ", stderr);
     va_list values;
@@ -67,13 +67,13 @@ void Fail(const char* format, ...) {
 const COpenNoise& ChooseField(CInput& input) {
     static const COpenNoise fields[] = {MakeField(0), MakeField(1), MakeField(2)};
     const uint32_t number = input.Below(3);
-    Tell("field %u\n", number);
+    Print("field %u\n", number);
     return fields[number];
 }
 
 CBlock::CBlock(size_t size) {
     void* block = nullptr;
-    // Unlike the aligned operator new, it does not round the size up.
+    // The aligned operator new rounds sizes up.
     if (posix_memalign(&block, 16, size) != 0) {
         std::fputs("out of memory\n", stderr);
         std::abort();
@@ -91,7 +91,7 @@ CBlock::~CBlock() {
 
 extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
     for (int k = 1; k < *count; ++k) {
-        Vestrel::Fuzz::s_IsTelling |= std::strcmp((*arguments)[k], "--print") == 0;
+        Vestrel::Fuzz::s_IsPrinting |= std::strcmp((*arguments)[k], "--print") == 0;
     }
     return 0;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the fuzz targets share: the input as a stream of numbers, and how a failure is told.
+// Shared by the fuzz targets: the input as a stream of numbers, and reports of failures.
 
 #include "noise_test_support.h"
 
@@ -9,8 +9,8 @@
 
 namespace Vestrel::Fuzz {
 
-/// The bytes of an input as an endless stream. Behind the last one it goes on with random bytes that depend
-/// on all before, so that few bytes make a call with many positions, and every input means something.
+/// The bytes of an input as an endless stream. After the last one it continues with pseudo-random bytes that
+/// depend on all previous ones, so that few bytes make a call with many positions and every input is valid.
 class CInput {
 public:
     CInput(const uint8_t* data, size_t size) : m_Next(data), m_End(data + size) {}
@@ -38,7 +38,7 @@ public:
         return Byte() % limit;
     }
 
-    /// True once in `count` times, and not for a byte of 0.
+    /// True once in `count` times, never for a byte of 0.
     bool OnceIn(uint32_t count) {
         return Below(count) == count - 1;
     }
@@ -54,32 +54,31 @@ private:
     uint64_t m_Random = 0;
 };
 
-/// Carries out what an input says, and compares. Each target defines it; an input always does the same.
+/// Executes an input and checks the results. Each target defines it, deterministically.
 void RunInput(CInput& input);
 
-/// Whether the target is to tell what it does.
-bool IsTelling();
+/// Whether to print the steps of the input.
+bool IsPrinting();
 
-/// Tells a step of the input, if it is to be told.
-[[gnu::format(printf, 1, 2)]] void Tell(const char* format, ...);
+/// Prints a step of the input if IsPrinting().
+[[gnu::format(printf, 1, 2)]] void Print(const char* format, ...);
 
-/// Tells the whole input, step by step, and what is wrong, and ends the program.
+/// Prints all steps of the input and the failure, and aborts.
 [[noreturn, gnu::format(printf, 1, 2)]] void Fail(const char* format, ...);
 
-/// Fails unless both have the same bits, all not-a-numbers being one. `what` and its number name them.
+/// Fails unless both have the same bits, with one canonical NaN. `what` and `number` name the value.
 inline void ExpectSameBits(float actual, float expected, const char* what, size_t number) {
     if (CanonicalBits(actual) != CanonicalBits(expected)) {
-        Fail("%s %zu is %a (bits %08X), and should be %a (bits %08X)", what, number,
-             static_cast<double>(actual), CanonicalBits(actual), static_cast<double>(expected),
-             CanonicalBits(expected));
+        Fail("%s %zu is %a (bits %08X), expected %a (bits %08X)", what, number, static_cast<double>(actual),
+             CanonicalBits(actual), static_cast<double>(expected), CanonicalBits(expected));
     }
 }
 
-/// A field to sample, of a few.
+/// One of a few fields.
 const COpenNoise& ChooseField(CInput& input);
 
-/// Memory with unspecified contents, that begins at a multiple of 16 and behind whose last byte a tool that
-/// watches memory finds nothing.
+/// Memory with unspecified contents that begins at a multiple of 16 and has exactly the requested size, so
+/// that memory checkers detect accesses behind it.
 class CBlock {
 public:
     explicit CBlock(size_t size);

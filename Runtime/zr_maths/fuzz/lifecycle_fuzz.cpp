@@ -1,14 +1,12 @@
-// The lives of both classes, as programs of a few objects that are made, copied, assigned, drawn anew,
-// rotated, sampled and destroyed in any order, beside a plain model of their tables: after every step all
-// tables of all objects are those of the model to the bit, and no block is asked for, or kept, that should
-// not be.
+// Runs programs of a few objects of both classes that are constructed, copied, assigned, redrawn, rotated,
+// sampled and destroyed in any order. After every step, all tables must have the bits of a plain model, and
+// only the expected blocks may be allocated.
 
 #include "fuzz_target.h"
+#include "lifecycle_model.h"
 #include "noise_reference.h"
-#include "rotatable_reference.h"
 
 #include <zr_support/mem_alloc.h>
-#include <zr_support/simd_streams.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -23,14 +21,13 @@ namespace {
 constexpr uint64_t kBasisBytes = 2052;
 constexpr uint64_t kPhasesBytes = 3076;
 
-// The allocator, which this program has one of its own for: what is in fresh blocks, and which ones are in
-// use.
+// This program's own allocator fills fresh blocks and knows which ones are in use.
 
 bool s_IsFilling = false;
 uint32_t s_AllocationCount = 0;
 void* s_Blocks[16] = {};
 
-/// What the block of this number is filled with, each with something else: floats from 0x38383838, about
+/// The byte that fills block `number`, different for consecutive blocks: floats from 0x38383838, about
 /// 0.00004, to 0x3F3F3F3F, about 0.75.
 int PatternOf(uint32_t number) {
     return static_cast<int>(0x38 + number % 8);
@@ -56,13 +53,13 @@ void* _RawAlloc(uint64_t size, uint32_t alignment, EAllocType type, EOrigin orig
     using namespace Fuzz;
     if ((size != kBasisBytes && size != kPhasesBytes) || alignment != 32 ||
         static_cast<uint32_t>(type) != 0 || static_cast<uint32_t>(origin) != 0) {
-        Fail("a block of %llu bytes was asked for, aligned to %u", static_cast<unsigned long long>(size),
+        Fail("unexpected allocation of %llu bytes, aligned to %u", static_cast<unsigned long long>(size),
              alignment);
     }
     void* block = nullptr;
     void** const place = std::find(std::begin(s_Blocks), std::end(s_Blocks), nullptr);
     if (place == std::end(s_Blocks) || posix_memalign(&block, alignment, static_cast<size_t>(size)) != 0) {
-        Fail("more blocks are in use than all objects have");
+        Fail("more blocks are in use than all objects need");
     }
     *place = block;
     if (s_IsFilling) {
@@ -77,7 +74,7 @@ void _RawFree(void* ptr, EAllocType type, EOrigin origin) {
     void** const place = std::find(std::begin(s_Blocks), std::end(s_Blocks), ptr);
     if (ptr == nullptr || place == std::end(s_Blocks) || static_cast<uint32_t>(type) != 0 ||
         static_cast<uint32_t>(origin) != 0) {
-        Fail("a block was freed that is not in use");
+        Fail("freed a block that is not in use");
     }
     *place = nullptr;
     std::free(ptr);
@@ -89,143 +86,7 @@ namespace Vestrel::Fuzz {
 
 namespace {
 
-/// Delivers values between the bounds, at times the bounds themselves, that depend on a seed.
-class CSeededGenerator final : public CAbstractRandomGenerator {
-public:
-    explicit CSeededGenerator(uint32_t seed) : m_State(seed) {}
-
-    void FillRandomFloats(const TMemoryView<float>& view, float min, float max) override {
-        for (uint32_t k = 0; k < view.m_Count; ++k) {
-            m_State = m_State * 1664525u + 1013904223u;
-            const float part = static_cast<float>(m_State >> 16) * (1.0f / 65535.0f);
-            view.m_Data[k] = min * (1.0f - part) + max * part;
-        }
-    }
-
-private:
-    uint32_t m_State;
-};
-
-/// What an object has to be. Of tables that were never drawn, in blocks with unspecified contents, nothing is
-/// known, and they are not looked at.
-struct CModel {
-    bool m_IsRotatable;
-    alignas(16) float m_Basis[513];
-    alignas(16) float m_Phases[769]; // phases, speeds and the spare block
-    bool m_IsBasisKnown;
-    bool m_ArePhasesKnown; // the first 256 of them; the speeds always are
-    bool m_IsSpareKnown;
-    bool m_NoSpinVariation;
-    float m_SpinVariation;
-    float m_LastTime;
-
-    float* Speeds() {
-        return m_Phases + 256;
-    }
-
-    /// `block` is the number of the first one that the object gets.
-    void Construct(bool isRotatable, CAbstractRandomGenerator* generator, uint32_t block) {
-        m_IsRotatable = isRotatable;
-        m_IsBasisKnown = m_IsSpareKnown = s_IsFilling;
-        std::memset(m_Basis, PatternOf(block), sizeof(m_Basis));
-        std::memset(m_Phases, PatternOf(block + 1), sizeof(m_Phases));
-        m_NoSpinVariation = false;
-        m_SpinVariation = 0.2f;
-        m_LastTime = 0.0f;
-        Reset(generator);
-    }
-
-    void CopyBasis(const CModel& other) {
-        std::memcpy(m_Basis, other.m_Basis, sizeof(m_Basis));
-        m_IsBasisKnown = other.m_IsBasisKnown;
-    }
-
-    void CopyPhases(const CModel& other) {
-        std::memcpy(m_Phases, other.m_Phases, sizeof(m_Phases));
-        m_ArePhasesKnown = other.m_ArePhasesKnown;
-        m_IsSpareKnown = other.m_IsSpareKnown;
-        m_NoSpinVariation = other.m_NoSpinVariation;
-        m_SpinVariation = other.m_SpinVariation;
-    }
-
-    void Wrap() {
-        for (size_t k = 0; k < 257; ++k) {
-            m_Basis[256 + k] = m_Basis[k];
-        }
-    }
-
-    void Reset(CAbstractRandomGenerator* generator) {
-        if (generator != nullptr) {
-            generator->FillRandomFloats({m_Basis, 256}, -1.0f, 1.0f);
-            m_IsBasisKnown = true;
-        }
-        Wrap();
-        if (m_IsRotatable) {
-            DrawSpeeds(generator);
-            FindPhases();
-        }
-    }
-
-    void DrawSpeeds(CAbstractRandomGenerator* generator) {
-        const float spread = m_SpinVariation * kPi;
-        const float slowest = kTwoPi - spread;
-        const float fastest = spread + kTwoPi;
-        if (generator != nullptr) {
-            generator->FillRandomFloats({Speeds(), 256}, slowest, fastest);
-        } else {
-            const float mean = (slowest + fastest) * 0.5f;
-            std::fill_n(Speeds(), 256, mean);
-        }
-    }
-
-    void FindPhases() {
-        m_ArePhasesKnown = m_IsBasisKnown;
-        if (!m_ArePhasesKnown) {
-            return;
-        }
-        SIMD_Neon::FullPrecision::ArcSinStream_Aligned16(m_Basis, m_Phases, 256);
-        for (size_t k = 0; k < 256; k += 2) {
-            m_Phases[k] = m_Phases[k] + 0.0f;
-            m_Phases[k + 1] = kPi - m_Phases[k + 1];
-        }
-    }
-
-    void SetSpinVariation(float variation) {
-        m_NoSpinVariation = variation < 1e-5f;
-        if (m_NoSpinVariation) {
-            return;
-        }
-        const float oldSpread = m_SpinVariation * kPi;
-        const float newSpread = variation * kPi;
-        const float oldSlowest = kTwoPi - oldSpread;
-        const float newSlowest = kTwoPi - newSpread;
-        const float ratio = newSpread / oldSpread;
-        m_SpinVariation = variation;
-        for (size_t k = 0; k < 256; ++k) {
-            const float place = Speeds()[k] - oldSlowest;
-            const float scaled = ratio * place;
-            Speeds()[k] = newSlowest + scaled;
-        }
-    }
-
-    void Rotate(float time) {
-        if (time == m_LastTime) {
-            return;
-        }
-        m_LastTime = time;
-        const float turned = time * kTwoPi;
-        alignas(16) float angles[256];
-        for (size_t k = 0; k < 256; ++k) {
-            const float spun = time * Speeds()[k];
-            angles[k] = m_NoSpinVariation ? turned + m_Phases[k] : m_Phases[k] + spun;
-        }
-        SIMD_Neon::LowPrecision::SinStream_Aligned16(angles, m_Basis, 256);
-        m_IsBasisKnown = true;
-        Wrap();
-    }
-};
-
-/// Fails unless the table has the bits of the model's, which takes over what is not a number.
+/// Fails unless the table has the bits of the model's, with one canonical NaN; then copies it to the model.
 void ExpectTable(const float* actual, float* expected, size_t count, const char* what) {
     if (std::memcmp(actual, expected, count * sizeof(float)) == 0) {
         return;
@@ -236,7 +97,7 @@ void ExpectTable(const float* actual, float* expected, size_t count, const char*
     std::memcpy(expected, actual, count * sizeof(float));
 }
 
-/// Shows the basis of any object.
+/// Accesses the basis of any object.
 class COpenBasis : public CFastNoise3 {
 public:
     static float* Of(const CFastNoise3& noise) {
@@ -275,22 +136,21 @@ struct CObject {
         ExpectSameBits(noise.m_SpinVariation, m_Model.m_SpinVariation, "the spin variation", 0);
         ExpectSameBits(noise.m_LastTime, m_Model.m_LastTime, "the last time", 0);
         if (noise.m_NoSpinVariation != m_Model.m_NoSpinVariation) {
-            Fail("m_NoSpinVariation is %d, and should be %d", noise.m_NoSpinVariation,
-                 m_Model.m_NoSpinVariation);
+            Fail("m_NoSpinVariation is %d, expected %d", noise.m_NoSpinVariation, m_Model.m_NoSpinVariation);
         }
         if (noise.m_SpinSpeeds != noise.m_Phases + 256) {
-            Fail("the speeds are not behind the phases");
+            Fail("the speeds do not follow the phases");
         }
     }
 };
 
-/// A generator for the object, one in the same state for its model, or none for both.
+/// Generators in the same state for the object and its model, or null for both.
 class CTwoGenerators {
 public:
     explicit CTwoGenerators(CInput& input) : m_IsNull(input.OnceIn(4)) {
         const uint32_t seed = input.Byte();
         m_ForObject = m_ForModel = CSeededGenerator(seed);
-        Tell(m_IsNull ? "no generator\n" : "generator %u\n", seed);
+        Print(m_IsNull ? "no generator\n" : "generator %u\n", seed);
     }
 
     CAbstractRandomGenerator* ForObject() {
@@ -309,7 +169,7 @@ private:
 
 void Construct(CInput& input, CObject& object) {
     const bool isRotatable = input.OnceIn(2);
-    Tell("  constructed, %s, from ", isRotatable ? "rotatable" : "plain");
+    Print("  constructed, %s, from ", isRotatable ? "rotatable" : "plain");
     CTwoGenerators generators(input);
     object.m_Noise.reset();
     const uint32_t block = s_AllocationCount;
@@ -318,13 +178,14 @@ void Construct(CInput& input, CObject& object) {
     } else {
         object.m_Noise = std::make_unique<CFastNoise3>(generators.ForObject());
     }
-    object.m_Model.Construct(isRotatable, generators.ForModel(), block);
+    object.m_Model.Construct(isRotatable, generators.ForModel(), s_IsFilling, PatternOf(block),
+                             PatternOf(block + 1));
 }
 
-/// Copies the other object, or the plain part of it.
+/// Copies the other object, or only its base class.
 void CopyConstruct(CInput& input, CObject& object, CObject& other) {
     const bool isRotatable = other.m_Model.m_IsRotatable && !input.OnceIn(4);
-    Tell("  constructed as a %s copy\n", isRotatable ? "rotatable" : "plain");
+    Print("  constructed as a %s copy\n", isRotatable ? "rotatable" : "plain");
     if (&object == &other) {
         return;
     }
@@ -342,12 +203,12 @@ void CopyConstruct(CInput& input, CObject& object, CObject& other) {
 
 void Assign(CInput& input, CObject& object, CObject& other) {
     const bool isWhole = object.m_Model.m_IsRotatable && other.m_Model.m_IsRotatable && !input.OnceIn(4);
-    Tell("  assigned%s\n", isWhole ? ", as a rotatable one" : ", through the base class");
+    Print("  assigned%s\n", isWhole ? ", as a rotatable one" : ", through the base class");
     object.m_Model.CopyBasis(other.m_Model);
     if (isWhole) {
         object.m_Model.CopyPhases(other.m_Model);
         if (&(object.Rotatable() = other.Rotatable()) != &object.Rotatable()) {
-            Fail("the assignment gives another object");
+            Fail("the assignment returns another object");
         }
     } else if (&(*object.m_Noise = *other.m_Noise) != object.m_Noise.get()) {
         Fail("the assignment gives another object");
@@ -355,17 +216,17 @@ void Assign(CInput& input, CObject& object, CObject& other) {
 }
 
 void Reset(CInput& input, CObject& object) {
-    Tell("  reset with ");
+    Print("  reset with ");
     CTwoGenerators generators(input);
     object.m_Noise->ResetSampler(generators.ForObject());
     object.m_Model.Reset(generators.ForModel());
 }
 
-/// Changes one of the values of the basis from outside, which a reset without a generator repeats.
+/// Changes an entry of the basis from outside and resets without a generator, which wraps it.
 void WriteAndWrap(CInput& input, CObject& object) {
     const size_t entry = input.Byte();
     const float value = input.OnceIn(8) ? input.Coordinate() : static_cast<float>(input.Byte()) / 255.0f;
-    Tell("  entry %zu set to %a, and reset without a generator\n", entry, static_cast<double>(value));
+    Print("  entry %zu set to %a, and reset without a generator\n", entry, static_cast<double>(value));
     object.Basis()[entry] = object.m_Model.m_Basis[entry] = value;
     object.m_Noise->ResetSampler(nullptr);
     object.m_Model.Reset(nullptr);
@@ -376,8 +237,8 @@ void Rotate(CInput& input, CObject& object) {
     const float time = kind == 3   ? object.m_Model.m_LastTime
                        : kind == 2 ? input.Coordinate()
                                    : static_cast<float>(input.Byte()) * 0.125f - 8.0f;
-    Tell("  rotated to %a\n", static_cast<double>(time));
-    // The sine stream looks at the angles to choose its way, so that they have to be something.
+    Print("  rotated to %a\n", static_cast<double>(time));
+    // The sine stream branches on the angles, so they must be initialised.
     if (object.m_Model.m_ArePhasesKnown) {
         object.Rotatable().RotateBasis(time);
         object.m_Model.Rotate(time);
@@ -387,18 +248,18 @@ void Rotate(CInput& input, CObject& object) {
 void SetSpinVariation(CInput& input, CObject& object) {
     constexpr float kVariations[] = {0.0f, 1e-5f, 0.99e-5f, -1.0f, 0.2f, 0.4f, 1.0f, 3.0f};
     const float variation = input.OnceIn(8) ? input.Coordinate() : kVariations[input.Below(8)];
-    Tell("  spin variation %a\n", static_cast<double>(variation));
+    Print("  spin variation %a\n", static_cast<double>(variation));
     object.Rotatable().SetSpinVariation(variation);
     object.m_Model.SetSpinVariation(variation);
 }
 
-/// Samples of undrawn tables are taken, but not looked at.
+/// Samples; the samples of undrawn tables are not checked.
 void Sample(CInput& input, CObject& object) {
     float positions[5];
     for (float& position : positions) {
         position = input.Coordinate();
     }
-    Tell("  sampled from %a on\n", static_cast<double>(positions[0]));
+    Print("  sampled from %a on\n", static_cast<double>(positions[0]));
     float samples[5];
     object.m_Noise->SampleCubic1D({samples, 5, 4}, {positions, 5, 4});
     const float sample =
@@ -416,7 +277,7 @@ void Sample(CInput& input, CObject& object) {
                    "3D sample", 0);
 }
 
-/// One step with `object`; where it takes two, with the other one as well.
+/// One step with `object`, and with `other` if it needs two.
 void Step(CInput& input, CObject& object, CObject& other) {
     const uint32_t kind = input.Below(9);
     if (kind == 0 || object.m_Noise == nullptr) {
@@ -454,13 +315,13 @@ void Step(CInput& input, CObject& object, CObject& other) {
         if (object.m_Model.m_IsRotatable) {
             SetSpinVariation(input, object);
         } else {
-            Tell("  destroyed\n");
+            Print("  destroyed\n");
             object.m_Noise.reset();
         }
         break;
     }
     if (s_AllocationCount != count) {
-        Fail("this step has no business to allocate");
+        Fail("this step must not allocate");
     }
 }
 
@@ -469,12 +330,12 @@ void Step(CInput& input, CObject& object, CObject& other) {
 void RunInput(CInput& input) {
     ForgetBlocks();
     s_IsFilling = !input.OnceIn(4);
-    Tell("fresh blocks are %s\n", s_IsFilling ? "filled" : "left as they are");
-    constexpr int kMostSteps = 24;
+    Print("fresh blocks are %s\n", s_IsFilling ? "filled" : "left as they are");
+    constexpr int kMaxSteps = 24;
     CObject objects[3];
-    for (int step = 0; step < kMostSteps && (step == 0 || !input.IsAtEnd()); ++step) {
+    for (int step = 0; step < kMaxSteps && (step == 0 || !input.IsAtEnd()); ++step) {
         const uint32_t which = input.Below(9);
-        Tell("step %d: object %u, the other one %u\n", step, which % 3, which / 3);
+        Print("step %d: object %u, the other one %u\n", step, which % 3, which / 3);
         Step(input, objects[which % 3], objects[which / 3]);
         ptrdiff_t blocks = 0;
         for (CObject& object : objects) {
@@ -484,7 +345,7 @@ void RunInput(CInput& input) {
             }
         }
         if (blocks != BlockCount()) {
-            Fail("%td blocks are in use, and should be %td", BlockCount(), blocks);
+            Fail("%td blocks are in use, expected %td", BlockCount(), blocks);
         }
     }
     for (CObject& object : objects) {

@@ -1,5 +1,5 @@
-// A main for the fuzz targets beside that of libFuzzer, without anything that tools which watch memory would
-// have to be told about: it runs the inputs of files and folders, and as many random ones as are asked for.
+// A main for fuzz targets without libFuzzer, for memory checkers. It runs the inputs of files and folders,
+// and random inputs.
 //
 // PROGRAM [--print] [--random COUNT] FILE_OR_FOLDER...
 
@@ -21,19 +21,19 @@
 extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
-/// Of the sanitizers, where the program is built with one.
+/// Defined by sanitizers, null in other builds.
 extern "C" [[gnu::weak]] void __sanitizer_set_death_callback(void (*callback)());
 
 namespace {
 
-/// Longer ones bring nothing new.
+/// Longer inputs find nothing new.
 constexpr size_t kLongestRandom = 96;
 
 char s_Name[4096] = "none";
 const std::vector<uint8_t>* s_Input = nullptr;
 unsigned long s_RunCount = 0;
 
-void TellInput() {
+void PrintInput() {
     std::fprintf(stderr, "The input was %s:", s_Name);
     for (const uint8_t byte : *s_Input) {
         std::fprintf(stderr, " %02x", byte);
@@ -43,12 +43,12 @@ void TellInput() {
 
 void Run(const std::vector<uint8_t>& input) {
     s_Input = &input;
-    // An array of its own, for tools to see where it ends.
+    // A separate array, so that tools detect reads behind it.
     const std::vector<uint8_t> exact(input);
     LLVMFuzzerTestOneInput(exact.data(), exact.size());
     ++s_RunCount;
     if (VALGRIND_COUNT_ERRORS != 0) {
-        TellInput();
+        PrintInput();
         std::exit(1);
     }
 }
@@ -111,7 +111,7 @@ void RunRandom(unsigned long count) {
 int main(int count, char** arguments) {
     LLVMFuzzerInitialize(&count, &arguments);
     if (__sanitizer_set_death_callback != nullptr) {
-        __sanitizer_set_death_callback(TellInput);
+        __sanitizer_set_death_callback(PrintInput);
     }
     for (int k = 1; k < count; ++k) {
         if (std::strcmp(arguments[k], "--random") == 0 && k + 1 < count) {

@@ -1,5 +1,5 @@
-// The streams: sines and arcsines of floats of any bits, as many as are asked for and nothing beside them,
-// each the one of the single function, as near to the true value as is promised, and odd.
+// Calls the streams with floats of any bits. They must write exactly `count` results, each equal to that of
+// the single function, within the promised error, and odd.
 
 #include "fuzz_target.h"
 
@@ -18,11 +18,11 @@ using SIMD_Neon::FullPrecision::ArcSinStream_Aligned16;
 using SIMD_Neon::LowPrecision::Sin;
 using SIMD_Neon::LowPrecision::SinStream_Aligned16;
 
-constexpr uint32_t kMost = 32;
+constexpr uint32_t kMaxCount = 32;
 constexpr float kCanary = -7.0f; // neither a sine nor an arcsine
 constexpr uint32_t kMargin = 4;
 
-/// The C library's double is the true value, up to less than can be seen here.
+/// Takes the C library's double as the true value; its error is negligible here.
 void ExpectSine(float x, float sine) {
     if (!std::isfinite(x)) {
         if (!std::isnan(sine)) {
@@ -41,8 +41,7 @@ void ExpectArcSine(float x, float arc) {
         }
         return;
     }
-    // The true arcsine is within this of the double one, and may round to another float where that is between
-    // two.
+    // The true arcsine is within these bounds of the double, so it may round to either float.
     const double near = std::asin(static_cast<double>(x));
     const bool isRounded = arc == static_cast<float>(near * (1.0 - 0x1p-50)) ||
                            arc == static_cast<float>(near * (1.0 + 0x1p-50));
@@ -52,7 +51,7 @@ void ExpectArcSine(float x, float arc) {
 }
 
 float ChooseArgument(CInput& input) {
-    // Of all bit patterns, a quarter are from -1 to 1 but not tiny only if one sees to it.
+    // Few bit patterns are in [-1, 1] and not tiny, so half of the arguments are chosen there.
     return input.OnceIn(2) ? static_cast<float>(static_cast<int32_t>(input.Word())) * 0x1p-31f
                            : input.Coordinate();
 }
@@ -61,21 +60,21 @@ float ChooseArgument(CInput& input) {
 
 void RunInput(CInput& input) {
     const bool isSine = input.OnceIn(2);
-    const uint32_t count = 4 * input.Below(kMost / 4 + 1);
-    Tell("%s of %u floats\n", isSine ? "sines" : "arcsines", count);
-    const CBlock block(count * sizeof(float)); // ends with the last one that may be read
+    const uint32_t count = 4 * input.Below(kMaxCount / 4 + 1);
+    Print("%s of %u floats\n", isSine ? "sines" : "arcsines", count);
+    const CBlock block(count * sizeof(float)); // ends at the last float that may be read
     float* const in = reinterpret_cast<float*>(block.Data());
-    alignas(16) float outWithMargins[kMargin + kMost + kMargin];
+    alignas(16) float outWithMargins[kMargin + kMaxCount + kMargin];
     std::fill(std::begin(outWithMargins), std::end(outWithMargins), kCanary);
     float* const out = outWithMargins + kMargin;
-    float due[kMost];
+    float inputs[kMaxCount];
     for (uint32_t k = 0; k < count; ++k) {
-        due[k] = in[k] = ChooseArgument(input);
-        Tell("float %u: %a (bits %08X)\n", k, static_cast<double>(in[k]), std::bit_cast<uint32_t>(in[k]));
+        inputs[k] = in[k] = ChooseArgument(input);
+        Print("float %u: %a (bits %08X)\n", k, static_cast<double>(in[k]), std::bit_cast<uint32_t>(in[k]));
     }
     (isSine ? SinStream_Aligned16 : ArcSinStream_Aligned16)(in, out, count);
     for (uint32_t k = 0; k < count; ++k) {
-        ExpectSameBits(in[k], due[k], "float", k);
+        ExpectSameBits(in[k], inputs[k], "float", k);
         const float negated = isSine ? Sin(-in[k]) : ArcSin(-in[k]);
         ExpectSameBits(out[k], isSine ? Sin(in[k]) : ArcSin(in[k]), "result", k);
         ExpectSameBits(negated, -out[k], "the negated result of float", k);

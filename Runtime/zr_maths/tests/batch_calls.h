@@ -1,7 +1,6 @@
 #pragma once
 
-// The pattern of the batch samplers, worked out from its definition: where the samples of a call go, and
-// where their positions come from.
+// The pattern of the batch samplers by definition: where a call writes its samples and reads their positions.
 
 #include "operations.h"
 
@@ -16,11 +15,11 @@ namespace Vestrel {
 struct CBatchCall {
     uint32_t m_Count;
     uint32_t m_OutputStride = 4;
-    uint32_t m_PositionStride = 0; // the size of a position, where a test does not say
+    uint32_t m_PositionStride = 0; // tests that leave it use packed positions
     size_t m_OutputOffset = 0;     // from a multiple of 16
     size_t m_PositionOffset = 0;   // from a multiple of 16
 
-    /// How long the output is, a product that wraps.
+    /// The size of the output, a product that wraps.
     uint32_t OutputBytes() const {
         return m_OutputStride == 0 ? 4 : m_Count * m_OutputStride;
     }
@@ -32,15 +31,13 @@ struct CBatchCall {
     }
 };
 
-/// Where a sample goes, in bytes from the start of the output, and where its position comes from, in bytes
-/// from the start of the positions.
+/// A sample's offset in the output and its position's offset in the positions, in bytes.
 struct CPlace {
     uint64_t m_Output;
     uint64_t m_Position;
 };
 
-/// Appends the places of a call's samples. A call that would not return, for its output stride is 0, has no
-/// end of them.
+/// Appends the places of a call's samples. Endless for calls that do not return (output stride 0).
 inline void AppendPlacesOf(const CBatchCall& call, const CBatchSampler& sampler,
                            std::vector<CPlace>& places) {
     const uint64_t end = call.OutputBytes();
@@ -54,7 +51,7 @@ inline void AppendPlacesOf(const CBatchCall& call, const CBatchSampler& sampler,
         position += positionStep;
     };
     if (sampler.m_Dimension == 4) {
-        // The fast path takes single positions to the end of the output, and looks at the positions alone.
+        // The fast path depends on the positions only and fills the output to its end.
         while (isPacked && output < end) {
             place(4, size);
         }

@@ -1,4 +1,4 @@
-// Which floating-point exception flags the operations may set, by what their coordinates are.
+// Which floating-point exception flags operations may set, by kind of coordinate.
 
 #include "noise_test_support.h"
 #include "operations.h"
@@ -63,7 +63,7 @@ void ExpectAllowedFlags(const CCoordinates& coordinates, const std::string& name
 
 class ExceptionFlags : public testing::TestWithParam<CCoordinates> {};
 
-// All coordinates of a position, and one of them.
+// With one kind of coordinate on all axes, and on every fifth.
 TEST_P(ExceptionFlags, OfBatches) {
     constexpr uint32_t kCount = 1000;
     const COpenNoise noise = EvenNoise();

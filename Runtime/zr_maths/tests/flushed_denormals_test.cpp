@@ -1,5 +1,5 @@
-// A program that is linked with -ffast-math begins with denormals flushed to 0, however its sources were
-// compiled. The library's samples there are others than promised, which it can find out.
+// Linking with -ffast-math makes a program start with denormals flushed to 0, however its sources were
+// compiled. Samples then break their promise, and VerifyArithmetic detects it.
 
 #include "noise_test_support.h"
 
@@ -16,7 +16,7 @@ namespace {
 
 using namespace Vestrel;
 
-/// Next to the origin of a field that is 0 there.
+/// Samples a denormal next to the origin of a field that is 0 there.
 uint32_t BitsOfSampleAtDenormal() {
     constexpr size_t kEntryOfOrigin = 151; // the first number of the permutation
     std::array<float, 256> values = EvenValues();
@@ -34,7 +34,7 @@ bool DenormalsAreKept() {
     return least * 0.5f != 0.0f;
 }
 
-TEST(FlushedDenormals, AreNoticedAndCanBeRestored) {
+TEST(FlushedDenormals, AreDetectedAndCanBeRestored) {
 #if !defined(__x86_64__)
     if (DenormalsAreKept()) {
         GTEST_SKIP() << "there is nothing here that -ffast-math could have added";

@@ -1,6 +1,5 @@
-// A program that defines both functions of the allocator gets its own: blocks here are counted, and filled
-// with a pattern that an undrawn field can be told by. What comes from the language's own allocation is
-// counted as well.
+// Replaces the library's allocator: blocks are counted, and filled with a pattern by which tests recognise an
+// undrawn field. Calls of operator new are counted, too.
 
 #include <zr_maths/maths_noise_fast.h>
 #include <zr_support/mem_alloc.h>
@@ -38,7 +37,7 @@ constexpr unsigned char kPattern = 0x3E; // floats of 0x3E3E3E3E, about 0.186
 
 } // namespace
 
-// Inlined, they would look like a mistake to the compiler: something new that is freed.
+// Not inlined: compilers warn about memory from new that is passed to free.
 [[gnu::noinline]] void* operator new(size_t size) {
     ++s_NewCount;
     void* const block = std::malloc(size);
@@ -65,7 +64,7 @@ void* _RawAlloc(uint64_t size, uint32_t alignment, EAllocType type, EOrigin orig
         std::aligned_alloc(alignment, (static_cast<size_t>(size) + alignment - 1) / alignment * alignment);
     std::memset(block, kPattern, static_cast<size_t>(size));
     s_FreeCounts[block] = 0;
-    s_NewCount = newCount; // what the counting itself takes does not count
+    s_NewCount = newCount; // without the allocations of the counting itself
     return block;
 }
 
@@ -73,7 +72,7 @@ void _RawFree(void* ptr, EAllocType type, EOrigin origin) {
     EXPECT_EQ(static_cast<uint32_t>(type), 0u);
     EXPECT_EQ(static_cast<uint32_t>(origin), 0u);
     ++s_FreeCounts[ptr];
-    // Kept, so that no later block has the same address.
+    // Not freed, so that no later block has the same address.
 }
 
 } // namespace Vestrel::Mem
@@ -195,13 +194,13 @@ TEST_F(FastNoiseAllocator, RotatingAllocatesNothing) {
               0u);
 }
 
-TEST_F(FastNoiseAllocator, AnUndrawnObjectKeepsWhatTheAllocationHeld) {
+TEST_F(FastNoiseAllocator, AnUndrawnObjectKeepsTheContentsOfItsBlock) {
     const COpenNoise noise(nullptr);
     std::vector<unsigned char> expected(2052, kPattern);
     EXPECT_EQ(std::memcmp(noise.Basis(), expected.data(), expected.size()), 0);
 }
 
-TEST_F(FastNoiseAllocator, AnUndrawnObjectIsDrawnByResetOrAssignment) {
+TEST_F(FastNoiseAllocator, ResetOrAssignmentDrawsAnUndrawnObject) {
     CListGenerator generator(EvenValues());
     COpenNoise noise(nullptr);
     noise.ResetSampler(&generator);

@@ -57,7 +57,7 @@ private:
     unsigned char* m_Data;
 };
 
-/// Much address space of zeros, of which only what is written takes memory.
+/// A large range of zeros; only pages that are written take memory.
 class CZeroMemory {
 public:
     explicit CZeroMemory(uint64_t size) : m_Size(static_cast<size_t>(size)) {
@@ -85,12 +85,12 @@ private:
 
 class BatchSamplers : public testing::TestWithParam<CBatchSampler> {
 protected:
-    /// Makes the call over coordinates of every kind and compares every byte around the output with what is
-    /// due. Returns the number of samples.
+    /// Makes the call with coordinates of every kind and checks all bytes of the output and around it.
+    /// Returns the number of samples.
     size_t Check(CBatchCall call, uint32_t seed) {
         const CBatchSampler& sampler = GetParam();
         if (HasFailure()) {
-            return 0; // the first call that fails tells enough
+            return 0; // one failing call is enough
         }
         std::vector<CPlace> places;
         AppendPlacesOf(call, sampler, places);
@@ -110,7 +110,7 @@ protected:
         const std::vector<unsigned char> before(positions.Data(), positions.Data() + positionBytes);
 
         CBuffer output(outputBytes, call.m_OutputOffset);
-        // The count of the position view is never read: it says 0 here.
+        // The count of the position view is never read.
         sampler.m_Sample(m_Noise, {output.As<float>(), call.m_Count, call.m_OutputStride}, positions.Data(),
                          0, call.m_PositionStride);
 
@@ -136,7 +136,7 @@ protected:
         return places.size();
     }
 
-    /// The same for a call whose position stride, if 0 by default, is that of packed positions.
+    /// Check with packed positions.
     size_t CheckPacked(CBatchCall call, uint32_t seed) {
         call.m_PositionStride = GetParam().PositionSize();
         return Check(call, seed);
@@ -161,22 +161,22 @@ INSTANTIATE_TEST_SUITE_P(All, BatchSamplers, testing::ValuesIn(kBatchSamplers), 
 
 // Counts, strides and alignments.
 
-TEST_P(BatchSamplers, EveryCountUpToFortyOnBothPaths) {
+TEST_P(BatchSamplers, CountsUpTo40OnBothPaths) {
     for (uint32_t count = 0; count <= 40; ++count) {
         EXPECT_EQ(CheckPacked({.m_Count = count}, 100 + count), count);
         EXPECT_EQ(CheckPacked({.m_Count = count, .m_OutputOffset = 4}, 200 + count), count);
     }
 }
 
-// From 256 on, runs in 1D and 2D are looked up in another way.
-TEST_P(BatchSamplers, HundredsAndThousandsOnBothPaths) {
+// From 256 positions on, 1D and 2D look values up directly instead of permuted.
+TEST_P(BatchSamplers, LongRunsOnBothPaths) {
     for (const uint32_t count : {252u, 255u, 256u, 257u, 1026u, 4099u}) {
         EXPECT_EQ(CheckPacked({.m_Count = count}, 300 + count), count);
         EXPECT_EQ(CheckPacked({.m_Count = count, .m_PositionOffset = 4}, 400 + count), count);
     }
 }
 
-TEST_P(BatchSamplers, EveryAlignmentOfBothViews) {
+TEST_P(BatchSamplers, AllAlignmentsOfBothViews) {
     for (size_t output = 0; output < 16; ++output) {
         for (size_t position = 0; position < 16; ++position) {
             CheckPacked({.m_Count = 23, .m_OutputOffset = output, .m_PositionOffset = position}, 500);
@@ -196,11 +196,12 @@ TEST_P(BatchSamplers, OutputAndPositionStrides) {
     }
 }
 
-// Samples closer than 4 bytes lie over each other; the later one stays.
-TEST_P(BatchSamplers, OutputStridesBelowAFloatLeaveTheLaterSample) {
+// Samples at strides below 4 overlap; the later one wins.
+TEST_P(BatchSamplers, LaterSamplesWinAtOutputStridesBelowFour) {
     const CBatchSampler& sampler = GetParam();
     const std::vector<float> coordinates = CCoordinates(601).Fill(4 * 12);
-    const float* const positions = coordinates.data() + 1; // misaligned, or 4D would not look at the stride
+    const float* const positions =
+        coordinates.data() + 1; // misaligned: the fast path of 4D ignores the stride
     for (const uint32_t outputStride : {1u, 2u, 3u}) {
         CBuffer output(10 * outputStride + 4, 4);
         sampler.m_Sample(m_Noise, {output.As<float>(), 11, outputStride}, positions, 11,
@@ -227,11 +228,11 @@ TEST_P(BatchSamplers, CountZeroWritesNothingAndReadsNothing) {
     GetParam().m_Sample(m_Noise, {reinterpret_cast<float*>(uintptr_t{4}), 0, 4}, nullptr, 0, 16);
 }
 
-TEST_P(BatchSamplers, ThreeSamplesAllGoOneAtATime) {
+TEST_P(BatchSamplers, ThreeSamplesGoOneAtATime) {
     EXPECT_EQ(CheckPacked({.m_Count = 3}, 701), 3u);
 }
 
-TEST_P(BatchSamplers, PositionStrideZeroGivesEverySampleTheSameValue) {
+TEST_P(BatchSamplers, PositionStrideZeroRepeatsOneSample) {
     CBuffer positions(16, 0);
     const float position[4] = {1.25f, -3.5f, 0.75f, 9.0f};
     std::memcpy(positions.Data(), position, 16);
@@ -242,7 +243,7 @@ TEST_P(BatchSamplers, PositionStrideZeroGivesEverySampleTheSameValue) {
     }
 }
 
-TEST_P(BatchSamplers, PaddedPositionsGiveTheValuesOfPackedOnes) {
+TEST_P(BatchSamplers, PaddedPositionsGiveTheSamplesOfPackedOnes) {
     const uint32_t size = GetParam().PositionSize();
     constexpr uint32_t kCount = 50;
     const std::vector<float> coordinates = CCoordinates(702).Fill(4 * kCount);
@@ -261,22 +262,22 @@ TEST_P(BatchSamplers, PaddedPositionsGiveTheValuesOfPackedOnes) {
     }
 }
 
-TEST_P(BatchSamplers, OutputStrideEightIsFilledWithTwiceTheSamplesOnTheFastPath) {
+TEST_P(BatchSamplers, FastPathWritesTwiceTheSamplesAtOutputStrideEight) {
     EXPECT_EQ(CheckPacked({.m_Count = 10, .m_OutputStride = 8}, 703), 20u);
     EXPECT_EQ(CheckPacked({.m_Count = 2, .m_OutputStride = 8}, 703), 4u);
-    // The last 8 bytes of an odd count hold one sample at their start; in 4D, where the fast path goes to the
-    // end of the output, two.
+    // The last 8 bytes of an odd count hold one sample, or two in 4D, whose fast path fills the output to its
+    // end.
     const bool isToTheEnd = GetParam().m_Dimension == 4;
     EXPECT_EQ(CheckPacked({.m_Count = 11, .m_OutputStride = 8}, 703), isToTheEnd ? 22u : 21u);
     EXPECT_EQ(CheckPacked({.m_Count = 1, .m_OutputStride = 8}, 703), isToTheEnd ? 2u : 1u);
-    // One at a time, the stride is kept. In 4D the output's alignment does not matter.
+    // One at a time, the stride counts. 4D ignores the output's alignment.
     EXPECT_EQ(CheckPacked({.m_Count = 11, .m_OutputStride = 8, .m_OutputOffset = 4}, 703),
               isToTheEnd ? 22u : 11u);
     EXPECT_EQ(CheckPacked({.m_Count = 11, .m_OutputStride = 8, .m_PositionOffset = 4}, 703), 11u);
     EXPECT_EQ(CheckPacked({.m_Count = 11, .m_OutputStride = 8, .m_PositionOffset = 8}, 703), 11u);
 }
 
-TEST_P(BatchSamplers, OutputBytesWrapAtFourGibibytes) {
+TEST_P(BatchSamplers, OutputSizeWrapsAt4GiB) {
     constexpr uint32_t kQuarter = 1u << 30;
     EXPECT_EQ(CheckPacked({.m_Count = kQuarter}, 704), 0u);
     EXPECT_EQ(CheckPacked({.m_Count = kQuarter + 2}, 704), 2u);
@@ -284,14 +285,14 @@ TEST_P(BatchSamplers, OutputBytesWrapAtFourGibibytes) {
     EXPECT_EQ(CheckPacked({.m_Count = 1u << 28, .m_OutputStride = 16}, 704), 0u);
 }
 
-// Strides are unsigned 32-bit byte counts; several of them go beyond 32 bits.
-TEST_P(BatchSamplers, StridesOfGibibytes) {
+// Strides are 32-bit byte counts; multiples of them exceed 32 bits.
+TEST_P(BatchSamplers, StridesOfManyGiB) {
     if (sizeof(void*) < 8) {
         GTEST_SKIP() << "needs more address space";
     }
     const CZeroMemory memory(uint64_t{9} << 31); // 18 GiB
     const std::vector<float> coordinates = CCoordinates(709).Fill(5 * 5);
-    // 20 bytes apart, for no fast path to take them.
+    // 20 bytes apart, so that no fast path applies.
     const auto positionAt = [&](size_t k) { return &coordinates[5 * k]; };
     for (const uint32_t stride : {0x40000000u, 0x55555558u, 0x60000000u, 0x80000000u, 0xFFFFFFF0u}) {
         for (uint64_t k = 0; k < 5; ++k) {
@@ -304,7 +305,7 @@ TEST_P(BatchSamplers, StridesOfGibibytes) {
                       CanonicalBits(Reference::Sample(m_Noise.Basis(), GetParam(), positionAt(k))))
                 << "position stride " << stride << ", sample " << k;
         }
-        // A single sample has room whatever the stride; of several the last one must still begin below 4 GiB.
+        // A single sample fits any stride; of several, the last one must begin below 4 GiB.
         float single[2] = {0.0f, 99.0f};
         GetParam().m_Sample(m_Noise, {single, 1, stride}, positionAt(2), 1, 20);
         EXPECT_EQ(CanonicalBits(single[0]),
@@ -312,12 +313,12 @@ TEST_P(BatchSamplers, StridesOfGibibytes) {
             << stride;
         EXPECT_EQ(single[1], 99.0f) << "output stride " << stride;
     }
-    // 7 times the last stride wraps to a little more than 3 strides, where the fourth and last sample begins.
+    // 7 times the last stride wraps to just over 3 strides, which makes four samples.
     for (const auto& [count, stride, sampleCount] :
          {std::tuple(5u, 0x33333330u, 5u), std::tuple(4u, 0x3FFFFFF0u, 4u), std::tuple(3u, 0x55555550u, 3u),
           std::tuple(2u, 0x7FFFFFF0u, 2u), std::tuple(7u, 0x40000001u, 4u)}) {
         unsigned char* const output = memory.Data() + 4;
-        // Where a step beyond 32 bits leads, and where one leads that has lost its upper bits.
+        // Where one step more leads in 64 bits, and where it leads in 32 bits.
         unsigned char* const behind = output + uint64_t{sampleCount} * stride;
         std::memset(behind, kCanary, 4);
         std::memset(output + 4, kCanary, 64);
@@ -336,7 +337,7 @@ TEST_P(BatchSamplers, StridesOfGibibytes) {
     }
 }
 
-TEST_P(BatchSamplers, CountOfThePositionsIsNeverRead) {
+TEST_P(BatchSamplers, PositionCountIsNotRead) {
     const std::vector<float> coordinates = CCoordinates(705).Fill(4 * 9);
     float zero[9];
     float huge[9];
@@ -349,10 +350,10 @@ TEST_P(BatchSamplers, CountOfThePositionsIsNeverRead) {
 
 // Overlap.
 
-/// Samples over a copy of the positions and compares with what separate memory gives.
+/// Samples in place over a copy of the positions and expects the results of separate memory.
 void ExpectOverlapIsHarmless(const CBatchSampler& sampler, const COpenNoise& noise, size_t offset,
                              uint32_t stride, uint32_t outputStride) {
-    constexpr uint32_t kCount = 301; // beyond the length from which 1D and 2D are looked up in another way
+    constexpr uint32_t kCount = 301; // long enough for direct look-ups in 1D and 2D
     CBuffer positions(size_t{kCount} * stride + 16, offset);
     CCoordinates coordinates(706);
     for (size_t at = 0; at + 4 <= size_t{kCount} * stride + 16; at += 4) {
@@ -373,38 +374,38 @@ void ExpectOverlapIsHarmless(const CBatchSampler& sampler, const COpenNoise& noi
     }
 }
 
-TEST_P(BatchSamplers, OutputMayLieOverTheStartOfThePositions) {
+TEST_P(BatchSamplers, OutputMayOverlapFromTheStartOfThePositions) {
     const uint32_t size = GetParam().PositionSize();
     ExpectOverlapIsHarmless(GetParam(), m_Noise, 0, size, 4);
     ExpectOverlapIsHarmless(GetParam(), m_Noise, 4, size, 4);
     ExpectOverlapIsHarmless(GetParam(), m_Noise, 0, 20, 4);
 }
 
-TEST_P(BatchSamplers, OutputMayLieInPlaceOneAtATime) {
+TEST_P(BatchSamplers, OutputMayBeInPlaceOneAtATime) {
     const uint32_t size = GetParam().PositionSize();
     ExpectOverlapIsHarmless(GetParam(), m_Noise, 4, size, size);
     ExpectOverlapIsHarmless(GetParam(), m_Noise, 0, 20, 20);
 }
 
-// An output stride of 0: one float is left to write for ever.
+// With an output stride of 0, one float is written forever.
 
 volatile const float* s_WatchedSamples = nullptr;
 
 extern "C" void ReportWatchedSamples(int) {
-    // What the endless call has written by now: the sample itself, and nothing behind it.
+    // The endless call has written the sample, and nothing behind it.
     _exit(s_WatchedSamples[0] == 0.25f && s_WatchedSamples[1] == 99.0f ? 42 : 1);
 }
 
 TEST_P(BatchSamplers, OutputStrideZeroNeverReturnsAndDebugBuildsAssert) {
-    // The fast path of 4D does not look at the stride; see below.
+    // The fast path of 4D ignores the stride; see below.
     const size_t offset = GetParam().m_Dimension == 4 ? 4 : 0;
     std::array<float, 256> values;
     values.fill(0.25f);
     CListGenerator generator(values);
     m_Noise.ResetSampler(&generator);
-    // Aligned and packed, so that a fast path that looked at 16 bytes too few would show. The call would run
-    // out of any positions; here it is interrupted long before it has been through 4 GiB of zeros, after 50
-    // ms of its own time, so that a busy machine does not matter.
+    // Aligned and packed, so that a fast path that checks for 16 bytes of output too late is found. The call
+    // reads positions without end; it is interrupted after 50 ms of CPU time, long before it has read 4 GiB
+    // of zeros.
     const CZeroMemory positions(uint64_t{1} << 32);
     alignas(16) float samples[8];
     std::fill_n(samples, 8, 99.0f);
@@ -437,9 +438,9 @@ TEST(BatchSamplers, TakeContainers) {
     }
 }
 
-// The four-dimensional fast path, which differs from the others.
+// The fast path of 4D.
 
-TEST(BatchSamplers4D, OutputStrideZeroWritesExactlyOneFloatOnTheFastPath) {
+TEST(BatchSamplers4D, FastPathWritesOneFloatAtOutputStrideZero) {
     const COpenNoise noise = EvenNoise();
     alignas(16) const float position[8] = {0.5f, 1.5f, 2.5f, 3.5f, 9.0f, 9.0f, 9.0f, 9.0f};
     for (const CBatchSampler& sampler : kBatchSamplers) {

@@ -65,7 +65,7 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(All, CoherentSamplers, testing::ValuesIn(kPointSamplers), CNameOfInstance());
 
-TEST_P(CoherentSamplers, GiveTheBitsOfTheReferenceForEveryKindOfCoordinate) {
+TEST_P(CoherentSamplers, GiveTheBitsOfTheReference) {
     CCoordinates coordinates(900);
     for (int trial = 0; trial < 50000; ++trial) {
         CPositions positions;
@@ -76,7 +76,7 @@ TEST_P(CoherentSamplers, GiveTheBitsOfTheReferenceForEveryKindOfCoordinate) {
     }
 }
 
-TEST_P(CoherentSamplers, GiveTheBitsOfTheReferenceForPositionsOfOneCell) {
+TEST_P(CoherentSamplers, GiveTheBitsOfTheReferenceInOneCell) {
     std::mt19937 random(901);
     const auto unit = [&] { return static_cast<float>(random() >> 8) * 0x1p-24f; };
     for (int trial = 0; trial < 50000; ++trial) {
@@ -90,8 +90,8 @@ TEST_P(CoherentSamplers, GiveTheBitsOfTheReferenceForPositionsOfOneCell) {
     }
 }
 
-TEST_P(CoherentSamplers, FourCopiesOfAFinitePositionGiveItsSampleFourTimes) {
-    // At an infinite one, the way from the first to the others is not a number.
+TEST_P(CoherentSamplers, FourCopiesOfAFinitePositionGiveItsSample) {
+    // Finite, because infinity - infinity is NaN.
     CCoordinates coordinates(902);
     const auto finite = [&] {
         float coordinate = coordinates.Next();
@@ -109,8 +109,8 @@ TEST_P(CoherentSamplers, FourCopiesOfAFinitePositionGiveItsSampleFourTimes) {
     }
 }
 
-TEST_P(CoherentSamplers, LanesGiveTheirSingleSampleWhereFractionsRoundAlike) {
-    // Multiples of 2^-10 near the origin have exact fractions, whichever way they are formed.
+TEST_P(CoherentSamplers, LanesEqualSingleSamplesIfFractionsAreExact) {
+    // Multiples of 2^-10 near the origin have exact fractions, however they are computed.
     std::mt19937 random(903);
     const auto fraction = [&] { return static_cast<float>(random() % 1024) * 0x1p-10f; };
     for (int trial = 0; trial < 50000; ++trial) {
@@ -127,8 +127,9 @@ TEST_P(CoherentSamplers, LanesGiveTheirSingleSampleWhereFractionsRoundAlike) {
     }
 }
 
-TEST_P(CoherentSamplers, APositionBeyondTheCellContinuesItsBlend) {
-    // One cell to the right of the first, at the same fraction: linear quality goes on in a straight line.
+TEST_P(CoherentSamplers, PositionsBeyondTheCellContinueItsBlend) {
+    // One cell to the right of the first, at the same fraction: the linear blend continues in a straight
+    // line.
     const CPosition first = {3.25f, 8.0f, -2.0f};
     const CPosition right = {4.25f, 8.0f, -2.0f};
     ExpectReference({{first, right, right, right}});
@@ -143,7 +144,7 @@ TEST_P(CoherentSamplers, APositionBeyondTheCellContinuesItsBlend) {
     EXPECT_NE(continued, SampleOneAt(right)) << "not the value of the next cell";
 }
 
-TEST_P(CoherentSamplers, OnlyTheFirstPositionDecidesTheCell) {
+TEST_P(CoherentSamplers, TheFirstPositionDeterminesTheCell) {
     const CPosition one = {3.5f, 8.25f, -2.5f};
     const CPosition other = {4.25f, 8.5f, -2.25f};
     const std::array<float, 4> samples = SampleAt({{one, other, one, other}});
@@ -154,7 +155,7 @@ TEST_P(CoherentSamplers, OnlyTheFirstPositionDecidesTheCell) {
     EXPECT_NE(samples[0], swapped[1]);
 }
 
-TEST_P(CoherentSamplers, LaneThreeOfAPositionNeverChangesASample) {
+TEST_P(CoherentSamplers, Lane3IsIgnored) {
     CCoordinates coordinates(904);
     for (int trial = 0; trial < 20000; ++trial) {
         CPositions positions;

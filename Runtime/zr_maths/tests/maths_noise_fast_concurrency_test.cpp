@@ -16,8 +16,8 @@ namespace {
 
 using namespace Vestrel;
 
-// Under ThreadSanitizer this also shows that no sampler writes anything that another reads.
-TEST(FastNoiseConcurrency, SamplersMayRunAtOnceOnOneObject) {
+// ThreadSanitizer also checks that no sampler writes what another reads.
+TEST(FastNoiseConcurrency, SamplersMayRunConcurrentlyOnOneObject) {
     CStdRandomGenerator generator(6);
     const COpenNoise noise(&generator);
     constexpr uint32_t kCount = 3001;
@@ -43,8 +43,8 @@ TEST(FastNoiseConcurrency, SamplersMayRunAtOnceOnOneObject) {
     }
 }
 
-// Whichever kernels a call finds, it goes through with.
-TEST(FastNoiseConcurrency, TheInstructionSetMayBeLimitedMeanwhile) {
+// A call finishes with the instruction set that it started with.
+TEST(FastNoiseConcurrency, TheInstructionSetMayBeLimitedConcurrently) {
     const CSelectedInstructionSet restored(Internal::SelectedInstructionSet());
     const COpenNoise noise = EvenNoise();
     constexpr uint32_t kCount = 513;

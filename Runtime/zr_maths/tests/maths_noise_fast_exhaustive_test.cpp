@@ -1,5 +1,4 @@
-// The rules that work on one coordinate, and the 1D noise, for every float there is; and runs of so many
-// positions that they go beyond 4 GiB.
+// Split, fades and 1D noise for every float, and batches of more than 4 GiB of positions.
 
 #include "bit_patterns.h"
 #include "noise_reference.h"
@@ -19,7 +18,7 @@ namespace {
 using namespace Vestrel;
 using namespace Vestrel::Internal;
 
-TEST(NoiseExhaustive, EveryCoordinateIsSplitAsByTheReference) {
+TEST(NoiseExhaustive, EveryCoordinateIsSplitAsInTheReference) {
     static TPatternResults<int32_t> cells, expectedCells;
     static TPatternResults<float> fractions, expectedFractions;
     VisitBitPatterns([](const CPatternBlock& block) {
@@ -38,7 +37,7 @@ TEST(NoiseExhaustive, EveryCoordinateIsSplitAsByTheReference) {
     });
 }
 
-// The other definition of the same: the true floor, and the coordinate less that floor.
+// The same by another definition: the true floor, and the coordinate minus that floor.
 TEST(NoiseExhaustive, EveryCoordinateWithinTheIntegersIsSplitAtItsFloor) {
     static TPatternResults<int32_t> cells, expectedCells;
     static TPatternResults<float> fractions, expectedFractions;
@@ -57,7 +56,7 @@ TEST(NoiseExhaustive, EveryCoordinateWithinTheIntegersIsSplitAtItsFloor) {
     });
 }
 
-/// Every fade is that of the reference. Fractions up to 1/2 fade to 0 to 1/2, those up to 1 to no more than
+/// Every fade is that of the reference. Fractions up to 1/2 fade to at most 1/2, those up to 1 to at most
 /// `peak`.
 template <ENoiseQuality kQuality>
 void ExpectFades(EQuality quality, float peak) {
@@ -93,8 +92,8 @@ TEST(NoiseExhaustive, QuinticFadeOfEveryFloat) {
     ExpectFades<ENoiseQuality::kQuintic>(EQuality::kQuintic, 1.0f + 9 * 0x1p-23f);
 }
 
-/// A way through the batch samplers: the length of the runs that a block is sampled in, and how far the
-/// output is from a multiple of 16. (Wide kernels, where they are chosen, take all but the last.)
+/// A path through the batch samplers: the batch size that a block is split into, and the offset of the output
+/// from a multiple of 16. (Wide kernels, if chosen, run all paths but the last.)
 struct CPath {
     const char* m_Name;
     uint32_t m_RunLength;
@@ -142,9 +141,9 @@ TEST(NoiseExhaustive, QuinticSampleOfEveryFloat) {
 }
 
 #if UINTPTR_MAX > UINT32_MAX
-// Positions and samples are the same few MiB again and again, so that in the end those samples are there that
-// were written last. 4 GiB are no whole number of periods: an address that was cut to 32 bits is that of
-// another position. The qualities share their loops.
+// Positions and samples repeat a few MiB of memory, so that the last samples written remain. 4 GiB is not a
+// multiple of either period, so an address truncated to 32 bits is that of another position. One quality is
+// enough: all share the loops.
 TEST(NoiseExhaustive, LinearSamplesOfPackedPositionsBeyond4GiB) {
     const COpenNoise noise = EvenNoise();
     constexpr uint32_t kPositionPeriod = 3u << 20;

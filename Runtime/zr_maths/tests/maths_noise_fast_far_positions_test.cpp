@@ -1,4 +1,4 @@
-// Positions beyond 4 GiB, which strides of 32 bits lead to.
+// Positions beyond 4 GiB, which 32-bit strides reach.
 
 #include "guarded_memory.h"
 #include "noise_reference.h"
@@ -16,10 +16,10 @@ namespace {
 
 using namespace Vestrel;
 
-/// Four that go side by side, and two that go one by one. (The tests of mutants have 24 GiB of addresses.)
+/// Four at a time and two more. (Mutation tests limit the address space to 24 GiB.)
 constexpr uint32_t kCount = 6;
 
-// What 32 bits make of a distance leads to another position, or to none: of 1 GiB, four are 4 GiB.
+// Offsets truncated to 32 bits would lead to another position or to none.
 TEST(FastNoiseFarPositions, AreReachedByStrides) {
     const COpenNoise noise = EvenNoise();
     for (const uint32_t stride :

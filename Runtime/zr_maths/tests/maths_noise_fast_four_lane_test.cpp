@@ -28,7 +28,7 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(All, FourLaneSamplers, testing::ValuesIn(kPointSamplers), CNameOfInstance());
 
-TEST_P(FourLaneSamplers, GiveTheBitsOfTheReferenceForEveryKindOfCoordinate) {
+TEST_P(FourLaneSamplers, GiveTheBitsOfTheReference) {
     CCoordinates coordinates(800);
     for (int trial = 0; trial < 200000; ++trial) {
         const TVector<float, 3> position = {coordinates.Next(), coordinates.Next(), coordinates.Next()};
@@ -38,7 +38,7 @@ TEST_P(FourLaneSamplers, GiveTheBitsOfTheReferenceForEveryKindOfCoordinate) {
     }
 }
 
-TEST_P(FourLaneSamplers, GiveTheBitsOfTheBatchSamplersOfTheirQuality) {
+TEST_P(FourLaneSamplers, GiveTheBitsOfTheBatchSamplers) {
     for (const CBatchSampler& batch : kBatchSamplers) {
         if (batch.m_Dimension != 3 || batch.m_Quality != GetParam().m_Quality) {
             continue;
@@ -55,7 +55,7 @@ TEST_P(FourLaneSamplers, GiveTheBitsOfTheBatchSamplersOfTheirQuality) {
     }
 }
 
-TEST_P(FourLaneSamplers, LaneThreeNeverChangesTheSample) {
+TEST_P(FourLaneSamplers, Lane3IsIgnored) {
     CCoordinates coordinates(802);
     for (int trial = 0; trial < 20000; ++trial) {
         const float x = coordinates.Next();
@@ -67,7 +67,7 @@ TEST_P(FourLaneSamplers, LaneThreeNeverChangesTheSample) {
     EXPECT_FALSE(std::isnan(SampleAt(0.5f, 1.5f, 2.5f, std::numeric_limits<float>::quiet_NaN())));
 }
 
-TEST_P(FourLaneSamplers, IntegralPositionsGiveTheirCornerExactly) {
+TEST_P(FourLaneSamplers, LatticePointsGiveTheirValues) {
     const auto& P = Internal::kFastNoisePermutations;
     const float* const B = m_Noise.Basis();
     for (int x = -3; x < 4; ++x) {
@@ -86,8 +86,8 @@ TEST_P(FourLaneSamplers, IntegralPositionsGiveTheirCornerExactly) {
 TEST_P(FourLaneSamplers, NegativeCoordinatesFloorDownward) {
     const auto& P = Internal::kFastNoisePermutations;
     const float* const B = m_Noise.Basis();
-    // x = -0.25 lies in cell 255 at three quarters: between the corners of P[255] = 180 and P[256] = 151, of
-    // which the blend in linear quality is exact here.
+    // x = -0.25 lies in cell 255 at 3/4, between the corners of P[255] = 180 and P[256] = 151, whose linear
+    // blend is exact here.
     const float lower = B[P[180]];
     const float upper = B[P[151]];
     if (GetParam().m_Quality == EQuality::kLinear) {

@@ -1,6 +1,6 @@
-// What an operation ignores must not show: lane 3 of a position or a record, and what lies behind or between
-// positions in memory. Results aside, it would show by floating-point exceptions, and by time where an
-// operand is denormal, which x86 notes as an exception of its own.
+// Ignored input has no effect: lane 3 of positions and records, and memory between and behind positions.
+// Apart from results, it could raise floating-point exceptions, or cost time if it is denormal, which x86
+// reports as an exception.
 
 #include "noise_test_support.h"
 #include "operations.h"
@@ -26,12 +26,12 @@ namespace {
 using namespace Vestrel;
 using SIMD_Neon::Float4;
 
-/// Bits of what is ignored: signalling and quiet not-a-numbers, infinities, numbers beyond all integers, a
-/// whole number in the place of a float, and other denormals.
+/// Bits of ignored input: signalling and quiet NaN, infinities, numbers beyond the integers, an integer in
+/// place of a float, and a denormal.
 constexpr uint32_t kIgnored[] = {0x7F800001u, 0x7FC00000u, 0x7F800000u, 0xFF800000u,
                                  0x7F7FFFFFu, 0xDF000000u, 7u,          0x807FFFFFu};
 
-/// Which floating-point exceptions an operation raises; on x86 also whether an operand is denormal.
+/// The floating-point exceptions that an operation raises, on x86 including denormal operands.
 template <typename TOperation>
 unsigned ExceptionsOf(const TOperation& operation) {
 #if defined(__SSE2__)
@@ -48,15 +48,14 @@ unsigned ExceptionsOf(const TOperation& operation) {
 #endif
 }
 
-/// Calls `operation(ignored)` with 0 and then with everything else that is ignored, which has to raise the
-/// same exceptions.
+/// Expects `operation(ignored)` to raise the same exceptions for 0 and for all of kIgnored.
 template <typename TOperation>
 void ExpectIgnored(const std::string& what, const TOperation& operation) {
     const unsigned expected = ExceptionsOf([&] { operation(0.0f); });
     for (const uint32_t bits : kIgnored) {
         const float ignored = std::bit_cast<float>(bits);
         EXPECT_EQ(ExceptionsOf([&] { operation(ignored); }), expected)
-            << what << ", " << std::hex << bits << " where nothing should be looked at";
+            << what << ", ignored bits 0x" << std::hex << bits;
     }
 }
 
@@ -108,7 +107,7 @@ INSTANTIATE_TEST_SUITE_P(All, IgnoredMemory, testing::ValuesIn(kBatchSamplers), 
 TEST_P(IgnoredMemory, BetweenAndBehindPositions) {
     const COpenNoise noise = EvenNoise();
     const uint32_t size = GetParam().PositionSize();
-    const uint32_t longRun = GreatestMinimumCount() + Internal::kPositionsPerBlock + 7;
+    const uint32_t longRun = MaxMinimumCount() + Internal::kPositionsPerBlock + 7;
     for (const uint32_t stride : {size, size + 4, 16u, 20u}) {
         for (const uint32_t count : {1u, 3u, 4u, 7u, longRun}) {
             std::vector<float> memory((size_t{count} * std::max(stride, size) + 16) / 4);

@@ -21,7 +21,7 @@ struct COneSplit {
     float m_Fraction;
 };
 
-/// The split of one coordinate, which must not depend on the lane.
+/// The split of a coordinate, the same in all lanes.
 COneSplit SplitOne(float x) {
     const auto split = SplitCoordinates(Float4(x));
     alignas(16) uint32_t cells[4];
@@ -36,19 +36,19 @@ COneSplit SplitOne(float x) {
     return {cells[0], fractions[0]};
 }
 
-TEST(Lattice, MinusAQuarterLiesInCell255AtThreeQuarters) {
+TEST(Lattice, MinusAQuarterIsInCell255AtThreeQuarters) {
     EXPECT_EQ(SplitOne(-0.25f).m_Cell, 255u);
     EXPECT_EQ(SplitOne(-0.25f).m_Fraction, 0.75f);
 }
 
-TEST(Lattice, JustBelowZeroTheFractionRoundsToOne) {
+TEST(Lattice, FractionsJustBelowZeroRoundToOne) {
     EXPECT_EQ(SplitOne(-1e-10f).m_Cell, 255u);
     EXPECT_EQ(SplitOne(-1e-10f).m_Fraction, 1.0f);
     EXPECT_EQ(SplitOne(-0x1p-149f).m_Cell, 255u);
     EXPECT_EQ(SplitOne(-0x1p-149f).m_Fraction, 1.0f);
 }
 
-TEST(Lattice, IntegralCoordinatesHaveFractionZeroAndNoDecrement) {
+TEST(Lattice, WholeCoordinatesHaveFractionZero) {
     for (int n = -600; n <= 600; ++n) {
         const COneSplit split = SplitOne(static_cast<float>(n));
         EXPECT_EQ(split.m_Cell, static_cast<uint32_t>(n) & 255u) << "coordinate " << n;
@@ -61,7 +61,7 @@ TEST(Lattice, MinusZeroHasTheFractionPlusZero) {
     EXPECT_EQ(std::bit_cast<uint32_t>(SplitOne(-0.0f).m_Fraction), 0u);
 }
 
-TEST(Lattice, BeyondTheIntegersTheCellStaysAndTheFractionGrows) {
+TEST(Lattice, BeyondTheIntegersOnlyTheFractionGrows) {
     EXPECT_EQ(SplitOne(0x1p31f).m_Cell, 255u);
     EXPECT_EQ(SplitOne(0x1p31f).m_Fraction, 0.0f);
     EXPECT_EQ(SplitOne(0x1p32f).m_Cell, 255u);
@@ -69,16 +69,16 @@ TEST(Lattice, BeyondTheIntegersTheCellStaysAndTheFractionGrows) {
     EXPECT_EQ(SplitOne(std::numeric_limits<float>::infinity()).m_Cell, 255u);
     EXPECT_EQ(SplitOne(-0x1p31f).m_Cell, 0u);
     EXPECT_EQ(SplitOne(-0x1p31f).m_Fraction, 0.0f);
-    // -2^31 > x, so that the cell before it is taken; the decrement wraps to 2^31 - 1.
+    // -2^31 > x, so the cell is decremented, which wraps to 2^31 - 1.
     EXPECT_EQ(SplitOne(-0x1p32f).m_Cell, 255u);
     EXPECT_EQ(SplitOne(-0x1p32f).m_Fraction, -0x1p31f + 1.0f);
 }
 
-TEST(Lattice, NotANumberHasAFractionThatIsNotANumber) {
+TEST(Lattice, NanHasANanFraction) {
     EXPECT_TRUE(std::isnan(SplitOne(std::numeric_limits<float>::quiet_NaN()).m_Fraction));
 }
 
-TEST(Lattice, SplitsEveryKindOfCoordinateAsTheReference) {
+TEST(Lattice, SplitsAsTheReference) {
     CCoordinates coordinates(20);
     for (int trial = 0; trial < 500000; ++trial) {
         const float x = coordinates.Next();
@@ -91,8 +91,8 @@ TEST(Lattice, SplitsEveryKindOfCoordinateAsTheReference) {
     }
 }
 
-// For every |x| < 2^31 the split is the true floor, and x less that floor rounded once. The sign of -0 aside.
-TEST(Lattice, IsTheTrueFloorWithinTheIntegers) {
+// For |x| < 2^31 the split is the true floor, and x minus that floor, rounded once (except the sign of -0).
+TEST(Lattice, SplitsAtTheTrueFloorWithinTheIntegers) {
     CCoordinates coordinates(21);
     for (int trial = 0; trial < 500000; ++trial) {
         const float x = coordinates.Next();
@@ -117,7 +117,7 @@ void ExpectFade(EQuality quality) {
         const float faded = Fade<kQuality>(t);
         ASSERT_EQ(std::bit_cast<uint32_t>(faded), std::bit_cast<uint32_t>(Reference::Fade(quality, t))) << t;
         ASSERT_GE(faded, 0.0f) << t;
-        ASSERT_LE(faded, 1.0f + 2e-6f) << t; // the rounding of terms around 10 may pass 1
+        ASSERT_LE(faded, 1.0f + 2e-6f) << t; // terms around 10 round beyond 1
         const Float4 lanes = Fade<kQuality>(Float4(t, 0.0f, 1.0f, t));
         ASSERT_EQ(std::bit_cast<uint32_t>(SIMD_Neon::ExtractLane<0>(lanes)), std::bit_cast<uint32_t>(faded))
             << t;
@@ -126,13 +126,13 @@ void ExpectFade(EQuality quality) {
     }
 }
 
-TEST(Lattice, FadesMapEndsToEndsAndEqualTheReference) {
+TEST(Lattice, FadesEqualTheReference) {
     ExpectFade<ENoiseQuality::kLinear>(EQuality::kLinear);
     ExpectFade<ENoiseQuality::kCubic>(EQuality::kCubic);
     ExpectFade<ENoiseQuality::kQuintic>(EQuality::kQuintic);
 }
 
-// 3t^2 - 2t^3 and 6t^5 - 15t^4 + 10t^3, to within the rounding of a few operations.
+// 3t^2 - 2t^3 and 6t^5 - 15t^4 + 10t^3, within the rounding of a few operations.
 TEST(Lattice, FadesAreTheKnownPolynomials) {
     for (int step = 0; step <= 1000; ++step) {
         const double t = step / 1000.0;
@@ -145,8 +145,8 @@ TEST(Lattice, FadesAreTheKnownPolynomials) {
     }
 }
 
-// The exact curve is 1 at 1 and below 1 before. Below 1/2 no fade is above 1/2: see the exhaustive tests.
-TEST(Lattice, TheQuinticFadePeaksNineUnitsAboveOneAndIsNotMonotone) {
+// The exact curve reaches 1 only at 1. The exhaustive tests show that no fade below 1/2 is above 1/2.
+TEST(Lattice, TheQuinticFadePeaksNineUnitsAboveOne) {
     float peak = 0.0f;
     float peakOfCubic = 0.0f;
     bool isMonotone = true;
@@ -162,10 +162,10 @@ TEST(Lattice, TheQuinticFadePeaksNineUnitsAboveOneAndIsNotMonotone) {
     EXPECT_EQ(peak, 1.0f + 9 * 0x1p-23f) << std::hexfloat << peak;
     EXPECT_FALSE(isMonotone);
     EXPECT_EQ(peakOfCubic, 1.0f) << std::hexfloat << peakOfCubic;
-    EXPECT_EQ(Fade<ENoiseQuality::kQuintic>(0x1.ff0252p-1f), peak) << "where it is the first time";
+    EXPECT_EQ(Fade<ENoiseQuality::kQuintic>(0x1.ff0252p-1f), peak) << "its first occurrence";
 }
 
-TEST(Lattice, HashesStayInsideTheTables) {
+TEST(Lattice, HashesStayInTheTables) {
     for (uint32_t i = 0; i < 256; ++i) {
         EXPECT_EQ(HashEdges<1>(&i)[0], i);
     }
@@ -178,7 +178,7 @@ TEST(Lattice, HashesStayInsideTheTables) {
             }
         }
     }
-    EXPECT_EQ(highest, 510u); // whose upper end is entry 511
+    EXPECT_EQ(highest, 510u); // its edge ends at entry 511
 }
 
 } // namespace

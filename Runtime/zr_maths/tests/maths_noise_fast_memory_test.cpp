@@ -1,4 +1,4 @@
-// What the samplers read and write of memory, shown with pages that must not be touched.
+// What samplers read and write, checked with guard pages.
 
 #include "batch_calls.h"
 #include "guarded_memory.h"
@@ -29,15 +29,15 @@ using namespace Vestrel;
 
 using Internal::kPositionsPerBlock;
 
-/// Counts at which another path begins or ends: those of four lanes and of long runs, blocks of the wide
-/// kernels, and where the kernels that are in use take over, at `minimumWideCount`.
-std::vector<uint32_t> CountsAround(uint32_t minimumWideCount) {
+/// Counts around the ends of paths: of four lanes, long runs, blocks of the wide kernels, and the minimum
+/// count of the kernels in use.
+std::vector<uint32_t> CountsAround(uint32_t minimumCount) {
     std::set<uint32_t> counts;
     for (uint32_t count = 0; count <= 33; ++count) {
         counts.insert(count);
     }
-    for (const uint32_t edge : {kPositionsPerBlock, 2 * kPositionsPerBlock, Internal::kLongRun,
-                                minimumWideCount, minimumWideCount + kPositionsPerBlock}) {
+    for (const uint32_t edge : {kPositionsPerBlock, 2 * kPositionsPerBlock, Internal::kLongRun, minimumCount,
+                                minimumCount + kPositionsPerBlock}) {
         for (uint32_t count = edge - std::min(edge, 3u); count <= edge + 5; ++count) {
             counts.insert(count);
         }
@@ -45,21 +45,20 @@ std::vector<uint32_t> CountsAround(uint32_t minimumWideCount) {
     return {counts.begin(), counts.end()};
 }
 
-/// The shortest such call that the selected kernels take.
-uint32_t MinimumWideCount(const CBatchSampler& sampler, uint32_t positionStride) {
+/// The minimum count of the selected kernels for such a call.
+uint32_t MinimumCountOf(const CBatchSampler& sampler, uint32_t positionStride) {
     const bool isPadded = sampler.m_Dimension == 3 && positionStride == 4 * sizeof(float);
     return MinimumCount(isPadded ? Internal::EKernelInput::kPadded3D
                                  : static_cast<Internal::EKernelInput>(sampler.m_Dimension - 1));
 }
 
-/// The greatest of the counts.
+/// The largest of all counts.
 uint32_t LastCount() {
-    return CountsAround(GreatestMinimumCount()).back();
+    return CountsAround(MaxMinimumCount()).back();
 }
 
-/// How far two views are from multiples of 16. Whatever the sizes in whole floats, with one of these either
-/// view ends, to the byte, where the page begins; with the first, samplers may take their fast path, with the
-/// others they may not.
+/// Offsets of two views from multiples of 16. For any size in whole floats, one of them makes a view end
+/// exactly at the guard page. Only the first allows the fast path.
 struct COffsets {
     size_t m_Output;
     size_t m_Input;
@@ -80,7 +79,7 @@ protected:
         m_Positions.MakeReadOnly();
     }
 
-    /// Makes the call with both views next to the first page, and next to the last.
+    /// Makes the call with both views next to the first guard page, and next to the last.
     void Check(const CBatchCall& call) {
         const CExtent extent = ExtentOf(call);
         for (const EEdge edge : kEdges) {
@@ -100,7 +99,7 @@ protected:
     }
 
 private:
-    /// How many bytes of its views a call may touch.
+    /// The bytes of its views that a call may touch.
     struct CExtent {
         size_t m_ReadSize = 0;
         size_t m_WrittenSize = 0;
@@ -118,7 +117,7 @@ private:
         return extent;
     }
 
-    /// Every byte of the output has to be what the samples at m_Places make of it, in their order.
+    /// Expects the output to hold the samples at m_Places, written in their order, and nothing else.
     void Check(const CBatchCall& call, EEdge edge, unsigned char* output, const CWatchedMemory& memory,
                const unsigned char* positions) {
         const CFaultReporter reporter(
@@ -133,7 +132,7 @@ private:
         ASSERT_TRUE(m_Output.HoldsAfter(output, writes)) << reporter.Text();
     }
 
-    /// What the reference gives for the position at that place, worked out once for each.
+    /// The expected sample of the position at that place, computed once per place.
     float ExpectedAt(const CWatchedMemory& memory, const unsigned char* position) {
         auto& expected = m_Expected[{&memory == &m_Output, static_cast<size_t>(position - memory.Begin())}];
         if (!expected.has_value()) {
@@ -143,7 +142,7 @@ private:
     }
 
     COpenNoise m_Noise = EvenNoise();
-    // For four times as many 4D positions as samples are asked for, in place with an output stride of 16.
+    // In place with an output stride of 16, 4D takes four times as many positions as the count.
     CWatchedMemory m_Positions{4 * LastCount() * 16};
     CWatchedMemory m_Output{4 * LastCount() * 16};
     std::vector<CPlace> m_Places;
@@ -152,10 +151,10 @@ private:
 
 INSTANTIATE_TEST_SUITE_P(All, SamplerMemory, testing::ValuesIn(kBatchSamplers), CNameOfInstance());
 
-TEST_P(SamplerMemory, NothingIsTouchedBesideWhatACallMayTouch) {
+TEST_P(SamplerMemory, OnlyTheViewsAreAccessed) {
     const uint32_t size = GetParam().PositionSize();
     for (const CStrides& strides : {CStrides{4, size}, {4, 0}, {4, 16}, {4, 20}, {8, size}, {8, 20}}) {
-        for (const uint32_t count : CountsAround(MinimumWideCount(GetParam(), strides.m_Position))) {
+        for (const uint32_t count : CountsAround(MinimumCountOf(GetParam(), strides.m_Position))) {
             for (const COffsets& offsets : kOffsets) {
                 Check({count, strides.m_Output, strides.m_Position, offsets.m_Output, offsets.m_Input});
             }
@@ -163,8 +162,8 @@ TEST_P(SamplerMemory, NothingIsTouchedBesideWhatACallMayTouch) {
     }
 }
 
-// Samples then overlap, or begin anywhere: the last one may end up to 3 bytes behind count * stride.
-TEST_P(SamplerMemory, OutputStridesOfPartsOfFloatsWriteWholeSamples) {
+// Samples overlap or are misaligned; the last one ends up to 3 bytes behind count * stride.
+TEST_P(SamplerMemory, MisalignedOutputStridesWriteWholeSamples) {
     const uint32_t size = GetParam().PositionSize();
     for (const uint32_t outputStride : {1u, 2u, 3u, 5u, 6u, 7u}) {
         for (const uint32_t positionStride : {size, 20u}) {
@@ -177,10 +176,10 @@ TEST_P(SamplerMemory, OutputStridesOfPartsOfFloatsWriteWholeSamples) {
     }
 }
 
-TEST_P(SamplerMemory, NothingIsTouchedBesideWhatACallInPlaceMayTouch) {
+TEST_P(SamplerMemory, OnlyTheViewsAreAccessedInPlace) {
     const uint32_t size = GetParam().PositionSize();
     for (const CStrides& strides : {CStrides{4, size}, {size, size}, {4, 20}, {20, 20}}) {
-        for (const uint32_t count : CountsAround(MinimumWideCount(GetParam(), strides.m_Position))) {
+        for (const uint32_t count : CountsAround(MinimumCountOf(GetParam(), strides.m_Position))) {
             for (const size_t offset : kFloatOffsets) {
                 CheckInPlace({count, strides.m_Output, strides.m_Position, offset, offset});
             }
@@ -188,19 +187,18 @@ TEST_P(SamplerMemory, NothingIsTouchedBesideWhatACallInPlaceMayTouch) {
     }
 }
 
-// Every second page must not be touched: what is between two positions is one of them, and some bytes around
-// it.
+// Every second page is a guard page, so there is one between any two positions.
 TEST_P(SamplerMemory, NothingBetweenPositionsIsRead) {
     const size_t pageSize = static_cast<size_t>(sysconf(_SC_PAGESIZE));
     const uint32_t stride = static_cast<uint32_t>(2 * pageSize);
-    constexpr uint32_t kMostPositions = 9;
-    const CGuardedMemory memory(kMostPositions * stride);
-    for (uint32_t k = 0; k < kMostPositions; ++k) {
+    constexpr uint32_t kMaxPositions = 9;
+    const CGuardedMemory memory(kMaxPositions * stride);
+    for (uint32_t k = 0; k < kMaxPositions; ++k) {
         ASSERT_EQ(mprotect(memory.Begin() + k * stride + pageSize, pageSize, PROT_NONE), 0);
     }
     const COpenNoise noise = EvenNoise();
-    float output[kMostPositions];
-    for (uint32_t count = 1; count <= kMostPositions; ++count) {
+    float output[kMaxPositions];
+    for (uint32_t count = 1; count <= kMaxPositions; ++count) {
         for (const size_t first : {size_t{0}, pageSize - GetParam().PositionSize()}) {
             const CFaultReporter reporter([&](std::ostream& text) {
                 text << GetParam() << ", " << count << " positions at byte " << first << " of their pages";
@@ -226,7 +224,7 @@ TEST(FastNoiseMemory, CoherentSamplersReadFourPositions) {
     }
 }
 
-/// Fills memory with records of all sorts.
+/// Fills memory with varied records.
 void FillWithRecords(unsigned char* data, size_t count) {
     for (size_t k = 0; k < count; ++k) {
         const int cell = static_cast<int>(k);
@@ -252,7 +250,7 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(All, GradientMemory, testing::ValuesIn(kPointSamplers), CNameOfInstance());
 
-TEST_P(GradientMemory, NothingIsTouchedBesideRecordsAndGradients) {
+TEST_P(GradientMemory, OnlyTheViewsAreAccessed) {
     for (const uint32_t count : m_Counts) {
         for (const EEdge edge : kEdges) {
             for (const COffsets& offsets : kOffsets) {
@@ -273,7 +271,7 @@ TEST_P(GradientMemory, NothingIsTouchedBesideRecordsAndGradients) {
     }
 }
 
-TEST_P(GradientMemory, NothingIsTouchedBesideRecordsWithGradientsOverThem) {
+TEST_P(GradientMemory, OnlyTheViewsAreAccessedInPlace) {
     for (const uint32_t count : m_Counts) {
         for (const EEdge edge : kEdges) {
             for (const size_t offset : kFloatOffsets) {
@@ -292,7 +290,7 @@ TEST_P(GradientMemory, NothingIsTouchedBesideRecordsWithGradientsOverThem) {
 
 // The basis.
 
-/// Samples from a basis of entries 0 to 511, next to a page that must not be touched.
+/// Samples from a basis of entries 0 to 511, next to a guard page.
 class CGuardedNoise final : public CFastNoise3 {
 public:
     explicit CGuardedNoise(EEdge edge) : CFastNoise3(nullptr), m_OwnBasis(m_Basis) {
@@ -312,9 +310,9 @@ private:
     float* m_OwnBasis;
 };
 
-/// Every operation, at single positions and in rows that go four at a time, one at a time, in a long run and
-/// by the wide kernels. Rows are along the last axis but one, so that what is looked up for them are all 256
-/// values there are; on the last axis, by which edges are read in pairs, they are in the cell `last`.
+/// Calls every operation, at single positions and in rows: four at a time, one at a time, as a long run and
+/// by the wide kernels. Rows are along the second-last axis, so that they look up all 256 values; on the last
+/// axis, along which edges are read in pairs, they are in the cell `last`.
 void SampleRow(const CFastNoise3& noise, int first, int last) {
     static const uint32_t count = LastCount();
     static std::vector<SIMD_Neon::Float4> positionMemory(count), sampleMemory(count);
@@ -360,7 +358,7 @@ void SampleRow(const CFastNoise3& noise, int first, int last) {
     }
 }
 
-TEST(FastNoiseMemory, OfTheBasisNothingIsReadBeyondEntry511) {
+TEST(FastNoiseMemory, TheBasisIsNotReadBeyondEntry511) {
     for (const EEdge edge : kEdges) {
         const CGuardedNoise noise(edge);
         for (int first = 0; first < 256; first += 17) {

@@ -19,7 +19,7 @@ using namespace Vestrel;
 
 class RotatableFastNoiseLife : public RotatableFastNoise {};
 
-TEST(RotatableFastNoiseLayout, MembersFollowTheBasisInTheirOrder) {
+TEST(RotatableFastNoiseLayout, MembersFollowTheBasisInOrder) {
     if (sizeof(void*) != 8) {
         GTEST_SKIP() << "the layout of 64-bit platforms";
     }
@@ -37,7 +37,7 @@ TEST(RotatableFastNoiseLayout, MembersFollowTheBasisInTheirOrder) {
     EXPECT_EQ(offsetOf(noise.m_LastTime), 40);
 }
 
-TEST_F(RotatableFastNoiseLife, BeginsWithTheDefaults) {
+TEST_F(RotatableFastNoiseLife, StartsWithDefaults) {
     EXPECT_EQ(m_Noise.m_SpinSpeeds, m_Noise.m_Phases + 256);
     EXPECT_EQ(reinterpret_cast<uintptr_t>(m_Noise.m_Phases) % 32, 0u);
     EXPECT_FALSE(m_Noise.m_NoSpinVariation);
@@ -45,7 +45,7 @@ TEST_F(RotatableFastNoiseLife, BeginsWithTheDefaults) {
     EXPECT_EQ(CanonicalBits(m_Noise.m_LastTime), 0u);
 }
 
-TEST_F(RotatableFastNoiseLife, DrawsTheBasisAndThenTheSpeeds) {
+TEST_F(RotatableFastNoiseLife, DrawsTheBasisThenTheSpeeds) {
     ASSERT_EQ(m_Generator.m_Requests.size(), 2u);
     EXPECT_EQ(m_Generator.m_Requests[0].m_Data, m_Noise.m_Basis);
     EXPECT_EQ(m_Generator.m_Requests[0].m_Count, 256u);
@@ -59,7 +59,7 @@ TEST_F(RotatableFastNoiseLife, DrawsTheBasisAndThenTheSpeeds) {
     ExpectWrapped(m_Noise);
 }
 
-TEST_F(RotatableFastNoiseLife, ResetDrawsAnewAndKeepsTimeAndVariation) {
+TEST_F(RotatableFastNoiseLife, ResetRedrawsAndKeepsTimeAndVariation) {
     m_Noise.SetSpinVariation(0.5f);
     m_Noise.SetSpinVariation(0.0f);
     m_Noise.RotateBasis(0.3f);
@@ -73,7 +73,7 @@ TEST_F(RotatableFastNoiseLife, ResetDrawsAnewAndKeepsTimeAndVariation) {
     EXPECT_EQ(m_Generator.m_Requests[0].m_Data, m_Noise.m_Basis);
     EXPECT_EQ(m_Generator.m_Requests[0].m_Min, -1.0f);
     EXPECT_EQ(m_Generator.m_Requests[0].m_Max, 1.0f);
-    // By the variation that is kept, although all turn at one speed.
+    // Drawn with the kept variation, although all turn at one speed.
     EXPECT_EQ(m_Generator.m_Requests[1].m_Data, m_Noise.m_SpinSpeeds);
     EXPECT_EQ(m_Generator.m_Requests[1].m_Min, kTwoPi - 0.5f * kPi);
     EXPECT_EQ(m_Generator.m_Requests[1].m_Max, 0.5f * kPi + kTwoPi);
@@ -83,7 +83,7 @@ TEST_F(RotatableFastNoiseLife, ResetDrawsAnewAndKeepsTimeAndVariation) {
     ExpectWrapped(m_Noise);
 }
 
-TEST_F(RotatableFastNoiseLife, AfterAResetTheBasisStaysAsDrawnUntilAnotherTime) {
+TEST_F(RotatableFastNoiseLife, ResetKeepsTheDrawnBasisUntilAnotherTime) {
     m_Noise.RotateBasis(0.3f);
     m_Noise.ResetSampler(&m_Generator);
     const CTable drawn = BitsOf(m_Noise.m_Basis);
@@ -93,7 +93,7 @@ TEST_F(RotatableFastNoiseLife, AfterAResetTheBasisStaysAsDrawnUntilAnotherTime) 
     EXPECT_EQ(BitsOf(m_Noise.m_Basis), ExpectedBasis(m_Noise, 0.0f));
 }
 
-TEST_F(RotatableFastNoiseLife, AfterAResetAtTimeZeroARotationToZeroLeavesTheBasisAsDrawn) {
+TEST_F(RotatableFastNoiseLife, RotationToZeroAfterAResetAtZeroDoesNothing) {
     m_Noise.ResetSampler(&m_Generator);
     const CTable drawn = BitsOf(m_Noise.m_Basis);
     m_Noise.RotateBasis(0.0f);
@@ -102,7 +102,7 @@ TEST_F(RotatableFastNoiseLife, AfterAResetAtTimeZeroARotationToZeroLeavesTheBasi
     EXPECT_EQ(BitsOf(m_Noise.m_Basis), ExpectedBasis(m_Noise, 0.25f));
 }
 
-TEST_F(RotatableFastNoiseLife, ResetWithoutAGeneratorStartsFromTheBasisThatIsThere) {
+TEST_F(RotatableFastNoiseLife, ResetWithoutAGeneratorStartsFromTheCurrentBasis) {
     m_Noise.RotateBasis(0.3f);
     const CTable before = BitsOf(m_Noise.m_Basis);
     m_Noise.m_Basis[300] = 9.0f;
@@ -115,7 +115,7 @@ TEST_F(RotatableFastNoiseLife, ResetWithoutAGeneratorStartsFromTheBasisThatIsThe
     }
 }
 
-TEST(RotatableFastNoiseUndrawn, SpeedsAreInTheMiddleOfTheirInterval) {
+TEST(RotatableFastNoiseUndrawn, SpeedsAreTheMeanOfTheirInterval) {
     COpenRotatable noise(nullptr);
     for (const float variation : {0.2f, 0.7f, 1.9f}) {
         noise.SetSpinVariation(variation);
@@ -168,7 +168,7 @@ TEST(RotatableFastNoiseUndrawn, AnyBitPatternInTheTableIsSafe) {
     EXPECT_EQ(BitsOf(noise.m_Basis), ExpectedBasis(noise, 2.5f));
 }
 
-TEST_F(RotatableFastNoiseLife, ACopyTakesAllButTheTime) {
+TEST_F(RotatableFastNoiseLife, CopiesTakeAllButTheTime) {
     m_Noise.SetSpinVariation(0.6f);
     m_Noise.SetSpinVariation(0.0f);
     m_Noise.RotateBasis(0.7f);
@@ -185,7 +185,7 @@ TEST_F(RotatableFastNoiseLife, ACopyTakesAllButTheTime) {
     EXPECT_EQ(copy.m_LastTime, 0.0f);
 }
 
-TEST_F(RotatableFastNoiseLife, NothingButCopiesTouchesTheSpareBlock) {
+TEST_F(RotatableFastNoiseLife, OnlyCopiesWriteTheSpareBlock) {
     FillSpare(m_Noise, 0x96);
     m_Noise.RotateBasis(0.3f);
     m_Noise.SetSpinVariation(0.0f);
@@ -197,7 +197,7 @@ TEST_F(RotatableFastNoiseLife, NothingButCopiesTouchesTheSpareBlock) {
     EXPECT_EQ(std::memcmp(m_Noise.m_Phases + 512, expected.data(), expected.size()), 0);
 }
 
-TEST_F(RotatableFastNoiseLife, ACopySamplesLikeItsSourceAndRotatesLikeIt) {
+TEST_F(RotatableFastNoiseLife, CopiesSampleAndRotateLikeTheirSource) {
     m_Noise.RotateBasis(0.7f);
     COpenRotatable copy(m_Noise);
     const std::vector<float> positions = CCoordinates(1201).Fill(4 * 101);
@@ -217,7 +217,7 @@ TEST_F(RotatableFastNoiseLife, ACopySamplesLikeItsSourceAndRotatesLikeIt) {
     expectSame();
 }
 
-TEST_F(RotatableFastNoiseLife, AssignmentTakesAllButTheTimeIntoTheTablesThatAreThere) {
+TEST_F(RotatableFastNoiseLife, AssignmentCopiesAllButTheTimeIntoExistingTables) {
     COpenRotatable target(nullptr);
     target.RotateBasis(0.9f);
     const float* const basis = target.m_Basis;
@@ -238,8 +238,8 @@ TEST_F(RotatableFastNoiseLife, AssignmentTakesAllButTheTimeIntoTheTablesThatAreT
     EXPECT_EQ(target.m_LastTime, 0.9f);
 }
 
-// What a copy is compared with must be what the source was before.
-TEST_F(RotatableFastNoiseLife, CopiesAndAssignmentsLeaveTheirSourceAsItWas) {
+// Copies are compared with the source, so the source must stay the same.
+TEST_F(RotatableFastNoiseLife, CopiesAndAssignmentsDoNotChangeTheirSource) {
     m_Noise.SetSpinVariation(0.6f);
     m_Noise.RotateBasis(0.7f);
     FillSpare(m_Noise, 0x5A);
@@ -270,7 +270,7 @@ TEST_F(RotatableFastNoiseLife, SelfAssignmentIsHarmless) {
     EXPECT_EQ(m_Noise.m_LastTime, 0.7f);
 }
 
-TEST_F(RotatableFastNoiseLife, AssignmentThroughTheBaseTakesTheBasisAlone) {
+TEST_F(RotatableFastNoiseLife, AssignmentThroughTheBaseCopiesOnlyTheBasis) {
     CRecordingGenerator generator;
     COpenRotatable target(&generator);
     target.SetSpinVariation(0.9f);
@@ -300,7 +300,7 @@ concept TShowsItsSteps = requires(T& noise) {
     noise._RefreshFromBasis();
 };
 
-TEST(RotatableFastNoiseVirtual, ItsStepsArePrivate) {
+TEST(RotatableFastNoiseVirtual, StepsArePrivate) {
     static_assert(!TShowsItsSteps<CRotatableFastNoise3> && !TShowsItsSteps<COpenRotatable>);
 }
 

@@ -1,4 +1,4 @@
-// The rotating field: what a rotation and a variation do.
+// The rotating field: rotations and spin variations.
 
 #include "noise_reference.h"
 #include "rotatable_test_support.h"
@@ -27,7 +27,7 @@ TEST_F(RotatableFastNoise, EvenPhasesRiseAndOddOnesFall) {
     }
 }
 
-// 0 is added to even phases, which makes +0 of the arcsine -0.
+// Even phases add 0, which turns the arcsine -0 into +0.
 TEST(RotatableFastNoisePhases, OfMinusZeroArePlusZeroAndPi) {
     std::array<float, 256> values;
     values.fill(-0.0f);
@@ -48,12 +48,12 @@ TEST_F(RotatableFastNoise, HalfOfTheValuesStartUpwardAndHalfDownward) {
     }
 }
 
-TEST_F(RotatableFastNoise, ARotationIsMadeOfItsPartsAtEveryTime) {
+TEST_F(RotatableFastNoise, RotationsFollowTheDefinitionAtEveryTime) {
     const std::vector<float> phases(m_Noise.m_Phases, m_Noise.m_Phases + 512);
     for (const float variation : {0.2f, 0.0f, 1.5f, -1.0f, 1e-5f}) {
         m_Noise.SetSpinVariation(0.2f);
         m_Noise.SetSpinVariation(variation);
-        // The first is not 0, at which the object begins.
+        // The first is not 0, the initial time.
         for (const float time : {0.5f, 0.0f, 1.0f, -0.75f, -1234.5f, 1e4f, 1e7f, 3e38f, -3e38f, kNan, 2.0f}) {
             m_Noise.RotateBasis(time);
             EXPECT_EQ(BitsOf(m_Noise.m_Basis), ExpectedBasis(m_Noise, time))
@@ -64,12 +64,12 @@ TEST_F(RotatableFastNoise, ARotationIsMadeOfItsPartsAtEveryTime) {
     }
 }
 
-// The limits that are stated at RotateBasis and SetSpinVariation.
-constexpr double kGreatestProduct = 1e38; // of a time and 2 + v
-constexpr float kGreatestVariation = 5e37f;
-constexpr double kGreatestRatio = 3e38; // of a variation to the one before
+// The limits documented at RotateBasis and SetSpinVariation.
+constexpr double kMaxProduct = 1e38; // of a time and 2 + v
+constexpr float kMaxVariation = 5e37f;
+constexpr double kMaxRatio = 3e38; // of a variation to the previous one
 
-/// Ends of the speeds' interval in turn, which random speeds seldom reach.
+/// Alternates between the ends of the interval of speeds, which random speeds rarely reach.
 class CEndsGenerator final : public CAbstractRandomGenerator {
 public:
     void FillRandomFloats(const TMemoryView<float>& view, float min, float max) override {
@@ -79,8 +79,8 @@ public:
     }
 };
 
-/// The greatest angle by the definition: of a phase, and a time by a speed.
-double GreatestAngle(const COpenRotatable& noise, float time) {
+/// The greatest angle by definition: phase + time * speed.
+double MaxAngle(const COpenRotatable& noise, float time) {
     double greatest = 0.0;
     for (size_t k = 0; k < 256; ++k) {
         const float speed = noise.m_NoSpinVariation ? kTwoPi : noise.m_SpinSpeeds[k];
@@ -90,12 +90,12 @@ double GreatestAngle(const COpenRotatable& noise, float time) {
     return greatest;
 }
 
-TEST(RotatableFastNoiseLimits, ValuesStayWithinOneUpToTheGreatestTimes) {
-    for (const float variation : {0.0f, 1e-5f, 0.2f, 2.0f, 9.0f, 1000.0f, 1e20f, kGreatestVariation}) {
+TEST(RotatableFastNoiseLimits, ValuesStayWithinOneUpToTheTimeLimit) {
+    for (const float variation : {0.0f, 1e-5f, 0.2f, 2.0f, 9.0f, 1000.0f, 1e20f, kMaxVariation}) {
         CEndsGenerator generator;
         COpenRotatable noise(&generator);
         noise.SetSpinVariation(variation);
-        const double least = kGreatestProduct / (2.0 + static_cast<double>(variation));
+        const double least = kMaxProduct / (2.0 + static_cast<double>(variation));
         const float time = std::nextafter(static_cast<float>(least), 0.0f);
         for (const float sign : {1.0f, -1.0f}) {
             noise.RotateBasis(sign * time);
@@ -104,16 +104,16 @@ TEST(RotatableFastNoiseLimits, ValuesStayWithinOneUpToTheGreatestTimes) {
                     << "entry " << k << ", time " << sign * time << ", variation " << variation;
             }
         }
-        // Not much is given away: the angles are within a tenth of the greatest float.
-        constexpr double kGreatestFloat = std::numeric_limits<float>::max();
-        EXPECT_GT(GreatestAngle(noise, time), 0.9 * kGreatestFloat) << "variation " << variation;
+        // The limit is tight: angles come within 10 % of the largest float.
+        constexpr double kMaxFloat = std::numeric_limits<float>::max();
+        EXPECT_GT(MaxAngle(noise, time), 0.9 * kMaxFloat) << "variation " << variation;
         noise.RotateBasis(1.1f * time);
-        EXPECT_GT(GreatestAngle(noise, 1.1f * time), kGreatestFloat) << "variation " << variation;
+        EXPECT_GT(MaxAngle(noise, 1.1f * time), kMaxFloat) << "variation " << variation;
         EXPECT_TRUE(std::isnan(noise.m_Basis[1])) << "variation " << variation;
     }
 }
 
-/// Whether all speeds lie in the interval of the variation, up to a hundredth of its width.
+/// Whether all speeds lie in the interval of the variation, within 1 % of its width.
 bool AreSpeedsInPlace(const COpenRotatable& noise, float variation) {
     const double halfWidth = 1.02 * static_cast<double>(variation * kPi);
     return std::all_of(noise.m_SpinSpeeds, noise.m_SpinSpeeds + 256, [&](float speed) {
@@ -121,12 +121,12 @@ bool AreSpeedsInPlace(const COpenRotatable& noise, float variation) {
     });
 }
 
-TEST(RotatableFastNoiseLimits, VariationsUpToTheGreatestAndTheGreatestRatioKeepTheSpeedsInPlace) {
+TEST(RotatableFastNoiseLimits, VariationsUpToTheLimitsKeepSpeedsInPlace) {
     constexpr float kVariations[] = {1e-5f, 1.5e-5f, 1e-3f, 0.16f, 0.2f,
-                                     1.0f,  9.0f,    1e20f, 1e33f, kGreatestVariation};
+                                     1.0f,  9.0f,    1e20f, 1e33f, kMaxVariation};
     for (const float first : kVariations) {
         for (const float second : kVariations) {
-            const float most = static_cast<float>(kGreatestRatio * static_cast<double>(first));
+            const float most = static_cast<float>(kMaxRatio * static_cast<double>(first));
             const float variation = std::min(second, std::nextafter(most, 0.0f));
             CEndsGenerator generator;
             COpenRotatable noise(&generator);
@@ -139,7 +139,7 @@ TEST(RotatableFastNoiseLimits, VariationsUpToTheGreatestAndTheGreatestRatioKeepT
     }
 }
 
-TEST(RotatableFastNoiseLimits, BeyondThemSpeedsAreSpoiledUntilDrawnAnewWithinThem) {
+TEST(RotatableFastNoiseLimits, VariationsBeyondTheLimitsSpoilSpeedsUntilRedrawn) {
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
     for (const auto& [first, second] :
          {std::pair{0.2f, 6e37f}, {1e-5f, 1e35f}, {0.2f, kInfinity}, {0.2f, kNan}}) {
@@ -148,13 +148,13 @@ TEST(RotatableFastNoiseLimits, BeyondThemSpeedsAreSpoiledUntilDrawnAnewWithinThe
         noise.SetSpinVariation(first);
         noise.SetSpinVariation(second);
         EXPECT_FALSE(AreSpeedsInPlace(noise, second)) << first << ", then " << second;
-        noise.SetSpinVariation(kGreatestVariation);
+        noise.SetSpinVariation(kMaxVariation);
         noise.ResetSampler(&generator);
-        EXPECT_TRUE(AreSpeedsInPlace(noise, kGreatestVariation)) << first << ", then " << second;
+        EXPECT_TRUE(AreSpeedsInPlace(noise, kMaxVariation)) << first << ", then " << second;
     }
 }
 
-/// Where a speed is in its interval: 0 at the lowest end, 1 at the highest.
+/// The place of a speed in its interval: 0 at the lower end, 1 at the upper.
 double PlaceOf(float speed, float variation) {
     const float halfWidth = variation * kPi;
     const float lowest = kTwoPi - halfWidth;
@@ -162,13 +162,12 @@ double PlaceOf(float speed, float variation) {
            (2.0 * static_cast<double>(halfWidth));
 }
 
-TEST(RotatableFastNoiseLimits, AVariationMovesNoPlaceByMoreThanIsSaid) {
-    constexpr float kVariations[] = {1e-5f, 3.3e-5f,           1e-3f, 0.17f, 0.2f, 1.1f, 9.0f,
-                                     1e33f, kGreatestVariation};
+TEST(RotatableFastNoiseLimits, VariationsMovePlacesWithinTheBound) {
+    constexpr float kVariations[] = {1e-5f, 3.3e-5f, 1e-3f, 0.17f, 0.2f, 1.1f, 9.0f, 1e33f, kMaxVariation};
     double worst = 0.0;
     for (const float first : kVariations) {
         for (const float second : kVariations) {
-            if (static_cast<double>(second) > kGreatestRatio * static_cast<double>(first)) {
+            if (static_cast<double>(second) > kMaxRatio * static_cast<double>(first)) {
                 continue;
             }
             CStdRandomGenerator generator(77);
@@ -188,9 +187,9 @@ TEST(RotatableFastNoiseLimits, AVariationMovesNoPlaceByMoreThanIsSaid) {
     EXPECT_GT(worst, 0.5) << "the bound says much more than is so";
 }
 
-// Each of the product and the sum rounds by at most half a unit in the last place, 2^-24 of what it is:
-// together 2^-23 * (|t| (2 + v) pi + 2.4), where the phase is below 4.72.
-TEST(RotatableFastNoiseErrors, ValuesAreTheSinesOfTheExactAnglesWithinTheErrorsOfSineAndAngle) {
+// Product and sum each round by at most half a unit in the last place, 2^-24 of their value: together 2^-23 *
+// (|t| (2 + v) pi + 2.4), for phases below 4.72.
+TEST(RotatableFastNoiseErrors, ValuesAreSinesOfExactAnglesWithinTheBound) {
     double worst = 0.0;
     for (const uint32_t seed : {1u, 2u, 3u, 4u}) {
         for (const float variation : {0.0f, 1e-5f, 0.2f, 1.5f, 9.0f}) {
@@ -217,8 +216,8 @@ TEST(RotatableFastNoiseErrors, ValuesAreTheSinesOfTheExactAnglesWithinTheErrorsO
     EXPECT_GT(worst, 0.5) << "the bound says much more than is so";
 }
 
-// As above, and the float 2 pi is 1.75e-7 too large for a turn.
-TEST(RotatableFastNoiseErrors, WithoutVariationWholeTimesRepeatWithinAMillionthForEachTurnAndOneMore) {
+// As above, and the float 2 pi exceeds a turn by 1.75e-7.
+TEST(RotatableFastNoiseErrors, WithoutVariationWholeTimesRepeatWithinTheBound) {
     CStdRandomGenerator generator(1);
     COpenRotatable noise(&generator);
     const std::vector<float> drawn = BasisOf(noise);
@@ -237,7 +236,7 @@ TEST(RotatableFastNoiseErrors, WithoutVariationWholeTimesRepeatWithinAMillionthF
     EXPECT_GT(worst, 0.5) << "the bound says much more than is so";
 }
 
-TEST_F(RotatableFastNoise, RotationLeavesPhasesAndSpeedsAlone) {
+TEST_F(RotatableFastNoise, RotationKeepsPhasesAndSpeeds) {
     std::array<float, 512> before;
     std::memcpy(before.data(), m_Noise.m_Phases, sizeof(before));
     m_Noise.RotateBasis(0.3f);
@@ -245,7 +244,7 @@ TEST_F(RotatableFastNoise, RotationLeavesPhasesAndSpeedsAlone) {
     EXPECT_EQ(std::memcmp(before.data(), m_Noise.m_Phases, sizeof(before)), 0);
 }
 
-TEST_F(RotatableFastNoise, ARotationToTimeZeroAtFirstLeavesTheBasisAsDrawn) {
+TEST_F(RotatableFastNoise, AnInitialRotationToTimeZeroDoesNothing) {
     const CTable before = BitsOf(m_Noise.m_Basis);
     m_Noise.RotateBasis(0.0f);
     EXPECT_EQ(BitsOf(m_Noise.m_Basis), before);
@@ -253,7 +252,7 @@ TEST_F(RotatableFastNoise, ARotationToTimeZeroAtFirstLeavesTheBasisAsDrawn) {
     EXPECT_EQ(BitsOf(m_Noise.m_Basis), before);
 }
 
-TEST_F(RotatableFastNoise, ARotationBackToTimeZeroGivesTheDrawnValuesWithinThePrecisionOfTheStreams) {
+TEST_F(RotatableFastNoise, RotationBackToTimeZeroGivesTheDrawnValues) {
     const std::vector<float> drawn = BasisOf(m_Noise);
     m_Noise.RotateBasis(0.5f);
     m_Noise.RotateBasis(0.0f);
@@ -261,7 +260,7 @@ TEST_F(RotatableFastNoise, ARotationBackToTimeZeroGivesTheDrawnValuesWithinThePr
     ExpectNear(m_Noise.m_Basis, drawn, 1.0f, 1e-6f);
 }
 
-TEST_F(RotatableFastNoise, TheBasisDependsOnTheTimeAlone) {
+TEST_F(RotatableFastNoise, TheBasisDependsOnlyOnTheTime) {
     COpenRotatable other(m_Noise);
     for (const float time : {0.1f, 7.0f, -3.0f}) {
         other.RotateBasis(time);
@@ -273,7 +272,7 @@ TEST_F(RotatableFastNoise, TheBasisDependsOnTheTimeAlone) {
     }
 }
 
-TEST_F(RotatableFastNoise, ASecondRotationToTheSameTimeChangesNothingEvenWithOtherSpeeds) {
+TEST_F(RotatableFastNoise, ASecondRotationToTheSameTimeDoesNothing) {
     m_Noise.RotateBasis(0.4f);
     const CTable before = BitsOf(m_Noise.m_Basis);
     m_Noise.m_Basis[3] = 0.125f;
@@ -286,14 +285,14 @@ TEST_F(RotatableFastNoise, ASecondRotationToTheSameTimeChangesNothingEvenWithOth
     EXPECT_NE(BitsOf(m_Noise.m_Basis), before) << "the new speeds show at another time";
 }
 
-TEST_F(RotatableFastNoise, ARotationToNotANumberAlwaysWorks) {
+TEST_F(RotatableFastNoise, RotationsToNanAlwaysRotate) {
     m_Noise.RotateBasis(kNan);
     for (size_t k = 0; k < 513; ++k) {
         EXPECT_TRUE(std::isnan(m_Noise.m_Basis[k])) << "entry " << k;
     }
     m_Noise.m_Basis[7] = 0.25f;
     m_Noise.RotateBasis(kNan);
-    EXPECT_TRUE(std::isnan(m_Noise.m_Basis[7])) << "a time that is not a number equals none, not even itself";
+    EXPECT_TRUE(std::isnan(m_Noise.m_Basis[7])) << "a NaN time differs from itself, so it rotates again";
     m_Noise.RotateBasis(1.0f);
     EXPECT_EQ(BitsOf(m_Noise.m_Basis), ExpectedBasis(m_Noise, 1.0f));
 }
@@ -315,14 +314,14 @@ TEST_F(RotatableFastNoise, SamplersSeeTheRotatedField) {
     }
 }
 
-TEST_F(RotatableFastNoise, UniformModeNegatesAfterHalfAUnitOfTime) {
+TEST_F(RotatableFastNoise, UniformModeNegatesValuesAfterHalfATurn) {
     const std::vector<float> drawn = BasisOf(m_Noise);
     m_Noise.SetSpinVariation(0.0f);
     m_Noise.RotateBasis(0.5f);
     ExpectNear(m_Noise.m_Basis, drawn, -1.0f, 2e-6f);
 }
 
-TEST_F(RotatableFastNoise, ZeroAndNegativeVariationsSwitchToUniformModeAndKeepTheLastRealOne) {
+TEST_F(RotatableFastNoise, VariationsBelowTheThresholdSelectUniformMode) {
     const CTable speeds = BitsOf(m_Noise.m_SpinSpeeds);
     for (const float variation :
          {0.0f, -0.0f, -1.0f, std::nextafter(1e-5f, 0.0f), -std::numeric_limits<float>::infinity()}) {
@@ -333,7 +332,7 @@ TEST_F(RotatableFastNoise, ZeroAndNegativeVariationsSwitchToUniformModeAndKeepTh
     }
 }
 
-/// Speeds after a change of the variation, by the definition.
+/// Speeds after a change of the variation, by definition.
 CTable ExpectedSpeeds(const float* speeds, float oldVariation, float newVariation) {
     const float oldA = oldVariation * kPi;
     const float newA = newVariation * kPi;
@@ -349,7 +348,7 @@ CTable ExpectedSpeeds(const float* speeds, float oldVariation, float newVariatio
     return expected;
 }
 
-TEST_F(RotatableFastNoise, AVariationRescalesTheSpeedsFromTheLastRealOne) {
+TEST_F(RotatableFastNoise, VariationsRescaleTheSpeeds) {
     float before = 0.2f;
     for (const float variation : {0.4f, 0.3f, 0.7f, 0.6f, 2.0f, 3.5f}) {
         const CTable expected = ExpectedSpeeds(m_Noise.m_SpinSpeeds, before, variation);
@@ -367,7 +366,7 @@ TEST_F(RotatableFastNoise, AVariationRescalesTheSpeedsFromTheLastRealOne) {
     EXPECT_LT(m_Noise.m_SpinSpeeds[0], 0.0f) << "beyond 2, the slowest turn backwards";
 }
 
-TEST_F(RotatableFastNoise, AVariationOfExactlyTheThresholdSqueezesTheSpeeds) {
+TEST_F(RotatableFastNoise, AVariationAtTheThresholdCompressesTheSpeeds) {
     const CTable expected = ExpectedSpeeds(m_Noise.m_SpinSpeeds, 0.2f, 1e-5f);
     m_Noise.SetSpinVariation(1e-5f);
     EXPECT_FALSE(m_Noise.m_NoSpinVariation);
@@ -378,7 +377,7 @@ TEST_F(RotatableFastNoise, AVariationOfExactlyTheThresholdSqueezesTheSpeeds) {
     }
 }
 
-TEST_F(RotatableFastNoise, AVariationThatIsNotANumberIsVariationMode) {
+TEST_F(RotatableFastNoise, ANanVariationSelectsVariationMode) {
     m_Noise.SetSpinVariation(0.0f);
     m_Noise.SetSpinVariation(kNan);
     EXPECT_FALSE(m_Noise.m_NoSpinVariation);
@@ -388,7 +387,7 @@ TEST_F(RotatableFastNoise, AVariationThatIsNotANumberIsVariationMode) {
     }
 }
 
-TEST_F(RotatableFastNoise, AVariationDoesNotTouchTheBasis) {
+TEST_F(RotatableFastNoise, VariationsDoNotChangeTheBasis) {
     const CTable before = BitsOf(m_Noise.m_Basis);
     m_Noise.SetSpinVariation(0.7f);
     m_Noise.SetSpinVariation(0.0f);

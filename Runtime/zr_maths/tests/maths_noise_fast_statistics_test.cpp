@@ -1,4 +1,4 @@
-// What the field is like as a whole, over ten million positions.
+// Statistics of the field over ten million positions.
 
 #include "lattice/permutations.h"
 #include "noise_test_support.h"
@@ -24,8 +24,8 @@ constexpr uint32_t kChunk = 8192;
 
 class FieldStatistics : public testing::TestWithParam<CBatchSampler> {
 protected:
-    /// Calls `visit(positions, samples, count)` with chunks of positions of two periods in each direction,
-    /// all multiples of 2^-12, so that a period can be added to them exactly.
+    /// Calls `visit(positions, samples, count)` with chunks of positions within two periods of the origin,
+    /// all multiples of 2^-12, so that adding a period is exact.
     template <typename TVisit>
     void VisitChunks(const TVisit& visit) {
         std::mt19937 random(1300);
@@ -52,7 +52,7 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(All, FieldStatistics, testing::ValuesIn(kBatchSamplers), CNameOfInstance());
 
-TEST_P(FieldStatistics, MeanIsNearZeroAndNoValueIsOutside) {
+TEST_P(FieldStatistics, MeanIsNearZeroAndValuesAreInRange) {
     double sum = 0.0;
     double squares = 0.0;
     float lowest = 0.0f;
@@ -65,12 +65,12 @@ TEST_P(FieldStatistics, MeanIsNearZeroAndNoValueIsOutside) {
             highest = std::max(highest, samples[k]);
         }
     });
-    // Ten million values that are spread by less than 0.6 have a mean that is off by less than 0.0002, most
-    // of the time; five times as much would take a wonder.
+    // The mean of ten million values with a deviation below 0.6 deviates by less than 0.0002; the bound is
+    // five times that.
     EXPECT_NEAR(sum / kCount, 0.0, 1e-3);
     EXPECT_GE(lowest, -1.000001f);
     EXPECT_LE(highest, 1.000001f);
-    // It is not for want of variation. The blend of 2, 4, 8, 16 values is ever flatter.
+    // The field does vary; a blend of 2, 4, 8, 16 values varies less and less.
     const double spread = std::sqrt(squares / kCount);
     const double thinnest[] = {0.40, 0.30, 0.22, 0.16};
     EXPECT_GT(spread, thinnest[GetParam().m_Dimension - 1]);
@@ -84,7 +84,7 @@ TEST_P(FieldStatistics, EveryAxisRepeatsAfter256Cells) {
     std::vector<float> samplesOfMoved(kChunk);
     uint32_t chunk = 0;
     VisitChunks([&](const std::vector<float>& positions, const std::vector<float>& samples, uint32_t count) {
-        // One axis a chunk, in turns, up and down.
+        // One axis per chunk, alternately up and down.
         const size_t dimension = static_cast<size_t>(GetParam().m_Dimension);
         const float period = chunk / dimension % 2 == 0 ? 256.0f : -256.0f;
         moved = positions;
@@ -98,7 +98,7 @@ TEST_P(FieldStatistics, EveryAxisRepeatsAfter256Cells) {
     });
 }
 
-/// The strongest correlation of 256 values with themselves, moved around by 1 to 128 places.
+/// The strongest autocorrelation of 256 values, shifted cyclically by 1 to 128 places.
 double StrongestCorrelation(const std::array<float, 256>& values) {
     const double mean = std::accumulate(values.begin(), values.end(), 0.0) / 256.0;
     std::array<double, 512> twice;
@@ -115,8 +115,8 @@ double StrongestCorrelation(const std::array<float, 256>& values) {
     return strongest;
 }
 
-// The figures of docs/guide/10-range.md. Lattice values along the last axis are the basis itself in 3D and
-// 4D, and in the order of the permutation in 1D and 2D.
+// The numbers of docs/guide/10-range.md. Lattice values along the last axis are the basis in 3D and 4D, and
+// the permuted basis in 1D and 2D.
 TEST(FieldsOf4096Seeds, MeansAndCorrelationsAreThoseOfTheGuide) {
     const auto& P = Internal::kFastNoisePermutations;
     uint32_t farMeans = 0;
@@ -142,8 +142,8 @@ TEST(FieldsOf4096Seeds, MeansAndCorrelationsAreThoseOfTheGuide) {
     EXPECT_NEAR(std::sqrt(squaresOfMeans / 4096.0), 0.037, 0.0005);
     for (std::vector<double>* const correlations : {&ofBasis, &ofPermuted}) {
         std::sort(correlations->begin(), correlations->end());
-        EXPECT_NEAR(correlations->at(4096 / 20), 0.14, 0.005) << "what nineteen in twenty exceed";
-        EXPECT_NEAR(correlations->at(4096 / 2), 0.17, 0.005) << "what half of them exceed";
+        EXPECT_NEAR(correlations->at(4096 / 20), 0.14, 0.005) << "95 % exceed it";
+        EXPECT_NEAR(correlations->at(4096 / 2), 0.17, 0.005) << "50 % exceed it";
     }
     EXPECT_NEAR(ofBasis.back(), 0.32, 0.005);
     EXPECT_NEAR(ofPermuted.back(), 0.31, 0.005);

@@ -44,7 +44,7 @@ TEST(FastNoise, SamplersAreNoexcept) {
                                               const TStridedMemoryView<const TVector<float, 3>>&>);
 }
 
-TEST(FastNoise, ConstructionAsksForTwoHundredAndFiftySixValuesInMinusOneToOne) {
+TEST(FastNoise, ConstructionRequests256ValuesInMinusOneToOne) {
     CListGenerator generator(EvenValues());
     const COpenNoise noise(&generator);
     EXPECT_EQ(generator.m_CallCount, 1);
@@ -78,7 +78,7 @@ TEST(FastNoise, ResetWithoutAGeneratorKeepsTheValuesAndWrapsThem) {
     EXPECT_EQ(noise.Basis()[255], EvenValues()[255]);
 }
 
-TEST(FastNoise, ResetDrawsAnew) {
+TEST(FastNoise, ResetRedraws) {
     COpenNoise noise = EvenNoise();
     std::array<float, 256> values = EvenValues();
     values[3] = 0.5f;
@@ -95,7 +95,7 @@ TEST(FastNoise, ResetDrawsAnew) {
     EXPECT_EQ(noise.Basis()[512], -0.5f);
 }
 
-TEST(FastNoise, NonVirtualResetDoesTheSame) {
+TEST(FastNoise, NonVirtualResetRedraws) {
     COpenNoise noise(nullptr);
     CListGenerator generator(EvenValues());
     noise._ResetSampler(&generator);
@@ -112,7 +112,7 @@ TEST(FastNoise, RefreshRepeatsTheFirstEntries) {
     EXPECT_EQ(noise.Basis()[512], 0.75f);
 }
 
-TEST(FastNoise, CopyHasATableOfItsOwn) {
+TEST(FastNoise, CopyHasItsOwnTable) {
     const COpenNoise source = EvenNoise();
     const std::vector<float> before = BasisOf(source);
     COpenNoise copy(source);
@@ -124,7 +124,7 @@ TEST(FastNoise, CopyHasATableOfItsOwn) {
     EXPECT_EQ(BasisOf(source), before);
 }
 
-TEST(FastNoise, CopyTakesEveryEntryAsItIs) {
+TEST(FastNoise, CopiesKeepAllEntries) {
     COpenNoise source = EvenNoise();
     source.Basis()[400] = 5.0f;
     source.Basis()[512] = 6.0f;
@@ -135,7 +135,7 @@ TEST(FastNoise, CopyTakesEveryEntryAsItIs) {
     EXPECT_EQ(BasisOf(assigned), BasisOf(source)) << "no refresh";
 }
 
-TEST(FastNoise, AssignmentCopiesIntoTheTableThatIsThere) {
+TEST(FastNoise, AssignmentCopiesIntoTheExistingTable) {
     const COpenNoise source = EvenNoise();
     COpenNoise target(nullptr);
     const float* const table = target.Basis();
@@ -196,8 +196,8 @@ TEST(FastNoise, DestructorAndResetAreVirtual) {
     EXPECT_EQ(CDerivedNoise::s_DestroyedCount, 1);
 }
 
-// The Itanium C++ ABI, which all supported compilers follow, gives a virtual destructor two slots (complete
-// and deleting) and the other functions one each, in the order of declaration.
+// In the Itanium C++ ABI of all supported compilers, a virtual destructor has two slots (complete and
+// deleting), other functions one each, in order of declaration.
 TEST(FastNoise, VirtualSlotsAreTheDestructorThenReset) {
     CDerivedNoise noise(nullptr);
     using CReset = void (*)(CFastNoise3*, CAbstractRandomGenerator*);
@@ -216,7 +216,7 @@ concept TResettable = requires(T& noise) {
     noise._ResetSampler(nullptr);
 };
 
-TEST(FastNoise, StepsOfOtherOperationsAreProtected) {
+TEST(FastNoise, StepsAreProtected) {
     static_assert(!TRefreshable<CFastNoise3> && TRefreshable<COpenNoise>);
     static_assert(!TResettable<CFastNoise3> && TResettable<COpenNoise>);
 }

@@ -1,5 +1,5 @@
-// What the samplers give, against what is known of the field; where they read and write is the subject of
-// maths_noise_fast_batch_test.cpp.
+// The values of samples, compared with known properties of the field. maths_noise_fast_batch_test.cpp tests
+// where samplers read and write.
 
 #include "lattice/permutations.h"
 #include "noise_test_support.h"
@@ -23,7 +23,7 @@ using namespace Vestrel;
 
 class SamplerValues : public testing::TestWithParam<CBatchSampler> {
 protected:
-    /// The sample of one position, of which a sampler takes as many coordinates as it has axes.
+    /// The sample of one position; a sampler uses as many coordinates as it has axes.
     float SampleAt(float x, float y = 0.0f, float z = 0.0f, float w = 0.0f) const {
         const float position[4] = {x, y, z, w};
         float sample = 0.0f;
@@ -36,7 +36,7 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(All, SamplerValues, testing::ValuesIn(kBatchSamplers), CNameOfInstance());
 
-TEST_P(SamplerValues, IntegralPositionsGiveTheirCornerExactly) {
+TEST_P(SamplerValues, LatticePointsGiveTheirValues) {
     const auto& P = Internal::kFastNoisePermutations;
     const float* const B = m_Noise.Basis();
     for (const int x : {0, 1, -1, 5, 255, 256, -256, -1000, 8388608}) {
@@ -72,22 +72,22 @@ TEST_P(SamplerValues, PeriodIs256OnEveryAxis) {
     }
 }
 
-/// How far outside [-1, 1] a sample of `sampler` may be. Where the quintic fade f is above 1, by up
-/// to 1.07e-6 (maths_noise_fast_lattice_test.cpp), each axis makes [-1, 1] wider by the factor 2 f - 1, and
-/// its blend rounds by less than 2.5 * 2^-23.
+/// How far outside [-1, 1] a sample of `sampler` may be. If the quintic fade f exceeds 1, which it does by up
+/// to 1.07e-6 (maths_noise_fast_lattice_test.cpp), each axis widens [-1, 1] by the factor 2 f - 1, and its
+/// blend rounds by less than 2.5 * 2^-23.
 double OvershootOf(const CBatchSampler& sampler) {
     return sampler.m_Quality == EQuality::kQuintic ? 2.5e-6 * sampler.m_Dimension : 0.0;
 }
 
-/// Values with which the corners of the cell at 0 alternate, to 1 at the corner that is uppermost on all axes
-/// if `sign` is 1: each axis's blend goes as far up as it can.
+/// Values that alternate between the corners of the cell at 0, with `sign` at the uppermost corner: the blend
+/// along each axis overshoots as far as it can.
 std::array<float, 256> AlternatingCorners(int dimension, float sign) {
     const auto& P = Internal::kFastNoisePermutations;
     std::array<float, 256> values{};
     for (uint32_t corner = 0; corner < 1u << dimension; ++corner) {
         uint32_t index = P[corner & 1];
         for (int axis = 1; axis < dimension; ++axis) {
-            // In 3D and 4D the last coordinate is added without another look-up.
+            // In 3D and 4D the last coordinate is not permuted.
             const uint32_t sum = index + (corner >> axis & 1);
             index = axis == dimension - 1 && dimension > 2 ? sum : P[sum];
         }
@@ -110,7 +110,7 @@ TEST_P(SamplerValues, AlternatingCornersReachTheBoundOfSamples) {
                 << std::hexfloat << t << " on all axes, sign " << sign;
             farthest = std::max(farthest, overshoot);
         }
-        // Of 2.5e-6 for each dimension, no more than the roundings are left.
+        // The bound is tight except for rounding.
         EXPECT_GE(farthest, 0.85 * OvershootOf(GetParam())) << "the bound says much more than is so";
     }
     EXPECT_EQ(SampleAt(1.0f, 1.0f, 1.0f, 1.0f), -1.0f) << "the uppermost corner";
@@ -122,7 +122,7 @@ TEST_P(SamplerValues, SamplesStayWithinTheirBounds) {
     const auto unit = [&random] { return static_cast<float>(random() >> 8) * 0x1p-24f; };
     for (int trial = 0; trial < 20000; ++trial) {
         if (trial % 200 == 0) {
-            // Corners at 1 or -1, or a little less far out, so that all sorts of sums round.
+            // Corners at or just inside +-1, so that various sums round.
             std::array<float, 256> values;
             for (float& value : values) {
                 value =
@@ -145,7 +145,7 @@ TEST_P(SamplerValues, SamplesStayWithinTheirBounds) {
     }
 }
 
-TEST_P(SamplerValues, NotANumberTouchesNoOtherSample) {
+TEST_P(SamplerValues, NanAffectsNoOtherSample) {
     const uint32_t size = GetParam().PositionSize();
     const size_t floats = size / 4;
     constexpr uint32_t kCount = 11;
@@ -165,10 +165,10 @@ TEST_P(SamplerValues, NotANumberTouchesNoOtherSample) {
     }
 }
 
-// What repeats in the field, as docs/guide/10-range.md has it.
+// Repetitions in the field, as documented in docs/guide/10-range.md.
 
-/// 256 samples a cell apart along `axis`. The axes before it are at whole coordinates, `line` on x; the axes
-/// after it are at 1/2. Where `axis` is x itself, `line` is on y.
+/// 256 samples one cell apart along `axis`. Axes before it are at whole coordinates, with `line` on x; axes
+/// after it are at 1/2. If `axis` is x, `line` is on y.
 std::vector<float> LineAlong(const CFastNoise3& noise, const CBatchSampler& sampler, size_t axis,
                              uint32_t line) {
     float position[4] = {};
@@ -187,7 +187,7 @@ std::vector<float> LineAlong(const CFastNoise3& noise, const CBatchSampler& samp
     return samples;
 }
 
-/// By how many cells the line has to be moved to be `sequence`, which repeats; 256 if by none.
+/// The cyclic shift, in cells, that turns the line into `sequence`; 256 if there is none.
 size_t CellsToMove(std::vector<float> line, const std::vector<float>& sequence) {
     size_t cells = 0;
     while (cells < 256 && line != sequence) {
@@ -197,13 +197,13 @@ size_t CellsToMove(std::vector<float> line, const std::vector<float>& sequence) 
     return cells;
 }
 
-TEST(SamplerValuesTogether, LinesAlongAllAxesButXAreOneSequenceMovedByEveryNumberOfCells) {
+TEST(SamplerValuesTogether, LinesAlongAllAxesButXAreShiftsOfOneSequence) {
     CStdRandomGenerator generator(1);
     const CFastNoise3 noise(&generator);
     for (const CBatchSampler& sampler : kBatchSamplers) {
         for (size_t axis = 0; axis < static_cast<size_t>(sampler.m_Dimension); ++axis) {
             if (sampler.m_Dimension == 1) {
-                continue; // there is but one line
+                continue; // there is only one line
             }
             const std::vector<float> sequence = LineAlong(noise, sampler, axis, 0);
             std::array<uint32_t, 257> lines{};
@@ -221,14 +221,14 @@ TEST(SamplerValuesTogether, LinesAlongAllAxesButXAreOneSequenceMovedByEveryNumbe
     }
 }
 
-// The weights of a cell's corners are the same on average, and every value has as many lattice points.
-TEST(SamplerValuesTogether, TheMeanOverAPeriodIsThatOfTheValues) {
+// On average all corners of a cell have the same weight, and all values have the same number of lattice
+// points.
+TEST(SamplerValuesTogether, TheMeanOverAPeriodIsTheMeanOfTheValues) {
     CStdRandomGenerator generator(1);
     const COpenNoise noise(&generator);
     const double mean = std::accumulate(noise.Basis(), noise.Basis() + 256, 0.0) / 256.0;
     for (const CBatchSampler& sampler : kBatchSamplers) {
-        // The middles of cells along the first two axes; along the others the field has this mean at every
-        // place.
+        // Cell centres along the first two axes; along the others the mean is the same everywhere.
         const uint32_t floats = static_cast<uint32_t>(sampler.m_Dimension);
         std::vector<float> positions(65536 * floats, 0.25f);
         for (uint32_t k = 0; k < 65536; ++k) {
@@ -243,7 +243,7 @@ TEST(SamplerValuesTogether, TheMeanOverAPeriodIsThatOfTheValues) {
     }
 }
 
-// The qualities among each other and single values known by hand.
+// The qualities compared with each other, and values computed by hand.
 
 float SampleOne(const CFastNoise3& noise, EQuality quality, int dimension, const float (&position)[4]) {
     for (const CBatchSampler& sampler : kBatchSamplers) {
@@ -279,18 +279,17 @@ TEST(SamplerValuesTogether, QualitiesAgreeAtLatticePointsAndDifferInside) {
     }
 }
 
-// A field in which a product and a sum meet whose fusing shows: the corners differ by 1 + 2^-12 and are
-// blended at (1 + 2^-12) / 2, where the exact product has one digit more than a float and cancels with the
-// lower corner.
+// A field that shows fused operations: the corners differ by 1 + 2^-12 and are blended at (1 + 2^-12) / 2,
+// where the exact product has one digit more than a float and cancels with the lower corner.
 TEST(SamplerValuesTogether, ProductAndSumAreNotFused) {
     const auto& P = Internal::kFastNoisePermutations;
     const float t = 0.5f + 0x1p-13f;
     for (const CBatchSampler& sampler : kBatchSamplers) {
         if (sampler.m_Quality != EQuality::kLinear) {
-            continue; // the fraction is the weight in linear quality alone
+            continue; // only in linear quality is the weight the fraction
         }
-        // Two neighbours along x, on the other axes at 0: the chain goes through P once more for each axis,
-        // up to 3D, where the last coordinate is added without.
+        // Two neighbours along x, at 0 on the other axes: each axis permutes once more, except the last one
+        // in 3D and 4D.
         const size_t lookUps = sampler.m_Dimension == 1 ? 0 : sampler.m_Dimension == 4 ? 2 : 1;
         size_t lower = 151;
         size_t upper = 160;
@@ -315,17 +314,17 @@ TEST(SamplerValuesTogether, ProductAndSumAreNotFused) {
     }
 }
 
-TEST(SamplerValuesTogether, OneDimensionalFirstCellLiesBetweenEntries151And160) {
+TEST(SamplerValuesTogether, TheFirstCellIn1DLiesBetweenEntries151And160) {
     const COpenNoise noise = EvenNoise();
     const float* const B = noise.Basis();
-    // At a quarter: the fades are 0.25, 0.15625 and 0.103515625, all exact.
+    // At 1/4, the fades are 0.25, 0.15625 and 0.103515625, all exact.
     const float quarter[4] = {0.25f, 0.0f, 0.0f, 0.0f};
     EXPECT_EQ(SampleOne(noise, EQuality::kLinear, 1, quarter), B[151] + (B[160] - B[151]) * 0.25f);
     EXPECT_EQ(SampleOne(noise, EQuality::kCubic, 1, quarter), B[151] + (B[160] - B[151]) * 0.15625f);
     EXPECT_EQ(SampleOne(noise, EQuality::kQuintic, 1, quarter), B[151] + (B[160] - B[151]) * 0.103515625f);
 }
 
-TEST(SamplerValuesTogether, OneDimensionalMinusAQuarterLiesInCell255) {
+TEST(SamplerValuesTogether, MinusAQuarterIn1DLiesInCell255) {
     const COpenNoise noise = EvenNoise();
     const float* const B = noise.Basis();
     const float position[4] = {-0.25f, 0.0f, 0.0f, 0.0f};
@@ -338,9 +337,9 @@ TEST(SamplerValuesTogether, OneDimensionalMinusAQuarterLiesInCell255) {
     }
 }
 
-// At -1e-10 the cell is 255 and the fraction rounds to 1, where every fade is 1: the blend goes all the way
-// from the lower side to the upper one, and rounds as it does.
-TEST(SamplerValuesTogether, JustBelowZeroTheUpperSideIsTaken) {
+// At -1e-10 the cell is 255 and the fraction rounds to 1, where every fade is 1: the blend is that from the
+// lower side all the way to the upper, rounded.
+TEST(SamplerValuesTogether, JustBelowZeroTheBlendReachesTheUpperSide) {
     const COpenNoise noise = EvenNoise();
     const auto& P = Internal::kFastNoisePermutations;
     const float* const B = noise.Basis();
@@ -359,7 +358,7 @@ TEST(SamplerValuesTogether, JustBelowZeroTheUpperSideIsTaken) {
     }
 }
 
-TEST(SamplerValuesTogether, AQuarterBelowZeroIsThreeQuartersIntoCell255) {
+TEST(SamplerValuesTogether, MinusAQuarterIsThreeQuartersIntoCell255) {
     const COpenNoise noise = EvenNoise();
     const auto& P = Internal::kFastNoisePermutations;
     const float* const B = noise.Basis();

@@ -1,8 +1,7 @@
 #pragma once
 
-// The noise and its gradient in plain scalar code, written straight from its definition and sharing nothing
-// with the module but the permutation table: what every sampler is compared with. P and B are the tables'
-// names in the definition.
+// Noise and gradient in plain scalar code, by definition: the reference for every sampler. It shares only the
+// permutation table with the module. P is the permutation table, B the basis.
 
 #include "lattice/permutations.h"
 #include "operations.h"
@@ -19,7 +18,7 @@ struct CCell {
     float m_Fraction;
 };
 
-/// Truncation toward zero that saturates, and gives 0 for not-a-number.
+/// Truncation toward zero, saturating; 0 for NaN.
 inline int32_t SaturatingTruncation(float x) {
     if (std::isnan(x)) {
         return 0;
@@ -36,7 +35,7 @@ inline int32_t SaturatingTruncation(float x) {
 inline CCell Split(float x) {
     const int32_t n = SaturatingTruncation(x);
     const float r = static_cast<float>(n);
-    // The correction is added even where it is 0, which makes the fraction of -0 a +0.
+    // Added even if 0, so that the fraction of -0 is +0.
     const uint32_t decrement = r > x ? 1 : 0;
     const float correction = r > x ? 1.0f : 0.0f;
     const float difference = x - r;
@@ -145,7 +144,7 @@ inline float Sample(const float* B, EQuality quality, const TVector<float, 4>& p
     const uint32_t bba = P[bb] + w.m_Coordinate;
     const uint32_t bbb = P[bb + 1] + w.m_Coordinate;
 
-    // The 3D blend of the corners on one side of w.
+    // The 3D blend on one side of w.
     const auto blend = [&](uint32_t side) {
         const float below =
             Lerp(Lerp(B[aaa + side], B[baa + side], fx), Lerp(B[aba + side], B[bba + side], fx), fy);
@@ -156,7 +155,7 @@ inline float Sample(const float* B, EQuality quality, const TVector<float, 4>& p
     return Lerp(blend(0), blend(1), fw);
 }
 
-/// The sample that `sampler` owes for the position at `bytes`, at any alignment.
+/// The expected sample of `sampler` for the position at `bytes`, at any alignment.
 inline float Sample(const float* B, const CBatchSampler& sampler, const void* bytes) {
     TVector<float, 4> position = {};
     std::memcpy(&position, bytes, sampler.PositionSize());
@@ -236,8 +235,7 @@ inline float Slope(EQuality quality, float t) {
     return 1.0f;
 }
 
-/// The gradient at a position that has been split, with the sums of the batch form or those of the single
-/// form.
+/// The gradient at a split position, with the order of summation of the batch or the single form.
 inline TVector<float, 3> Gradient(const float* B, EQuality quality, bool isBatch,
                                   const TVector<float, 3>& fractions, uint32_t i, uint32_t j, uint32_t k) {
     const auto& c = CornersOf(B, i, j, k).c;
@@ -262,6 +260,21 @@ inline TVector<float, 3> Gradient(const float* B, EQuality quality, bool isBatch
     return {Slope(quality, fractions.x) * lane(dx, v, exy, w, exz),
             Slope(quality, fractions.y) * lane(dy, w, eyz, u, exy),
             Slope(quality, fractions.z) * lane(dz, u, exz, v, eyz)};
+}
+
+inline TVector<float, 3> Gradient(const float* B, EQuality quality, bool isBatch, const CRecord& record) {
+    const auto& [fractions, cell] = record;
+    return Gradient(B, quality, isBatch, {fractions.x, fractions.y, fractions.z},
+                    static_cast<uint32_t>(cell.x), static_cast<uint32_t>(cell.y),
+                    static_cast<uint32_t>(cell.z));
+}
+
+/// The record of a position, with 0 for fourth components.
+inline CRecord RecordOf(float x, float y, float z) {
+    const CCell cells[] = {Split(x), Split(y), Split(z)};
+    return {{cells[0].m_Fraction, cells[1].m_Fraction, cells[2].m_Fraction, 0.0f},
+            {static_cast<int>(cells[0].m_Coordinate), static_cast<int>(cells[1].m_Coordinate),
+             static_cast<int>(cells[2].m_Coordinate), 0}};
 }
 
 } // namespace Vestrel::Reference

@@ -17,7 +17,7 @@
 
 namespace Vestrel {
 
-/// A noise object that shows its basis.
+/// A noise object with access to its basis.
 class COpenNoise : public CFastNoise3 {
 public:
     using CFastNoise3::_RefreshBasis;
@@ -29,7 +29,7 @@ public:
     }
 };
 
-/// A rotating object that shows its tables.
+/// A rotating object with access to its members.
 class COpenRotatable : public CRotatableFastNoise3 {
 public:
     using CFastNoise3::_RefreshBasis;
@@ -42,7 +42,7 @@ public:
     using CRotatableFastNoise3::m_SpinVariation;
 };
 
-/// Delivers given values, whatever the bounds, and keeps what it was asked for.
+/// Returns given values, whatever the bounds, and records the request.
 class CListGenerator final : public CAbstractRandomGenerator {
 public:
     explicit CListGenerator(const std::array<float, 256>& values) : m_Values(values) {}
@@ -62,8 +62,8 @@ public:
     int m_CallCount = 0;
 };
 
-/// Values from -1 to 1, evenly spread, so that their mean is 0, in the order of multiples of 91. Sums of them
-/// round, and neighbours differ by all sorts of amounts, so that any other order of operations shows.
+/// Evenly spaced values from -1 to 1, permuted by multiples of 91. Their mean is 0. Sums of them round and
+/// neighbours differ irregularly, so that tests notice another order of operations.
 inline std::array<float, 256> EvenValues() {
     std::array<float, 256> values;
     for (size_t k = 0; k < values.size(); ++k) {
@@ -78,8 +78,8 @@ inline COpenNoise EvenNoise() {
     return COpenNoise(&generator);
 }
 
-/// A coordinate of one of many kinds: random, integral, negative, tiny and denormal, large, infinite,
-/// not-a-number, and any bit pattern. Both numbers may be any.
+/// A coordinate of one of many kinds: random, integral, negative, tiny, denormal, large, infinite, NaN, or
+/// any bit pattern. `kind` and `bits` may be any numbers.
 inline float CoordinateOf(uint32_t kind, uint32_t bits) {
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
     constexpr float kNan = std::numeric_limits<float>::quiet_NaN();

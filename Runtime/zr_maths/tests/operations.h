@@ -1,7 +1,7 @@
 #pragma once
 
-// The samplers of the library as a table, which tests, pinned bits, fuzz targets and benchmarks walk. It
-// holds calls and nothing that is computed here: sources with flags of their own include it, too.
+// The table of samplers, for tests, pinned bits, fuzz targets and benchmarks. It contains calls only, no
+// arithmetic, because pinned_operations.cpp may be compiled with any flags.
 
 #include <zr_maths/maths_noise_fast.h>
 
@@ -13,11 +13,11 @@ namespace Vestrel {
 
 enum class EQuality { kLinear, kCubic, kQuintic };
 
-/// A position of the batch forms of gradients: fractions and cell.
+/// A split position for gradients in a batch: fractions and cell.
 using CRecord = TPair<TVector<float, 4>, TVector<int, 4>>;
 using CGradient = TVector<float, 4>;
 
-/// A sampler of many positions.
+/// A batch sampler.
 struct CBatchSampler {
     const char* m_Name;
     int m_Dimension;
@@ -59,9 +59,9 @@ inline constexpr CBatchSampler kBatchSamplers[] = {
     Batch<TVector<float, 4>, &CFastNoise3::SampleQuintic4D>("SampleQuintic4D", EQuality::kQuintic),
 };
 
-/// The other samplers of the 3D field, by quality.
+/// The other samplers of one quality, all in 3D.
 struct CPointSamplers {
-    const char* m_Name; // what their names end with
+    const char* m_Name; // the end of the samplers' names
     EQuality m_Quality;
     float (CFastNoise3::*m_Sample)(SIMD_Neon::Float4) const noexcept;
     SIMD_Neon::Float4 (CFastNoise3::*m_Coherent)(const SIMD_Neon::Float4*) const noexcept;

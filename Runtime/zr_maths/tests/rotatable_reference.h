@@ -1,6 +1,6 @@
 #pragma once
 
-// The rotating field by its definition, for its tests and for programs that have no test framework.
+// The rotating field by definition, for tests and for programs without a test framework.
 
 #include "noise_test_support.h"
 
@@ -29,8 +29,7 @@ inline CTable BitsOf(const float* table) {
     return bits;
 }
 
-/// Keeps what it was asked for, and delivers numbers that are evenly spread between the bounds, in the order
-/// of multiples of 37.
+/// Records requests and returns evenly spaced numbers between the bounds, permuted by multiples of 37.
 class CRecordingGenerator final : public CAbstractRandomGenerator {
 public:
     void FillRandomFloats(const TMemoryView<float>& view, float min, float max) override {
@@ -49,7 +48,7 @@ public:
     std::vector<CRequest> m_Requests;
 };
 
-/// The basis at `time`, put together from its parts by the definition.
+/// The basis at `time`, by definition.
 inline CTable ExpectedBasis(const COpenRotatable& noise, float time) {
     CTable expected;
     for (size_t k = 0; k < expected.size(); ++k) {

@@ -1,5 +1,4 @@
-// How much of the stack calls take, on a thread whose stack has been painted. The bounds are those of
-// docs/guarantees.md.
+// Stack use of calls, on a thread with a painted stack. The bounds are those of docs/guarantees.md.
 
 #include "noise_test_support.h"
 #include <zr_support_internal/selected_instruction_set.h>
@@ -26,7 +25,6 @@ using namespace Vestrel;
 #define VESTREL_HAS_FEATURE(feature) 0
 #endif
 
-// Sanitizers put zones around all variables.
 constexpr bool kIsSanitized =
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) ||                                         \
     VESTREL_HAS_FEATURE(address_sanitizer) || VESTREL_HAS_FEATURE(thread_sanitizer) ||                       \
@@ -52,11 +50,11 @@ CBounds Bounds() {
 #endif
 }
 
-/// How many bytes of a new thread's stack are not as they were painted after `operation`.
+/// Bytes of a new thread's stack that `operation` has changed, down to the lowest.
 size_t TouchedBytes(std::function<void()> operation) {
     constexpr size_t kSize = 1 << 20;
     constexpr unsigned char kPaint = 0xA5;
-    constexpr size_t kPage = 1 << 16; // the largest pages that there are on Linux
+    constexpr size_t kPage = 1 << 16; // the largest page size on Linux
     std::vector<unsigned char> memory(kSize + kPage, kPaint);
     const size_t offset = kPage - reinterpret_cast<uintptr_t>(memory.data()) % kPage;
     unsigned char* const stack = memory.data() + offset;
@@ -76,7 +74,7 @@ size_t TouchedBytes(std::function<void()> operation) {
     return static_cast<size_t>(stack + kSize - lowest);
 }
 
-/// Without what a thread takes by itself.
+/// Bytes used, without those of the thread itself.
 size_t BytesUsed(std::function<void()> operation) {
     return TouchedBytes(std::move(operation)) - TouchedBytes([] {});
 }
@@ -85,12 +83,12 @@ class StackUse : public testing::Test {
 protected:
     void SetUp() override {
         if (kIsSanitized) {
-            GTEST_SKIP() << "sanitizers put zones around all variables";
+            GTEST_SKIP() << "sanitizers put redzones around all variables";
         }
     }
 };
 
-TEST_F(StackUse, SeesWhatIsUsed) {
+TEST_F(StackUse, IsMeasured) {
     const size_t used = BytesUsed([] {
         unsigned char bytes[20000];
         asm volatile("" : : "r"(bytes) : "memory");

@@ -1,4 +1,4 @@
-// The library's own sources do without the protection, since their flags fuse nothing. Those of this one do.
+// Removes the protection against fusing, as in the library's own sources; but this file's flags do fuse.
 #define VESTREL_STRICT_ARITHMETIC 1
 
 #include "unpinned_caller.h"

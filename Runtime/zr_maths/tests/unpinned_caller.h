@@ -2,8 +2,7 @@
 
 namespace Vestrel {
 
-/// VerifyCallerArithmetic in a file whose compiler may fuse operations, and which takes the protection from
-/// them that they have there: as if it did not work.
+/// VerifyCallerArithmetic in a file that may fuse operations and removes the protection against it.
 bool VerifyUnpinnedCaller();
 
 } // namespace Vestrel

@@ -27,7 +27,7 @@ TEST(VerifyCallerArithmetic, HoldsInTheDefaultEnvironment) {
     EXPECT_TRUE(VerifyCallerArithmetic());
 }
 
-TEST(VerifyArithmetic, NoticesEveryOtherRounding) {
+TEST(VerifyArithmetic, DetectsOtherRoundingModes) {
     for (const int rounding : {FE_TOWARDZERO, FE_UPWARD, FE_DOWNWARD}) {
         if (std::fesetround(rounding) != 0) {
             GTEST_SKIP() << "this processor cannot round in mode " << rounding;
@@ -42,7 +42,7 @@ TEST(VerifyArithmetic, NoticesEveryOtherRounding) {
     }
 }
 
-TEST(VerifyCallerArithmetic, NoticesFusedOperations) {
+TEST(VerifyCallerArithmetic, DetectsFusedOperations) {
 #if defined(__x86_64__)
     if (!__builtin_cpu_supports("fma")) {
         GTEST_SKIP() << "this processor has no fused operations";
@@ -51,14 +51,14 @@ TEST(VerifyCallerArithmetic, NoticesFusedOperations) {
     EXPECT_FALSE(VerifyUnpinnedCaller());
 }
 
-/// What the library would make of a * b + c if values came to it, or back from it, in another way.
+/// a * b + c as computed if values were passed to the library with other lanes.
 template <int k0, int k1, int k2, int k3>
-Float4 WithTurnedArgument(const Float4* a, Float4 b, Float4 c) {
+Float4 WithShuffledArgument(const Float4* a, Float4 b, Float4 c) {
     return SIMD_Neon::_MultiplyAdd(a, SIMD_Neon::ShuffleLanes<k0, k1, k2, k3>(b), c);
 }
 
 template <int k0, int k1, int k2, int k3>
-Float4 WithTurnedResult(const Float4* a, Float4 b, Float4 c) {
+Float4 WithShuffledResult(const Float4* a, Float4 b, Float4 c) {
     return SIMD_Neon::ShuffleLanes<k0, k1, k2, k3>(SIMD_Neon::_MultiplyAdd(a, b, c));
 }
 
@@ -66,18 +66,20 @@ Float4 WithExchangedArguments(const Float4* a, Float4 b, Float4 c) {
     return SIMD_Neon::_MultiplyAdd(a, c, b);
 }
 
-TEST(VerifyCallerArithmetic, NoticesValuesThatDoNotComeAsTheyAre) {
-    EXPECT_TRUE(Internal::CallerArithmeticHolds(WithTurnedArgument<0, 1, 2, 3>));
-    EXPECT_FALSE(Internal::CallerArithmeticHolds(WithTurnedArgument<1, 2, 3, 0>));
-    EXPECT_FALSE(Internal::CallerArithmeticHolds(WithTurnedArgument<0, 1, 2, 2>)) << "the last lane is lost";
-    EXPECT_FALSE(Internal::CallerArithmeticHolds(WithTurnedResult<2, 3, 0, 1>));
-    EXPECT_FALSE(Internal::CallerArithmeticHolds(WithTurnedResult<0, 0, 2, 3>)) << "the second lane is lost";
+TEST(VerifyCallerArithmetic, DetectsChangedLanes) {
+    EXPECT_TRUE(Internal::CallerArithmeticHolds(WithShuffledArgument<0, 1, 2, 3>));
+    EXPECT_FALSE(Internal::CallerArithmeticHolds(WithShuffledArgument<1, 2, 3, 0>));
+    EXPECT_FALSE(Internal::CallerArithmeticHolds(WithShuffledArgument<0, 1, 2, 2>))
+        << "the last lane is lost";
+    EXPECT_FALSE(Internal::CallerArithmeticHolds(WithShuffledResult<2, 3, 0, 1>));
+    EXPECT_FALSE(Internal::CallerArithmeticHolds(WithShuffledResult<0, 0, 2, 3>))
+        << "the second lane is lost";
     EXPECT_FALSE(Internal::CallerArithmeticHolds(WithExchangedArguments));
 }
 
 #if defined(__SSE2__) || defined(__aarch64__)
 
-/// The register that says what becomes of denormals, and its modes.
+/// The control register for denormals, and its modes.
 #if defined(__SSE2__)
 using CControl = uint32_t;
 constexpr CControl kFlushResults = 0x8000;
@@ -106,7 +108,7 @@ void SetControl(CControl value) {
 }
 #endif
 
-TEST(VerifyArithmetic, NoticesWhatFlushesDenormals) {
+TEST(VerifyArithmetic, DetectsFlushedDenormals) {
     const CControl usual = Control();
     for (const CControl mode : kModes) {
         SetControl(usual | mode);
@@ -120,7 +122,7 @@ TEST(VerifyArithmetic, NoticesWhatFlushesDenormals) {
     }
 }
 
-TEST(VerifyArithmetic, SpeaksOfItsOwnThreadAlone) {
+TEST(VerifyArithmetic, ChecksOnlyItsOwnThread) {
     bool holdsThere = true;
     std::thread([&] {
         SetControl(Control() | kModes[0]);

@@ -1,5 +1,5 @@
-// The arcsine in full precision. That it is correctly rounded for every float there is, is shown by
-// stream_exhaustive_test.cpp.
+// The arcsine in full precision. stream_exhaustive_test.cpp shows that it is correctly rounded for every
+// float.
 
 #include "stream_test_support.h"
 
@@ -30,10 +30,10 @@ TEST(ArcSinStream, LanesGiveTheBitsOfOneFloat) {
     });
 }
 
-TEST(ArcSinStream, IsTheArcsineInDoubleRounded) {
+TEST(ArcSinStream, IsTheRoundedArcsineInDouble) {
     VisitFloats(ArcSinStream_Aligned16, [](const CStreamBlock& block) {
         for (size_t k = 0; k < kBlock; ++k) {
-            // Where double cannot tell, which is not the case for these, both neighbours would do.
+            // If double cannot decide, both neighbours are accepted; this does not happen for these floats.
             const double exact = std::asin(static_cast<double>(block.m_In[k]));
             ASSERT_EQ(CanonicalBits(block.m_Out[k]), CanonicalBits(static_cast<float>(exact)))
                 << std::hexfloat << block.m_In[k];
@@ -49,14 +49,14 @@ TEST(ArcSinStream, EndsAreHalfPi) {
     EXPECT_EQ(CanonicalBits(ArcSin(-0.0f)), CanonicalBits(-0.0f));
 }
 
-// Of all arcsines of floats this one is closest to the middle between two floats, 7e-10 units of the last
-// place away from it. A double cannot tell on which side; MPFR can.
-TEST(ArcSinStream, HoldsWhereRoundingIsHardest) {
+// Of all arcsines of floats, this one is closest to the midpoint between two floats: 7e-10 units in the last
+// place away. MPFR decides on which side; double cannot.
+TEST(ArcSinStream, RoundsTheHardestCaseCorrectly) {
     EXPECT_EQ(ArcSin(0x1.107434p-1f), 0x1.1f4b64p-1f);
 }
 
-// Arcsines that change when a coefficient is off by a millionth, by MPFR.
-TEST(ArcSinStream, NeedsItsCoefficientsToTheLastDigits) {
+// Arcsines that change if a coefficient changes by a millionth; expected values by MPFR.
+TEST(ArcSinStream, DependsOnTheLastDigitsOfItsCoefficients) {
     EXPECT_EQ(ArcSin(0x1.ba793ap-2f), 0x1.c98c18p-2f);
     EXPECT_EQ(ArcSin(0x1.18bb94p-1f), 0x1.2921fcp-1f);
     EXPECT_EQ(ArcSin(0x1.6fe272p-2f), 0x1.784bf4p-2f);
@@ -72,7 +72,7 @@ TEST(ArcSinStream, IsOddToTheBit) {
     });
 }
 
-TEST(ArcSinStream, SmallFloatsAreLeftAlone) {
+TEST(ArcSinStream, SmallFloatsAreUnchanged) {
     for (const float small : {0x1p-149f, 0x1.fffffcp-127f, 0x1p-126f, 1e-20f, 0x1.fffffep-13f}) {
         EXPECT_EQ(CanonicalBits(ArcSin(small)), CanonicalBits(small)) << std::hexfloat << small;
         EXPECT_EQ(CanonicalBits(ArcSin(-small)), CanonicalBits(-small)) << std::hexfloat << -small;
@@ -80,8 +80,8 @@ TEST(ArcSinStream, SmallFloatsAreLeftAlone) {
 }
 
 #if defined(__SSE2__)
-// A program may be linked so that what is computed is flushed; what is not computed is not.
-TEST(ArcSinStream, DenormalsAreLeftAloneWhereTheyAreFlushed) {
+// A program may be linked so that computed denormals are flushed; copied ones are not.
+TEST(ArcSinStream, DenormalsAreKeptWhileResultsAreFlushed) {
     constexpr uint32_t kBits[4] = {1, 0x80000001u, 0x007FFFFFu, 0x807FFFFFu};
     alignas(16) float in[4];
     alignas(16) float out[4];
@@ -99,7 +99,7 @@ TEST(ArcSinStream, DenormalsAreLeftAloneWhereTheyAreFlushed) {
 }
 #endif
 
-TEST(ArcSinStream, OutsideIsNotANumberInItsLaneAlone) {
+TEST(ArcSinStream, OutsideTheDomainOnlyItsLaneIsNan) {
     const float infinity = std::numeric_limits<float>::infinity();
     const float nan = std::numeric_limits<float>::quiet_NaN();
     for (const float outside : {0x1.000002p0f, 2.0f, 1e38f, infinity, nan}) {
@@ -117,7 +117,7 @@ TEST(ArcSinStream, OutsideIsNotANumberInItsLaneAlone) {
     }
 }
 
-TEST(ArcSinStream, TakesAnyMultipleOfFourAndWritesNothingElse) {
+TEST(ArcSinStream, WritesExactlyAnyMultipleOfFour) {
     float in[32];
     for (size_t k = 0; k < 32; ++k) {
         in[k] = (static_cast<float>(k) - 16.0f) / 16.0f;
@@ -125,7 +125,7 @@ TEST(ArcSinStream, TakesAnyMultipleOfFourAndWritesNothingElse) {
     ExpectMultiplesOfFour(ArcSinStream_Aligned16, ArcSin, in);
 }
 
-// The same bits everywhere: all configurations and platforms have to come to this.
+// One hash for all configurations and platforms.
 TEST(ArcSinStream, GivesTheSameBitsOnEveryPlatform) {
     EXPECT_EQ(HashOfStream(ArcSinStream_Aligned16), 0x2e17edbade06402du)
         << std::hex << HashOfStream(ArcSinStream_Aligned16);

@@ -1,6 +1,6 @@
 #pragma once
 
-// All bit patterns there are, a block at a time, for tests that leave none out.
+// All 32-bit patterns, a block at a time, for exhaustive tests.
 
 #include <zr_support_internal/canonical_bits.h>
 
@@ -14,27 +14,26 @@
 
 namespace Vestrel {
 
-/// How far it is from one visited pattern to the next. All of them take minutes, so that most builds visit
-/// one in nine. What is odd has no factor in common with the powers of two that patterns are made of: both
-/// signs and all exponents are visited, in each of these every ninth significand, and among those every value
-/// of the lowest bits as often as any other.
+/// The step between visited patterns. All patterns take minutes, so most builds visit one in nine. An odd
+/// step visits both signs and all exponents, every ninth significand in each, and all values of the lowest
+/// bits equally often.
 constexpr uint32_t kPatternStep = VESTREL_TESTS_VISIT_EVERY_FLOAT ? 1 : 9;
 
 constexpr uint32_t kPatternCount = 4096;
 
-/// What a test makes of a block.
+/// A test's results for a block.
 template <typename TValue>
 struct alignas(16) TPatternResults {
     std::array<TValue, kPatternCount> m_Values;
 };
 
-/// Some of the patterns, as they are and as floats.
+/// A block of patterns, as bits and as floats.
 struct CPatternBlock {
     alignas(16) std::array<uint32_t, kPatternCount> m_Bits;
     alignas(16) std::array<float, kPatternCount> m_Floats;
 
-    /// The patterns `first`, `first` + kPatternStep and so on, in an order turned by `turn` places: numbers
-    /// with many zeros at the end, like the whole ones, would otherwise all go to lane 0.
+    /// The patterns `first`, `first` + kPatternStep and so on, rotated by `turn` places: otherwise patterns
+    /// that end in many zeros, such as whole numbers, would all be in lane 0.
     void Fill(uint32_t first, uint32_t turn) {
         for (uint32_t k = 0; k < kPatternCount; ++k) {
             m_Bits[k] = first + (k + turn) % kPatternCount * kPatternStep;
@@ -43,8 +42,8 @@ struct CPatternBlock {
     }
 };
 
-/// Calls `visit(block)` until all patterns have been visited or a test has failed fatally. Behind the last
-/// pattern some are visited again, to fill the last block.
+/// Calls `visit(block)` until all patterns have been visited or a test has failed fatally. The last block
+/// visits some patterns again.
 template <typename TVisit>
 void VisitBitPatterns(const TVisit& visit) {
     static CPatternBlock block;
@@ -61,8 +60,8 @@ inline uint32_t CanonicalBits(int32_t value) {
     return static_cast<uint32_t>(value);
 }
 
-/// Holds what was made of a block to what is expected; `what` names it. All in one go, for a check of each
-/// would take longer than what is checked.
+/// Compares all results of a block at once, because GoogleTest is slower per check than the tested code.
+/// `what` names them.
 template <typename TValue>
 void ExpectSameBits(const CPatternBlock& block, const TPatternResults<TValue>& actual,
                     const TPatternResults<TValue>& expected, const char* what) {

@@ -1,7 +1,7 @@
 #pragma once
 
-// Runs what ends a program in a child process. GoogleTest's own death tests would do, but write to /tmp
-// whatever folder for temporary files they are given.
+// Runs code that ends the program in a child process. GoogleTest's death tests would do, but always write to
+// /tmp.
 
 #include <csignal>
 #include <cstdio>
@@ -9,7 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// Of the library that counts for coverage what is run, and not there in other builds.
+/// Defined by the coverage runtime, null in other builds.
 extern "C" [[gnu::weak]] void __gcov_dump();
 
 namespace Vestrel {
@@ -27,7 +27,7 @@ struct CChildResult {
     }
 };
 
-/// Saves what was counted for coverage, which ends as these children do would lose.
+/// Saves coverage counts, which would be lost by these exits.
 inline void _SaveCounts(int = 0) {
     if (__gcov_dump != nullptr) {
         __gcov_dump();
@@ -47,7 +47,7 @@ CChildResult RunInChild(const TCall& call) {
         dup2(ends[1], STDERR_FILENO);
         close(ends[0]);
         close(ends[1]);
-        std::signal(SIGABRT, _SaveCounts); // after which it aborts all the same
+        std::signal(SIGABRT, _SaveCounts); // the process still aborts afterwards
         call();
         _SaveCounts();
         _exit(0);

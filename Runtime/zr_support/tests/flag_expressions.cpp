@@ -1,6 +1,6 @@
-// Compiled once for each set of flags, with VESTREL_EXPRESSIONS as the name of the function. Nothing here or
-// in what is included may have a copy of its own in the program that another set of flags could share: all is
-// internal, or always inlined.
+// Compiled once per set of flags, with VESTREL_EXPRESSIONS as the name of the function. Everything here and
+// in included files must have internal linkage or be always inlined, so that the linker shares no copy
+// between sets of flags.
 
 #include "flag_expressions.h"
 
@@ -13,7 +13,7 @@ namespace {
 
 using namespace SIMD_Neon;
 
-/// The lanes of b * c, added up as a caller's own floats.
+/// The sum of the lanes of b * c, as a caller's own floats.
 float SumOfProducts(Float4 b, Float4 c) {
     const Float4 products = b * c;
     return ExtractLane<0>(products) + ExtractLane<1>(products);
@@ -47,7 +47,7 @@ constexpr CFlagExpression kExpressions[] = {
     {"the first two lanes of a * b, added as floats",
      [](const Float4* v) { return Float4(SumOfProducts(v[0], v[1])); }},
     {"the sum of 16 products", [](const Float4* v) { return SumOfAll(v); }},
-    // in another order
+    // reordered
     {"(a + b) - a", [](const Float4* v) { return (v[0] + v[1]) - v[0]; }},
     {"(a - b) + b", [](const Float4* v) { return (v[0] - v[1]) + v[1]; }},
     {"(a + 2^23) - 2^23", [](const Float4* v) { return (v[0] + Float4(0x1.8p23f)) - Float4(0x1.8p23f); }},
@@ -63,7 +63,7 @@ constexpr CFlagExpression kExpressions[] = {
      [](const Float4* v) { return PairwiseAdd(PairwiseAdd(v[0], v[1]), v[2]); }},
     {"ToFloat(bits of a) + ToFloat(bits of b)",
      [](const Float4* v) { return ToFloat(AsInts(v[0])) + ToFloat(AsInts(v[1])); }},
-    // left out
+    // removed
     {"a + 0", [](const Float4* v) { return v[0] + Float4(0.0f); }},
     {"0 + a", [](const Float4* v) { return Float4(0.0f) + v[0]; }},
     {"a - 0", [](const Float4* v) { return v[0] - Float4(0.0f); }},

@@ -1,7 +1,7 @@
 #pragma once
 
-// Expressions of four-lane values, of the kinds that compilers change if their flags allow it. They are
-// compiled several times, each time with other flags, and must give the same bits.
+// Expressions of four-lane values that compilers change if flags allow it. They are compiled with several
+// sets of flags and must give the same bits.
 
 #include <zr_support/simd_float4.h>
 

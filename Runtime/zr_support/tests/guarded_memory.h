@@ -1,6 +1,6 @@
 #pragma once
 
-// Memory between pages that must not be touched, for tests of what a call reads and writes.
+// Memory between guard pages, for tests of what a call reads and writes.
 
 #include <gtest/gtest.h>
 
@@ -23,19 +23,19 @@
 
 namespace Vestrel {
 
-/// Which of the pages something lies next to.
+/// The guard page that memory is next to.
 enum class EEdge { kBegin, kEnd };
 
 constexpr std::array<EEdge, 2> kEdges = {EEdge::kBegin, EEdge::kEnd};
 
-/// How far floats may be from a multiple of 16.
+/// Offsets of floats from multiples of 16.
 constexpr std::array<size_t, 4> kFloatOffsets = {0, 4, 8, 12};
 
 inline std::ostream& operator<<(std::ostream& stream, EEdge edge) {
     return stream << (edge == EEdge::kBegin ? "behind the first page" : "before the last page");
 }
 
-/// At least as much memory as asked for, between two pages that must not be touched.
+/// Memory of at least the requested size, between two guard pages.
 class CGuardedMemory {
 public:
     explicit CGuardedMemory(size_t size) : m_PageSize(static_cast<size_t>(sysconf(_SC_PAGESIZE))) {
@@ -65,8 +65,8 @@ public:
         return m_Begin + m_Size;
     }
 
-    /// The place for `size` bytes that is next to one of the pages, and `offset` bytes past a multiple of 16.
-    /// They touch the last page if that offset leads there.
+    /// The address of `size` bytes next to one of the guard pages, `offset` bytes past a multiple of 16. They
+    /// end exactly at the last page if the offset allows it.
     unsigned char* Place(EEdge edge, size_t size, size_t offset = 0) const {
         if (edge == EEdge::kBegin) {
             return m_Begin + offset;
@@ -75,7 +75,7 @@ public:
         return last - (reinterpret_cast<uintptr_t>(last) - offset) % 16;
     }
 
-    /// From now on writing is a fault, too.
+    /// Makes writes fault, too.
     void MakeReadOnly() const {
         EXPECT_EQ(mprotect(m_Begin, m_Size, PROT_READ), 0);
     }
@@ -86,13 +86,13 @@ private:
     unsigned char* m_Begin;
 };
 
-/// A float that has been written, so many bytes from the start of a view.
+/// A written float, at an offset in bytes from the start of a view.
 struct CWrittenFloat {
     size_t m_Offset;
     float m_Value;
 };
 
-/// Guarded memory full of floats between 1000 and 1300, which knows what has been written to it.
+/// Guarded memory filled with floats between 1000 and 1300, which detects writes.
 class CWatchedMemory : public CGuardedMemory {
 public:
     explicit CWatchedMemory(size_t size) : CGuardedMemory(size) {
@@ -103,18 +103,17 @@ public:
         Remember();
     }
 
-    /// What it holds now is what it should hold but for what is written from now on.
+    /// Takes the current contents as the unwritten state.
     void Remember() {
         m_Contents.assign(Begin(), End());
     }
 
-    /// What should be at `data`.
+    /// The unwritten contents at `data`.
     const unsigned char* ContentsAt(const unsigned char* data) const {
         return &m_Contents[static_cast<size_t>(data - Begin())];
     }
 
-    /// Whether of the bytes around `data` exactly the floats at `offsets` from it have been written. Puts
-    /// back what was there.
+    /// Whether exactly the floats at `offsets` from `data` have been written. Restores the contents.
     testing::AssertionResult HasWritten(unsigned char* data, const std::vector<size_t>& offsets) {
         for (const size_t offset : offsets) {
             const unsigned char* const before = ContentsAt(data) + offset;
@@ -126,8 +125,8 @@ public:
         return HoldsAfter(data, {});
     }
 
-    /// Whether the bytes around `data` are what they should be after `writes`, one after the other. Puts back
-    /// what was there.
+    /// Whether the bytes at and around `data` are those after `writes`, in their order. Restores the
+    /// contents.
     testing::AssertionResult HoldsAfter(unsigned char* data, const std::vector<CWrittenFloat>& writes) {
         size_t size = 0;
         for (const CWrittenFloat& write : writes) {
@@ -138,11 +137,12 @@ public:
         unsigned char* const first = data - before;
         unsigned char* const last = data + std::min(behind, End() - data);
         const unsigned char* const contents = ContentsAt(first);
-        std::vector<unsigned char> due(contents, contents + (last - first));
+        std::vector<unsigned char> expected(contents, contents + (last - first));
         for (const CWrittenFloat& write : writes) {
-            std::memcpy(&due[static_cast<size_t>(before) + write.m_Offset], &write.m_Value, sizeof(float));
+            std::memcpy(&expected[static_cast<size_t>(before) + write.m_Offset], &write.m_Value,
+                        sizeof(float));
         }
-        const auto [is, shouldBe] = std::mismatch(first, last, due.begin());
+        const auto [is, shouldBe] = std::mismatch(first, last, expected.begin());
         const testing::AssertionResult result = is == last ? testing::AssertionSuccess()
                                                            : testing::AssertionFailure()
                                                                  << "byte " << is - data << " is " << int{*is}
@@ -157,7 +157,7 @@ private:
     std::vector<unsigned char> m_Contents;
 };
 
-/// `count` distances of floats that are packed.
+/// The offsets of `count` packed floats.
 inline std::vector<size_t> PackedOffsets(size_t count) {
     std::vector<size_t> offsets(count);
     for (size_t k = 0; k < count; ++k) {
@@ -166,8 +166,8 @@ inline std::vector<size_t> PackedOffsets(size_t count) {
     return offsets;
 }
 
-/// While it lives, a fault ends the program, as it would anyway, but first says what went before. Describing
-/// may allocate: what faults is code that does not.
+/// During its lifetime, a fault ends the program with a description. The description may allocate because the
+/// tested code, which faults, does not.
 class CFaultReporter {
 public:
     using CDescription = std::function<void(std::ostream&)>;
@@ -184,7 +184,7 @@ public:
         sigaction(SIGSEGV, &m_Before, nullptr);
     }
 
-    /// What went before, for other failures.
+    /// The description, for other failures.
     static std::string Text() {
         std::ostringstream text;
         s_Describe(text);
@@ -196,7 +196,7 @@ public:
 
 private:
     static void Report(int, siginfo_t* info, void*) {
-        std::cerr << "touched memory that it must not, at " << info->si_addr << ": " << Text() << std::endl;
+        std::cerr << "invalid access at " << info->si_addr << ": " << Text() << std::endl;
         _exit(1);
     }
 

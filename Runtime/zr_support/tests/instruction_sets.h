@@ -8,7 +8,7 @@
 
 namespace Vestrel {
 
-/// Those that library and processor support, the widest first.
+/// The instruction sets that library and processor support, widest first.
 inline std::vector<EInstructionSet> SupportedInstructionSets() {
     std::vector<EInstructionSet> sets;
     for (auto set = static_cast<uint32_t>(Internal::SupportedInstructionSet()) + 1; set-- > 0;) {
@@ -17,7 +17,7 @@ inline std::vector<EInstructionSet> SupportedInstructionSets() {
     return sets;
 }
 
-/// Selects an instruction set, one of SupportedInstructionSets, while it lives.
+/// Selects one of SupportedInstructionSets during its lifetime.
 class CSelectedInstructionSet {
 public:
     explicit CSelectedInstructionSet(EInstructionSet set) {

@@ -14,7 +14,7 @@
 #include <sys/resource.h>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-// Sanitizers bring an allocator that ends the program on exhaustion, unless it is told not to.
+// The allocators of sanitizers abort on exhaustion by default.
 extern "C" const char* __asan_default_options() {
     return "allocator_may_return_null=1";
 }
@@ -30,7 +30,7 @@ using namespace Vestrel;
 constexpr Mem::EAllocType kType = static_cast<Mem::EAllocType>(0);
 constexpr Mem::EOrigin kOrigin = static_cast<Mem::EOrigin>(0);
 
-/// What the C library was last asked for.
+/// The last request to the C library.
 struct CRequest {
     size_t m_Alignment;
     size_t m_Size;
@@ -38,7 +38,7 @@ struct CRequest {
 
 } // namespace
 
-// In the place of the C library's, which takes sizes that the standard does not allow.
+// Replaces the C library's, which accepts sizes that the standard does not allow.
 extern "C" void* aligned_alloc(size_t alignment, size_t size) noexcept {
     s_Request = {alignment, size};
     void* block = nullptr;
@@ -60,7 +60,7 @@ TEST(MemAlloc, BlocksAreAlignedAndWritableToTheirEnd) {
     }
 }
 
-TEST(MemAlloc, AsksForTheLeastMultipleOfTheAlignment) {
+TEST(MemAlloc, RequestsTheSmallestMultipleOfTheAlignment) {
     for (const uint32_t alignment : {1u, 2u, 4u, 8u, 16u, 32u, 64u, 4096u}) {
         for (uint64_t size = 0; size < 200; ++size) {
             Mem::_RawFree(Mem::_RawAlloc(size, alignment, kType, kOrigin), kType, kOrigin);
@@ -75,9 +75,9 @@ TEST(MemAlloc, AsksForTheLeastMultipleOfTheAlignment) {
     }
 }
 
-TEST(MemAlloc, FreedMemoryCanBeHadAgain) {
+TEST(MemAlloc, FreedMemoryIsReused) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "sanitizers take more address space than can be limited";
+    GTEST_SKIP() << "sanitizers need more address space than the limit";
 #endif
     const CChildResult result = RunInChild([] {
         constexpr uint64_t kMebibyte = 1 << 20;
@@ -90,7 +90,7 @@ TEST(MemAlloc, FreedMemoryCanBeHadAgain) {
     EXPECT_TRUE(result.HasExitedWith(0)) << result.m_Errors;
 }
 
-TEST(MemAlloc, EmptyBlocksHaveAddressesOfTheirOwn) {
+TEST(MemAlloc, EmptyBlocksHaveDistinctAddresses) {
     void* const first = Mem::_RawAlloc(0, 32, kType, kOrigin);
     void* const second = Mem::_RawAlloc(0, 32, kType, kOrigin);
     EXPECT_NE(first, nullptr);
@@ -103,8 +103,8 @@ TEST(MemAlloc, FreeingNullIsAllowed) {
     Mem::_RawFree(nullptr, kType, kOrigin);
 }
 
-TEST(MemAlloc, ExhaustionIsSaidAndAborts) {
-    // As much as can be asked for, and a size that wraps to almost nothing when it is padded.
+TEST(MemAlloc, ExhaustionPrintsAMessageAndAborts) {
+    // The largest possible size, and a size that wraps to almost nothing when padded.
     const CChildResult huge = RunInChild([] { Mem::_RawAlloc(UINT64_MAX / 2, 32, kType, kOrigin); });
     EXPECT_TRUE(huge.WasKilledBy(SIGABRT));
     EXPECT_NE(huge.m_Errors.find(

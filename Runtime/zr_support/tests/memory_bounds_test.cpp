@@ -1,4 +1,4 @@
-// What the streams and the generator read and write of memory, shown with pages that must not be touched.
+// What streams and generator read and write, checked with guard pages.
 
 #include "guarded_memory.h"
 #include "stream_test_support.h"
@@ -35,15 +35,15 @@ void ExpectStreamStaysInside(CStream stream) {
     }
 }
 
-TEST(MemoryBounds, SinStreamTouchesItsFloatsAlone) {
+TEST(MemoryBounds, SinStreamAccessesOnlyItsFloats) {
     ExpectStreamStaysInside(SIMD_Neon::LowPrecision::SinStream_Aligned16);
 }
 
-TEST(MemoryBounds, ArcSinStreamTouchesItsFloatsAlone) {
+TEST(MemoryBounds, ArcSinStreamAccessesOnlyItsFloats) {
     ExpectStreamStaysInside(SIMD_Neon::FullPrecision::ArcSinStream_Aligned16);
 }
 
-TEST(MemoryBounds, GeneratorFillsTheViewAlone) {
+TEST(MemoryBounds, GeneratorWritesOnlyTheView) {
     CWatchedMemory view(kLastCount * sizeof(float));
     CStdRandomGenerator generator(1);
     for (uint32_t count = 0; count <= kLastCount; ++count) {

@@ -96,7 +96,7 @@ TYPED_TEST(ViewFromContainer, MayHaveNoElements) {
     ExpectMemory<double>(TypeParam(std::span<double>()), nullptr, 0);
 }
 
-/// Says that it has as many elements as it is told.
+/// Claims any number of elements.
 struct CHugeContainer {
     uint64_t m_Size;
     double m_Element = 0.0;

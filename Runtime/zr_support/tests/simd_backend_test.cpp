@@ -21,13 +21,12 @@ TEST(SimdBackend, NameIsThatOfTheConfiguration) {
     EXPECT_EQ(name == "SSE", VESTREL_SIMD_BACKEND_SSE == 1);
     EXPECT_EQ(name == "wasm", VESTREL_SIMD_BACKEND_WASM == 1);
     EXPECT_EQ(name == "portable", VESTREL_SIMD_BACKEND_PORTABLE == 1);
-    // And the type is that backend's: an array of lanes in plain C++, elsewhere the compiler's own for a
-    // register.
+    // The register type is that of the backend: an array of lanes in plain C++, a compiler's type elsewhere.
     static_assert(TMadeOfLanes<Float4> == (VESTREL_SIMD_BACKEND_PORTABLE == 1));
     std::printf("backend: %s\n", name.c_str());
 }
 
-TEST(SimdBackend, LanesCrossIntoTheLibraryInOrder) {
+TEST(SimdBackend, LanesReachTheLibraryInOrder) {
     const TVector<float, 4> lanes = _LanesAsReceived(Float4(1.0f, 2.0f, 3.0f, 4.0f));
     EXPECT_EQ(lanes.x, 1.0f);
     EXPECT_EQ(lanes.y, 2.0f);
@@ -35,7 +34,7 @@ TEST(SimdBackend, LanesCrossIntoTheLibraryInOrder) {
     EXPECT_EQ(lanes.w, 4.0f);
 }
 
-TEST(SimdBackend, LanesComeBackFromTheLibraryInOrder) {
+TEST(SimdBackend, LanesReturnFromTheLibraryInOrder) {
     const Float4 factor(1.0f, 2.0f, 3.0f, 4.0f);
     const Float4 result =
         _MultiplyAdd(&factor, Float4(5.0f, 6.0f, 7.0f, 8.0f), Float4(0.5f, 0.25f, -1.0f, 0.0f));

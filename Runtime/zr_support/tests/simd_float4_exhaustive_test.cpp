@@ -1,4 +1,4 @@
-// The conversions of four lanes, for every float and every integer there is.
+// The conversions of four lanes, for every float and every integer.
 
 #include "bit_patterns.h"
 
@@ -17,7 +17,7 @@ using namespace Vestrel::SIMD_Neon;
 
 constexpr uint32_t kInfinity = 0x7F800000u;
 
-/// The conversion by its definition, worked out from the bits without any instruction that converts.
+/// The conversion by definition, computed from the bits without a conversion instruction.
 int32_t TruncationOfBits(uint32_t bits) {
     const uint32_t magnitude = bits & 0x7FFFFFFFu;
     const uint32_t exponent = magnitude >> 23;
@@ -34,7 +34,7 @@ int32_t TruncationOfBits(uint32_t bits) {
     return isNegative ? -static_cast<int32_t>(whole) : static_cast<int32_t>(whole);
 }
 
-TEST(SimdFloat4Exhaustive, EveryFloatIsTruncatedAsItsBitsSay) {
+TEST(SimdFloat4Exhaustive, EveryFloatIsTruncatedByDefinition) {
     static TPatternResults<int32_t> expected, truncated, truncatedNumbers;
     VisitBitPatterns([](const CPatternBlock& block) {
         for (size_t k = 0; k < kPatternCount; k += 4) {
@@ -46,7 +46,7 @@ TEST(SimdFloat4Exhaustive, EveryFloatIsTruncatedAsItsBitsSay) {
             expected.m_Values[k] = TruncationOfBits(block.m_Bits[k]);
         }
         ExpectSameBits(block, truncated, expected, "TruncateToInt");
-        // Of not-a-number the second form may make anything.
+        // The second form may give anything for NaN.
         for (size_t k = 0; k < kPatternCount; ++k) {
             truncatedNumbers.m_Values[k] = (block.m_Bits[k] & 0x7FFFFFFFu) > kInfinity
                                                ? expected.m_Values[k]
@@ -56,7 +56,7 @@ TEST(SimdFloat4Exhaustive, EveryFloatIsTruncatedAsItsBitsSay) {
     });
 }
 
-// In double every integer is exact, so that only the second step rounds.
+// Integers are exact in double, so only the second conversion rounds.
 TEST(SimdFloat4Exhaustive, EveryIntegerConvertsToTheNearestFloat) {
     static TPatternResults<float> expected, converted;
     VisitBitPatterns([](const CPatternBlock& block) {

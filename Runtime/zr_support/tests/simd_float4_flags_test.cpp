@@ -1,5 +1,5 @@
-// The operations on four-lane values in files that were compiled with flags by which compilers may change
-// arithmetic: the bits have to be those of a file that was compiled without.
+// Operations on four-lane values have the same bits in files compiled with flags that let compilers change
+// arithmetic, and in a file without.
 
 #include "flag_expressions.h"
 #include <zr_support_internal/canonical_bits.h>
@@ -50,7 +50,7 @@ class SimdFloat4Flags : public testing::TestWithParam<CFlags> {};
 INSTANTIATE_TEST_SUITE_P(All, SimdFloat4Flags, testing::ValuesIn(kFlags),
                          [](const auto& instance) { return std::string(instance.param.m_Name); });
 
-/// Floats whose sums round and cancel; for half of the trials with special ones and any bits among them.
+/// Floats whose sums round and cancel; half of the trials include special values and any bits.
 class CValues {
 public:
     Float4 Next(bool isPlain) {

@@ -34,7 +34,7 @@ CBits BitsOf(int32_t a, int32_t b, int32_t c, int32_t d) {
             static_cast<uint32_t>(d)};
 }
 
-/// The same value, but not one that a compiler can know.
+/// The same value, hidden from the compiler.
 float AtRunTime(float value) {
     volatile float hidden = value;
     return hidden;
@@ -51,7 +51,7 @@ constexpr float kLargestDenormal = 0x1.fffffcp-127f;
 constexpr int32_t kIntMax = INT32_MAX;
 constexpr int32_t kIntMin = INT32_MIN;
 
-TEST(SimdFloat4, TypeKeepsItsPromises) {
+TEST(SimdFloat4, TypesAreTrivial) {
     static_assert(sizeof(Float4) == 16 && alignof(Float4) == 16);
     static_assert(std::is_trivially_copyable_v<Float4>);
     static_assert(std::is_default_constructible_v<Float4>);
@@ -82,7 +82,7 @@ TEST(SimdFloat4, LoadsKeepEveryBitPattern) {
         for (uint32_t& word : source) {
             word = static_cast<uint32_t>(random());
         }
-        source[trial % 8] = 0x7F800001u; // a signalling not-a-number
+        source[trial % 8] = 0x7F800001u; // a signalling NaN
         EXPECT_EQ(BitsOf(LoadAligned(source)), (CBits{source[0], source[1], source[2], source[3]}));
         EXPECT_EQ(BitsOf(LoadPair(source + 3)), (CBits{source[3], source[4], 0, 0}));
         EXPECT_EQ(BitsOf(LoadTwoPairs(source + 5, source + 2)),
@@ -98,7 +98,7 @@ TEST(SimdFloat4, LoadsKeepEveryBitPattern) {
     }
 }
 
-TEST(SimdFloat4, StoresWriteTheirSixteenBytesAndNoOthers) {
+TEST(SimdFloat4, StoresWriteExactlySixteenBytes) {
     const Float4 value = AtRunTime(1.0f, -0.0f, kDenormal, 4.0f);
     for (size_t offset = 0; offset <= 16; ++offset) {
         alignas(16) unsigned char target[32];
@@ -124,13 +124,13 @@ TEST(SimdFloat4, InterleavedLoadGivesOneValuePerComponent) {
     EXPECT_EQ(BitsOf(loaded.m_Z), BitsOf(2.0f, 12.0f, 22.0f, 32.0f));
 }
 
-TEST(SimdFloat4, ArithmeticIsThatOfFloats) {
+TEST(SimdFloat4, ArithmeticEqualsThatOfFloats) {
     std::mt19937 random(2);
     for (int trial = 0; trial < 20000; ++trial) {
         std::array<float, 4> a;
         std::array<float, 4> b;
         for (size_t lane = 0; lane < 4; ++lane) {
-            // Exponents near each other, so that sums round and cancel, and near the denormals now and then.
+            // Exponents close to each other, so that sums round and cancel; some close to denormals.
             const int exponent = trial % 2 == 0 ? 0 : -140;
             a[lane] = std::ldexp(static_cast<float>(random() % 0x2000000) - 16777216.0f, exponent);
             b[lane] = std::ldexp(static_cast<float>(random() % 0x2000000) - 16777216.0f, exponent - 3);
@@ -164,10 +164,10 @@ TEST(SimdFloat4, ArithmeticKeepsDenormals) {
         BitsOf(0x1p-127f, kDenormal, 2.0f * kDenormal, kDenormal));
 }
 
-// With x = 1 + 2^-12, x * x is 1 + 2^-11 + 2^-24, whose last digit is lost when the product is rounded: the
-// sum with -(1 + 2^-11) is 0, and 2^-24 where the two operations are fused.
+// With x = 1 + 2^-12, x * x is 1 + 2^-11 + 2^-24, whose last digit is lost in rounding: the sum with -(1 +
+// 2^-11) is 0, or 2^-24 if the two operations are fused.
 TEST(SimdFloat4, ProductAndSumAreNotFused) {
-    // Anew for each expression: a product that is used twice would not be fused anyway.
+    // One product per expression: compilers do not fuse a product that is used twice.
     const auto factor = [] { return Float4(AtRunTime(1.0f + 0x1p-12f)); };
     const auto addend = [] { return Float4(AtRunTime(-1.0f - 0x1p-11f)); };
     const Float4 first = factor();
@@ -182,7 +182,7 @@ TEST(SimdFloat4, IntegerAdditionWraps) {
     EXPECT_EQ(BitsOf(Int4(kIntMax, kIntMin, -1, 5) + Int4(1, -1, 1, -9)), BitsOf(kIntMin, kIntMax, 0, -4));
 }
 
-/// Inlined, so that compilers see the literals of a call as constants; and then once more at run time.
+/// Checks once with constants (inlined, so compilers see the literals) and once at run time.
 [[gnu::always_inline]] inline void ExpectTruncation(float a, float b, float c, float d, CBits expected) {
     EXPECT_EQ(BitsOf(TruncateToInt(Float4(a, b, c, d))), expected)
         << "constants " << a << ' ' << b << ' ' << c << ' ' << d;
@@ -206,17 +206,17 @@ TEST(SimdFloat4, ConversionSaturatesBeyondTheIntegers) {
     ExpectTruncation(0x1p63f, -0x1p63f, 0x1p64f, -0x1p64f, BitsOf(kIntMax, kIntMin, kIntMax, kIntMin));
 }
 
-TEST(SimdFloat4, ConversionOfNotANumberGivesZero) {
+TEST(SimdFloat4, ConversionOfNanGivesZero) {
     ExpectTruncation(kNan, -kNan, 1.0f, kNan, BitsOf(0, 0, 1, 0));
     ExpectTruncation(std::numeric_limits<float>::signaling_NaN(), 2.0f, kNan, -3.0f, BitsOf(0, 2, 0, -3));
 }
 
-TEST(SimdFloat4, ConversionTellsTheLastNotANumberFromInfinity) {
+TEST(SimdFloat4, ConversionDistinguishesNanFromInfinity) {
     alignas(16) const uint32_t bits[4] = {0x7F800001u, 0xFF800001u, 0x7F800000u, 0xFF800000u};
     EXPECT_EQ(BitsOf(TruncateToInt(LoadAligned(bits))), BitsOf(0, 0, kIntMax, kIntMin));
 }
 
-TEST(SimdFloat4, ConversionOfNumbersIsTheSameWithoutTheCareForNotANumber) {
+TEST(SimdFloat4, BothConversionsAgreeForNumbers) {
     std::mt19937 random(3);
     for (int trial = 0; trial < 100000; ++trial) {
         const float value = std::bit_cast<float>(static_cast<uint32_t>(random()));
@@ -259,20 +259,20 @@ TEST(SimdFloat4, ShiftMovesBitsAndFillsWithZeros) {
     EXPECT_EQ(BitsOf(ShiftLeft<1>(Int4(1, kIntMax, -1, kIntMin))), BitsOf(2, -2, -2, 0));
 }
 
-TEST(SimdFloat4, AllTrueTakesAllFour) {
+TEST(SimdFloat4, AllTrueNeedsAllLanes) {
     for (int lanes = 0; lanes < 16; ++lanes) {
         const Int4 mask(-(lanes & 1), -(lanes >> 1 & 1), -(lanes >> 2 & 1), -(lanes >> 3 & 1));
         EXPECT_EQ(AllTrue(mask), lanes == 15) << lanes;
     }
 }
 
-TEST(SimdFloat4, BitsOfFloatsAndIntegersAreTheSame) {
+TEST(SimdFloat4, BitCastsKeepBits) {
     EXPECT_EQ(BitsOf(AsInts(AtRunTime(1.0f, -0.0f, kNan, kDenormal))), BitsOf(1.0f, -0.0f, kNan, kDenormal));
     EXPECT_EQ(BitsOf(AsFloats(Int4(kIntMin, kIntMax, 0, 0x3F800000))),
               BitsOf(kIntMin, kIntMax, 0, 0x3F800000));
 }
 
-TEST(SimdFloat4, LanesMoveUnchanged) {
+TEST(SimdFloat4, LaneMovementKeepsBits) {
     const Float4 a(1.0f, 2.0f, 3.0f, 4.0f);
     const Float4 b(5.0f, 6.0f, 7.0f, 8.0f);
     EXPECT_EQ(BitsOf(BroadcastLane<0>(a)), BitsOf(1.0f, 1.0f, 1.0f, 1.0f));
@@ -287,7 +287,7 @@ TEST(SimdFloat4, LanesMoveUnchanged) {
     EXPECT_EQ(BitsOf(DeinterleaveOdd(a, b)), BitsOf(2.0f, 4.0f, 6.0f, 8.0f));
 }
 
-TEST(SimdFloat4, TransposeMakesRowsOfColumns) {
+TEST(SimdFloat4, TransposeTurnsRowsIntoColumns) {
     const Float4x4 transposed =
         Transpose(Float4(1.0f, 2.0f, 3.0f, 4.0f), Float4(5.0f, 6.0f, 7.0f, 8.0f),
                   Float4(9.0f, 10.0f, 11.0f, 12.0f), Float4(13.0f, 14.0f, 15.0f, 16.0f));
@@ -297,7 +297,7 @@ TEST(SimdFloat4, TransposeMakesRowsOfColumns) {
     EXPECT_EQ(BitsOf(transposed.m_Rows[3]), BitsOf(4.0f, 8.0f, 12.0f, 16.0f));
 }
 
-TEST(SimdFloat4, SingleLanesComeAndGo) {
+TEST(SimdFloat4, SingleLanesAreExtractedAndInserted) {
     const Float4 floats = AtRunTime(1.0f, -0.0f, 3.0f, kDenormal);
     EXPECT_EQ(ExtractLane<0>(floats), 1.0f);
     EXPECT_EQ(std::bit_cast<uint32_t>(ExtractLane<1>(floats)), 0x80000000u);

@@ -1,5 +1,4 @@
-// The sine in reduced precision. That it keeps its promises for every float there is, is shown by
-// stream_exhaustive_test.cpp.
+// The sine in reduced precision. stream_exhaustive_test.cpp checks its promises for every float.
 
 #include "stream_test_support.h"
 
@@ -57,7 +56,7 @@ TEST(SinStream, ZerosKeepTheirSign) {
     EXPECT_EQ(CanonicalBits(Sin(-0.0f)), CanonicalBits(-0.0f));
 }
 
-TEST(SinStream, InfinitiesAndNotANumberGiveNotANumberInTheirLaneAlone) {
+TEST(SinStream, InfinitiesAndNanAffectOnlyTheirLane) {
     for (const float bad : {kInfinity, -kInfinity, kNan, -kNan}) {
         for (size_t lane = 0; lane < 4; ++lane) {
             alignas(16) float in[4] = {1.0f, 1e30f, -2.0f, -1e5f};
@@ -72,8 +71,7 @@ TEST(SinStream, InfinitiesAndNotANumberGiveNotANumberInTheirLaneAlone) {
     }
 }
 
-/// The sine of an angle by the stream, in `lane` beside near and far ones; not a number if that changes
-/// theirs.
+/// The stream's sine of an angle in `lane`, next to near and far angles; NaN if their sines change.
 float SinInLane(float angle, uint32_t lane) {
     alignas(16) float in[4] = {1.0f, 1e6f, -2.0f, -1e30f};
     alignas(16) float out[4];
@@ -87,8 +85,8 @@ float SinInLane(float angle, uint32_t lane) {
     return out[lane];
 }
 
-// Where angles begin to be reduced in another way, and where half turns are counted up.
-TEST(SinStream, HoldsWhereTheWayOfReductionChanges) {
+// Around 2^14, where Payne-Hanek reduction begins, and where the number of half turns changes.
+TEST(SinStream, IsAccurateWhereTheReductionChanges) {
     for (const float centre :
          {0x1p14f, 1.5707964f, 3.1415927f, 4.712389f, 6.2831855f, 5213.5f * 3.1415927f}) {
         float angle = centre;
@@ -107,21 +105,21 @@ TEST(SinStream, HoldsWhereTheWayOfReductionChanges) {
     }
 }
 
-// There the two ways differ by a bit, so that this one says which of them is taken.
-TEST(SinStream, TheFirstFarAngleIsReducedAsOne) {
+// Both reductions differ by one bit here, which shows which one is used.
+TEST(SinStream, TheFirstFarAngleUsesPayneHanekReduction) {
     EXPECT_EQ(Sin(16384.0f), -0x1.1eb04p-1f) << std::hexfloat << Sin(16384.0f);
     EXPECT_EQ(SinInLane(16384.0f, 2), -0x1.1eb04p-1f) << std::hexfloat << SinInLane(16384.0f, 2);
 }
 
-// Of all floats 16367173 * 2^72 lies closest to a multiple of pi/2, some 2^-29 away (J.-M. Muller,
-// "Elementary Functions", on range reduction).
-TEST(SinStream, HoldsForTheHardestAngles) {
+// Of all floats, 16367173 * 2^72 is closest to a multiple of pi/2, about 2^-29 away (J.-M. Muller,
+// "Elementary Functions", chapter on range reduction).
+TEST(SinStream, IsAccurateForTheHardestAngles) {
     for (const float angle : {16367173.0f * 0x1p72f, 0x1.fffffep127f, 0x1p127f, 0x1p120f}) {
         EXPECT_NEAR(Sin(angle), std::sin(static_cast<double>(angle)), 4e-7) << std::hexfloat << angle;
     }
 }
 
-TEST(SinStream, TakesAnyMultipleOfFourAndWritesNothingElse) {
+TEST(SinStream, WritesExactlyAnyMultipleOfFour) {
     float in[32];
     for (size_t k = 0; k < 32; ++k) {
         in[k] = static_cast<float>(k) * (k % 3 == 0 ? 0.7f : 3e6f);
@@ -129,7 +127,7 @@ TEST(SinStream, TakesAnyMultipleOfFourAndWritesNothingElse) {
     ExpectMultiplesOfFour(SinStream_Aligned16, Sin, in);
 }
 
-// The same bits everywhere: all configurations and platforms have to come to this.
+// One hash for all configurations and platforms.
 TEST(SinStream, GivesTheSameBitsOnEveryPlatform) {
     EXPECT_EQ(HashOfStream(SinStream_Aligned16), 0xb72197ddf678ce0au)
         << std::hex << HashOfStream(SinStream_Aligned16);

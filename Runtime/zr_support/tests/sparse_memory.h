@@ -1,6 +1,6 @@
 #pragma once
 
-// Views of many GiB for tests, which take next to no memory. For 64-bit addresses.
+// Views of many GiB for tests, with almost no memory. For 64-bit addresses.
 
 #include <cstddef>
 #include <cstdio>
@@ -10,7 +10,7 @@
 
 namespace Vestrel {
 
-/// Addresses without memory. Whatever touches them faults, but for the places that Use has made usable.
+/// Addresses without memory. All accesses fault, except at places that Use has mapped.
 class CSparseMemory {
 public:
     explicit CSparseMemory(size_t size) : m_Size(size) {
@@ -31,8 +31,7 @@ public:
         return m_Begin;
     }
 
-    /// The place of `size` bytes at `offset`, which from now on can be read and written, as the rest of its
-    /// pages can.
+    /// Maps the pages of `size` bytes at `offset` and returns their address.
     unsigned char* Use(size_t offset, size_t size) const {
         const size_t first = offset / PageSize() * PageSize();
         StopUnless(mprotect(m_Begin + first, offset - first + size, PROT_READ | PROT_WRITE) == 0);
@@ -56,8 +55,8 @@ private:
     unsigned char* m_Begin;
 };
 
-/// `period` bytes of memory, a multiple of the size of pages, again and again: what is written to one address
-/// is read from all that are whole periods away.
+/// `period` bytes of memory, a multiple of the page size, mapped repeatedly: a write to one address appears
+/// at all addresses that are multiples of the period away.
 class CRepeatedMemory : public CSparseMemory {
 public:
     CRepeatedMemory(size_t size, size_t period) : CSparseMemory((size / period + 1) * period) {

@@ -19,15 +19,15 @@ std::vector<float> Draw(uint32_t seed, uint32_t count, float min, float max) {
     return values;
 }
 
-/// What one output of the engine becomes on [0, 1): its upper 24 bits over 2^24.
+/// An output of the engine as a number in [0, 1): its upper 24 bits / 2^24.
 float UnitFloat(uint32_t bits) {
     return static_cast<float>(bits >> 8) / 16777216.0f;
 }
 
 TEST(StdRandomGenerator, FollowsThePublishedSequenceOfTheEngine) {
-    // The C++ standard gives the 10000th output for the default seed 5489: 4123659995.
+    // The C++ standard specifies the 10000th output for the default seed 5489: 4123659995.
     EXPECT_EQ(Draw(5489, 10000, 0.0f, 1.0f).back(), UnitFloat(4123659995u));
-    // The first outputs of MT19937 for the seed 1, as init_genrand(1) of its authors' code gives them.
+    // The first outputs of MT19937 after init_genrand(1) of its authors' code.
     const std::vector<float> values = Draw(1, 3, 0.0f, 1.0f);
     EXPECT_EQ(values[0], UnitFloat(1791095845u));
     EXPECT_EQ(values[1], UnitFloat(4282876139u));
@@ -39,7 +39,7 @@ TEST(StdRandomGenerator, SameSeedGivesTheSameBits) {
     EXPECT_NE(Draw(77, 256, -1.0f, 1.0f), Draw(78, 256, -1.0f, 1.0f));
 }
 
-TEST(StdRandomGenerator, SequenceGoesOnFromCallToCall) {
+TEST(StdRandomGenerator, SequenceContinuesAcrossCalls) {
     CStdRandomGenerator generator(3);
     std::vector<float> values(20);
     generator.FillRandomFloats({values.data(), 7}, -1.0f, 1.0f);
@@ -47,7 +47,7 @@ TEST(StdRandomGenerator, SequenceGoesOnFromCallToCall) {
     EXPECT_EQ(values, Draw(3, 20, -1.0f, 1.0f));
 }
 
-TEST(StdRandomGenerator, BasisIntervalHitsTheGridExactly) {
+TEST(StdRandomGenerator, ValuesInMinusOneToOneAreExact) {
     // On [-1, 1] the value is 2u - 1 without rounding.
     const std::vector<float> unit = Draw(9, 1000, 0.0f, 1.0f);
     const std::vector<float> basis = Draw(9, 1000, -1.0f, 1.0f);
@@ -65,7 +65,7 @@ TEST(StdRandomGenerator, NeverLeavesTheInterval) {
                                   {0.9f * FLT_MAX, FLT_MAX},
                                   {0.0f, 0.0f},
                                   {5.0f, 5.0f},
-                                  {0.1f, 0.1f}, // which the weighted sum leaves without care
+                                  {0.1f, 0.1f}, // the weighted sum leaves these without clamping
                                   {-0x1p-149f, 0x1p-149f}};
     for (const auto& interval : intervals) {
         for (const float value : Draw(11, 20000, interval[0], interval[1])) {
@@ -75,7 +75,7 @@ TEST(StdRandomGenerator, NeverLeavesTheInterval) {
     }
 }
 
-// -0 * (1 - u) + 0 * u is +0, which equals both bounds and is put back to neither.
+// -0 * (1 - u) + 0 * u is +0, which equals both bounds and is not clamped.
 TEST(StdRandomGenerator, BetweenZerosOfTwoSignsIsPlusZero) {
     for (const auto& [min, max] : {std::pair(-0.0f, 0.0f), std::pair(0.0f, -0.0f)}) {
         for (const float value : Draw(7, 100, min, max)) {
@@ -109,9 +109,9 @@ uint64_t HashOf(const std::vector<float>& values) {
     return hash;
 }
 
-// Hashes of a program that works them out from the published engine in exact rational arithmetic, rounding
-// each operation to float. On the second interval a fused operation shows.
-TEST(StdRandomGenerator, DrawsTheSameValuesEverywhere) {
+// Hashes by a program that computes the values from the published engine in exact rational arithmetic, with
+// each operation rounded to float. The second interval shows fused operations.
+TEST(StdRandomGenerator, GivesTheSameBitsOnEveryPlatform) {
     EXPECT_EQ(HashOf(Draw(1, 256, -1.0f, 1.0f)), 0x2fa03e27de570a9bu);
     EXPECT_EQ(HashOf(Draw(1, 256, 5.654867172241211f, 6.911503791809082f)), 0x2a5ba269ffe99478u);
 }

@@ -1,4 +1,4 @@
-// The streams, for every float there is.
+// The streams, for every float.
 
 #include "instruction_sets.h"
 #include "stream_test_support.h"
@@ -38,7 +38,7 @@ void ExpectOdd(CStream stream, const CStreamBlock& block) {
     }
 }
 
-/// The arcsine that MPFR rounds to float.
+/// The arcsine by MPFR, correctly rounded.
 float ArcSinByMpfr(float x) {
     mpfr_t value;
     mpfr_init2(value, 24);
@@ -49,8 +49,8 @@ float ArcSinByMpfr(float x) {
     return result;
 }
 
-// What the C library's double says, which is off by less than 2^-51 of its value, is enough to round nearly
-// all of them; those that it leaves open are left to MPFR.
+// The C library's double has a relative error below 2^-51, enough to round nearly all arcsines; MPFR decides
+// the others.
 TEST(ArcSinStreamExhaustive, IsCorrectlyRoundedForEveryFloat) {
     static CStreamBlock block;
     int openCount = 0;
@@ -69,15 +69,15 @@ TEST(ArcSinStreamExhaustive, IsCorrectlyRoundedForEveryFloat) {
         }
         ExpectOdd(ArcSinStream_Aligned16, block);
     }
-    EXPECT_GT(openCount, 0) << "the double never left one open, which would be a wonder";
+    EXPECT_GT(openCount, 0) << "double decided all arcsines, which is unlikely";
     EXPECT_LT(openCount, 1000);
-    // MPFR agrees where there is nothing to doubt.
+    // MPFR agrees in easy cases.
     for (const float x : {0.1f, 0.5f, 0.75f, 1.0f}) {
         EXPECT_EQ(ArcSinByMpfr(x), static_cast<float>(std::asin(static_cast<double>(x))));
     }
 }
 
-TEST(ArcSinStreamExhaustive, EveryFloatOutsideIsNotANumber) {
+TEST(ArcSinStreamExhaustive, EveryFloatOutsideTheDomainGivesNan) {
     static CStreamBlock block;
     const uint32_t first = std::bit_cast<uint32_t>(1.0f) + 1;
     for (uint64_t bits = first; bits < 0x80000000u; bits += kBlock) {
@@ -105,10 +105,9 @@ struct CMultiples {
     std::vector<double> m_Cosines;
 };
 
-// Floats of one exponent are multiples of one unit: those of a block are that of its first float and less
-// than 4096 units more. So the C library has to be asked for a few sines only, and the sum formula gives the
-// others, to 1e-15.
-TEST(SinStreamExhaustive, IsAsCloseToTheSineAsDocumentedForEveryFiniteFloat) {
+// The floats of a block differ from the first by up to 4095 units. So the C library computes only a few
+// sines, and the angle sum formula the others, within 1e-15.
+TEST(SinStreamExhaustive, HasTheDocumentedErrorForEveryFiniteFloat) {
     static CStreamBlock block;
     double worst = 0.0;
     float worstAngle = 0.0f;
@@ -134,7 +133,7 @@ TEST(SinStreamExhaustive, IsAsCloseToTheSineAsDocumentedForEveryFiniteFloat) {
                 greatestHere = std::max(greatestHere, std::fabs(block.m_Out[k]));
                 sum += block.m_Out[k];
             }
-            // The greatest of some numbers passes over what is none.
+            // std::max ignores NaN.
             ASSERT_TRUE(std::isfinite(sum)) << "in the block from " << std::hexfloat << block.m_In[0];
             ASSERT_LE(worstHere, 1e-6) << "in the block from " << std::hexfloat << block.m_In[0];
             ASSERT_LE(greatestHere, 1.0f) << "in the block from " << std::hexfloat << block.m_In[0];
@@ -154,7 +153,7 @@ TEST(SinStreamExhaustive, IsAsCloseToTheSineAsDocumentedForEveryFiniteFloat) {
     EXPECT_EQ(worstAngle, 0x1.b8652cp+13f) << std::hexfloat << worstAngle;
 }
 
-TEST(SinStreamExhaustive, EveryFloatThatIsNotFiniteGivesNotANumber) {
+TEST(SinStreamExhaustive, EveryFloatThatIsNotFiniteGivesNan) {
     static CStreamBlock block;
     for (uint32_t first = 0x7F800000u; first < 0x80000000u; first += kBlock) {
         block.Run(SinStream_Aligned16, first, 1);

@@ -19,12 +19,12 @@ using CStream = void (*)(const float* in, float* out, uint32_t count) noexcept;
 
 constexpr uint32_t kBlock = 4096;
 
-/// A block of floats that lie next to each other, with what a stream makes of them.
+/// A block of floats with neighbouring bit patterns, and a stream's results.
 struct CStreamBlock {
     alignas(16) std::array<float, kBlock> m_In;
     alignas(16) std::array<float, kBlock> m_Out;
 
-    /// The floats with the bits `first`, `first` + `step` and so on.
+    /// Runs the stream on the floats with the bits `first`, `first` + `step` and so on.
     void Run(CStream stream, uint32_t first, uint32_t step) {
         for (uint32_t k = 0; k < kBlock; ++k) {
             m_In[k] = std::bit_cast<float>(first + k * step);
@@ -44,8 +44,8 @@ void VisitFloats(CStream stream, const TVisit& visit) {
     }
 }
 
-/// For all multiples of four that fit into `in`, the stream writes as many results as it is asked for, those
-/// of `one`, and nothing beside them.
+/// Expects the stream to write exactly `count` results, those of `one`, for all multiples of four that fit
+/// into `in`.
 inline void ExpectMultiplesOfFour(CStream stream, float (*one)(float) noexcept, const float (&in)[32]) {
     for (uint32_t count = 0; count <= 32; count += 4) {
         alignas(16) float aligned[32];
@@ -60,7 +60,7 @@ inline void ExpectMultiplesOfFour(CStream stream, float (*one)(float) noexcept, 
     }
 }
 
-/// A hash of what a stream makes of the floats of VisitFloats.
+/// A hash of a stream's results for the floats of VisitFloats.
 inline uint64_t HashOfStream(CStream stream) {
     uint64_t hash = kEmptyHash;
     VisitFloats(stream, [&](const CStreamBlock& block) {

@@ -32,12 +32,12 @@ struct CKnownProcessor {
     }
 };
 
-// CPUID as recorded on real processors: the files GenuineIntel*_CPUID.txt and AuthenticAMD*_CPUID.txt of
-// github.com/InstLatx64/InstLatx64, where no other source is named. They do not have XCR0, but CPUID leaf 13:
-// its EAX lists the registers that the processor can save, and its EBX is the size of those that the
-// operating system has switched on, 0x340 bytes with YMM, 0x980 or 0xA80 with ZMM.
+// CPUID recorded on real processors, unless noted otherwise from the files GenuineIntel*_CPUID.txt and
+// AuthenticAMD*_CPUID.txt of github.com/InstLatx64/InstLatx64. They contain not XCR0 but CPUID leaf 13: EAX
+// lists the registers that the processor can save, and EBX is the size of those enabled by the operating
+// system, 0x340 bytes with YMM, 0x980 or 0xA80 with ZMM.
 //
-// What is expected follows from the definitions of the bits in Intel's and AMD's manuals.
+// Expectations follow from the definitions of the bits in Intel's and AMD's manuals.
 constexpr CX86Processor kIceLake = {0x1B, 0x7FFAFBBF, 0xF2BF27EF, 0x40405F4E, 0xE7};
 constexpr CX86Processor kHaswell = {0x0D, 0x7FFAFBFF, 0x000027AB, 0x00000000, 0x07};
 
@@ -60,13 +60,13 @@ constexpr CKnownProcessor kKnown[] = {
     {"Core i7-1065G7, Ice Lake", kIceLake, kAvx512},
     // AuthenticAMD0870F10_K17_Matisse
     {"Ryzen 9 PRO 3900, Zen 2", {0x10, 0x7ED8320B, 0x219C91A9, 0x00400004, 0x07}, kAvx2},
-    // by the instructions themselves, in a virtual machine
+    // read with CPUID and XGETBV in a virtual machine
     {"EPYC, Zen 3, virtual", {0x0D, 0xFFFA3203, 0x219C07AB, 0x00400684, 0x07}, kAvx2},
     // AuthenticAMD0A60F12_K19_Raphael_01
     {"Ryzen 5 7600X, Zen 4", {0x10, 0x7EF8320B, 0xF1BF97A9, 0x00405FCE, 0xE7}, kAvx512},
 };
 
-/// A processor that reports less, because of firmware, a hypervisor or an operating system.
+/// A processor with features hidden by firmware, hypervisor or operating system.
 constexpr CX86Processor Without(CX86Processor processor, uint32_t CX86Processor::*field, uint32_t bits) {
     processor.*field &= ~bits;
     return processor;
@@ -97,13 +97,13 @@ constexpr CKnownProcessor kRestricted[] = {
      With(kHaswell, &CX86Processor::m_Xcr0, 0xE7), kAvx2},
 };
 
-TEST(X86Processor, RunsWhatItHas) {
+TEST(X86Processor, FindsTheWidestInstructionSet) {
     for (const CKnownProcessor& known : kKnown) {
         EXPECT_EQ(WidestInstructionSet(known.m_Processor), known.m_Expected) << known;
     }
 }
 
-TEST(X86Processor, RunsNothingThatIsHiddenFromIt) {
+TEST(X86Processor, RespectsHiddenFeatures) {
     for (const CKnownProcessor& known : kRestricted) {
         EXPECT_EQ(WidestInstructionSet(known.m_Processor), known.m_Expected) << known;
     }
@@ -114,12 +114,12 @@ TEST(X86Processor, RunsNothingThatIsHiddenFromIt) {
 struct CBit {
     uint32_t CX86Processor::*m_Field;
     uint32_t m_Number;
-    /// Without it, this is the widest.
+    /// The widest instruction set without the bit.
     EInstructionSet m_Without;
 };
 
-/// What the kernels' sources are compiled for. `g++ -dM -E -x c++ /dev/null` and the same of clang++ tell,
-/// with the flags in zr_maths's CMakeLists.txt, what these imply.
+/// The features that the kernels' sources are compiled for. `g++ -dM -E -x c++ /dev/null`, and the same of
+/// clang++, print what the flags in zr_maths's CMakeLists.txt imply.
 constexpr CBit kNeeded[] = {
     {&CX86Processor::m_Leaf1Ecx, 0, kFourLanes},  // __SSE3__
     {&CX86Processor::m_Leaf1Ecx, 9, kFourLanes},  // __SSSE3__
@@ -128,7 +128,7 @@ constexpr CBit kNeeded[] = {
     {&CX86Processor::m_Leaf1Ecx, 20, kFourLanes}, // __SSE4_2__ and __CRC32__
     {&CX86Processor::m_Leaf1Ecx, 23, kFourLanes}, // __POPCNT__
     {&CX86Processor::m_Leaf1Ecx, 26, kFourLanes}, // __XSAVE__
-    {&CX86Processor::m_Leaf1Ecx, 27, kFourLanes}, // XGETBV may be asked
+    {&CX86Processor::m_Leaf1Ecx, 27, kFourLanes}, // XGETBV may be used
     {&CX86Processor::m_Leaf1Ecx, 28, kFourLanes}, // __AVX__
     {&CX86Processor::m_Leaf1Ecx, 29, kAvx2},      // __F16C__
     {&CX86Processor::m_Leaf7Ebx, 5, kFourLanes},  // __AVX2__
@@ -142,7 +142,7 @@ constexpr CBit kNeeded[] = {
     {&CX86Processor::m_Xcr0, 7, kAvx2},           // ZMM16 to ZMM31
 };
 
-TEST(X86Processor, NeedsWhatTheKernelsAreCompiledForAndNothingElse) {
+TEST(X86Processor, NeedsExactlyTheFeaturesOfTheKernels) {
     constexpr CX86Processor kEverything = {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF};
     constexpr uint32_t CX86Processor::*kFields[] = {&CX86Processor::m_Leaf1Ecx, &CX86Processor::m_Leaf7Ebx,
                                                     &CX86Processor::m_Leaf7Ecx, &CX86Processor::m_Xcr0};
@@ -163,7 +163,7 @@ TEST(X86Processor, NeedsWhatTheKernelsAreCompiledForAndNothingElse) {
 // This processor.
 
 #if defined(__x86_64__) && defined(__linux__)
-/// The words of a line of /proc/cpuinfo.
+/// The words of the first line of /proc/cpuinfo with this key.
 std::set<std::string> FromLinux(const char* name) {
     std::ifstream file("/proc/cpuinfo");
     std::string line;
@@ -179,8 +179,8 @@ struct CFlag {
     uint32_t m_Bits;
 };
 
-// Linux may leave out what the processor has, but not the other way round.
-TEST(X86Processor, IsReadAsByLinux) {
+// Linux may hide features of the processor, but reports none that it lacks.
+TEST(X86Processor, ReadsTheFeaturesThatLinuxReports) {
     constexpr CFlag kFlags[] = {
         {"pni", &CX86Processor::m_Leaf1Ecx, 1u << 0},
         {"ssse3", &CX86Processor::m_Leaf1Ecx, 1u << 9},

@@ -20,22 +20,22 @@ namespace {
 
 using SIMD_Neon::Float4;
 
-/// The hash that everything here comes to. It changes only with what is sampled here.
+/// The hash of all results. It changes only with the operations hashed here.
 constexpr uint64_t kPromisedHash = 0x1688F7A5FD2435B9;
 
-/// Enough for the ways that long runs take, and as many more as wide kernels leave to four lanes: some that
-/// go four at a time, and some that do not.
+/// Long enough for every path, with a remainder after the blocks of wide kernels: four at a time and one at a
+/// time.
 constexpr uint32_t kPositionCount = 512 + 63;
 
-/// The same for records of gradients.
+/// The same for gradients.
 constexpr uint32_t kRecordCount = 128 + 63;
 
 constexpr uint32_t kFourLaneCount = 63;
 
 constexpr uint32_t kStreamCount = 256;
 
-/// Coordinates that are out of the ordinary: next to 0 and next to whole numbers, at the ends of the integers
-/// and beyond, and with squares that are denormal.
+/// Unusual coordinates: next to 0 and to whole numbers, at the limits of the integers and beyond, and with
+/// denormal squares.
 constexpr float kUnusualCoordinates[] = {0x1p-149f,
                                          -0x1p-149f,
                                          0x1.8p-127f,
@@ -54,7 +54,7 @@ constexpr float kUnusualCoordinates[] = {0x1p-149f,
                                          std::numeric_limits<float>::infinity(),
                                          std::numeric_limits<float>::quiet_NaN()};
 
-/// Numbers that are the same everywhere and need no memory of the heap.
+/// The same numbers everywhere, without heap memory.
 class CFixedGenerator final : public CAbstractRandomGenerator {
 public:
     void FillRandomFloats(const TMemoryView<float>& view, float min, float max) override {
@@ -63,7 +63,7 @@ public:
         }
     }
 
-    /// One in four is unusual.
+    /// One coordinate in four is unusual.
     float NextCoordinate() {
         const uint32_t number = Next();
         return number % 4 == 0 ? kUnusualCoordinates[number / 4 % std::size(kUnusualCoordinates)]
@@ -79,7 +79,7 @@ private:
     std::minstd_rand m_Random;
 };
 
-/// A hash of what all operations make of the same coordinates.
+/// Hashes the results of all operations for the same coordinates.
 class CHashedOperations {
 public:
     CHashedOperations() {
@@ -118,7 +118,7 @@ private:
         Add(lanes, 4);
     }
 
-    /// Packed and aligned, and then so that every position goes on its own.
+    /// Packed and aligned, then misaligned, so that positions go one at a time.
     template <typename TPosition>
     void AddBatch(TBatchSampler<TPosition> sample, uint32_t stride = sizeof(TPosition)) {
         for (const size_t shift : {size_t{0}, size_t{1}}) {
@@ -169,7 +169,7 @@ private:
         Add(&gradients[0].x, 4 * kRecordCount);
     }
 
-    /// With any coordinates for fractions.
+    /// Uses coordinates of any kind as fractions.
     void AddGradientBatches() {
         CRecord records[kRecordCount];
         for (uint32_t k = 0; k < kRecordCount; ++k) {
@@ -193,7 +193,7 @@ private:
         Add(results, kStreamCount);
     }
 
-    /// Near and far; and how the field is then.
+    /// Rotates to a near and a far time and samples the field.
     void AddRotations() {
         for (const float time : {0.37f, -20000.5f}) {
             m_Noise.RotateBasis(time);
@@ -201,7 +201,7 @@ private:
         }
     }
 
-    /// For 4D positions, and for them shifted by one float; what 3D positions need to be read is less.
+    /// For 4D positions, also shifted by one float; 3D positions need fewer.
     alignas(16) float m_Coordinates[4 * kPositionCount + 4];
     CFixedGenerator m_Generator;
     CRotatableFastNoise3 m_Noise{&m_Generator};

@@ -2,7 +2,7 @@
 //   golden_vectors FILE
 //   golden_vectors --check FILE
 // docs/guarantees.md describes the format. Operations and their inputs are those of the table of pinned bits,
-// but for the rotation and the generator, whose inputs are calls and seeds.
+// except for the rotation and the generator, whose inputs are calls and seeds.
 
 #include "lattice/permutations.h"
 #include "noise_test_support.h"
@@ -32,21 +32,19 @@ constexpr uint32_t kFieldSeed = 42; // that of the README's first program
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
-/// Zeros, whole numbers and their neighbours, denormals, the limits of 32-bit integers, and what is not a
-/// number.
+/// Zeros, whole numbers and their neighbours, denormals, the limits of 32-bit integers, infinities and NaN.
 constexpr float kSpecialCoordinates[] = {
     0.0f,          -0.0f,          1.0f,     -1.0f,          256.0f,     -257.0f,     0x1.fffffep-1f,
     0x1.000002p0f, -0x1.000002p1f, -1e-10f,  0x1p-126f,      -0x1p-149f, 0x1.8p-130f, 0x1p23f,
     -0x1p23f,      0x1p30f,        -0x1p30f, 0x1.fffffep30f, 0x1p31f,    -0x1p31f,    -0x1.000002p31f,
     3e9f,          -3e9f,          1e38f,    -1e38f,         kInfinity,  -kInfinity,  kNan};
-constexpr size_t kEverySpecial = 5; // a special coordinate after so many
+constexpr size_t kEverySpecial = 5; // one in five coordinates is special
 
 constexpr size_t kOrdinaryItems = 64;
 constexpr size_t kMixedItems = 144;
 static_assert(kMixedItems >= kEverySpecial * std::size(kSpecialCoordinates), "each is there in 1D, too");
 
-/// Zero, or of a magnitude at which no operation comes to a denormal, an infinity or a coordinate beyond
-/// 2^31.
+/// Zero, or of a magnitude at which no operation reaches a denormal, an infinity or a coordinate beyond 2^31.
 bool IsOrdinary(float value) {
     const float magnitude = std::fabs(value);
     return value == 0.0f || (magnitude >= 0x1p-40f && magnitude <= 0x1p20f);
@@ -65,8 +63,8 @@ public:
     }
 };
 
-/// Ordinary coordinates, every fifth replaced by the next special one, and another fifth by one of any kind.
-/// No operation takes a multiple of five coordinates, so that special ones come to every axis.
+/// Of five coordinates one is the next special one, one is of any kind, and the others are ordinary. No
+/// operation has a multiple of five coordinates, so every axis gets special ones.
 class CMixedCoordinates final : public COrdinaryCoordinates {
 public:
     using COrdinaryCoordinates::COrdinaryCoordinates;
@@ -118,7 +116,7 @@ class CVectors {
 public:
     explicit CVectors(const std::string& name) : m_Name(name) {}
 
-    /// A vector with the numbers `inputs`, which the file shows as `shown`.
+    /// Adds a vector with the numbers `inputs`, written to the file as `shown`.
     void Add(const std::vector<float>& inputs, const std::string& shown, const float* results,
              size_t resultCount) {
         const bool isOrdinary = std::all_of(inputs.begin(), inputs.end(), IsOrdinary) &&
@@ -146,7 +144,7 @@ struct CSubjects {
     CPinnedSubjects m_Pinned{m_Noise, m_Rotatable, m_Rotatable.m_Basis, m_NoiseGenerator};
 };
 
-// For the streams, which take four at a time.
+// For the streams, which need multiples of four.
 // clang-format off
 constexpr float kSineInputs[] = {
     0x1.921fb6p0f, 0x1.921fb6p1f, -0x1.921fb6p1f, 0x1.921fb6p2f,        // quarter, half and whole turns
@@ -159,7 +157,7 @@ constexpr float kArcSineInputs[] = {
     0.5f, -0.5f, 0x1.000002p-1f, 0x1.fffffep-2f,                        // around the end of the polynomial's range
     0x1.fffffep-13f, 0x1p-12f, 0x1.fffffep-12f, 0x1p-11f,               // around the end of asin(x) = x
     0x1p-149f, -0x1p-126f, 0.25f, 0x1.fffffep-1f,
-    0x1.000002p0f, -2.0f, 0x1p31f, kInfinity, -kInfinity, kNan, -0.75f, // no sines, but for the last
+    0x1.000002p0f, -2.0f, 0x1p31f, kInfinity, -kInfinity, kNan, -0.75f, // no sines, except the last
     // Arcsines almost halfway between two floats, so that another polynomial shows.
     0x1.107434p-1f, 0x1.e5af18p-2f, 0x1.18bb94p-1f, 0x1.f46be6p-2f, 0x1.12d9p-1f,
     0x1.f1a2e4p-2f, 0x1.1de124p-1f, 0x1.da794ep-2f, 0x1.c3adbcp-2f,
@@ -220,29 +218,29 @@ constexpr CCall Rotate(float time) {
     return {ECall::kRotateBasis, time};
 }
 
-/// Calls one after the other, of a field as drawn.
+/// Sequences of calls, each for a field as drawn.
 std::vector<std::vector<CCall>> RotationCalls() {
     return {
-        {Rotate(0.0f)}, // the values as drawn, since the time is that already
+        {Rotate(0.0f)}, // the current time: the values as drawn
         {Rotate(0.25f)},
         {Rotate(1.0f)},
         {Rotate(-0.37f)},
         {Rotate(12.75f)},
-        {Rotate(1000.5f)}, // some angles are near, some far
+        {Rotate(1000.5f)}, // near and far angles
         {Rotate(1e5f)},
-        {Rotate(1.0f), Rotate(0.0f)}, // the values as drawn but for rounding
-        {Rotate(7.5f), Rotate(0.3f)}, // that of 0.3 alone
+        {Rotate(1.0f), Rotate(0.0f)}, // the values as drawn, except for rounding
+        {Rotate(7.5f), Rotate(0.3f)}, // depends on 0.3 only
         {Spin(0.0f), Rotate(0.5f)},   // all at one speed
         {Spin(1.5f), Rotate(0.5f)},
         {Spin(1.5f), Rotate(-3.25f)},
-        {Spin(3.0f), Rotate(2.5f)},               // some turn backwards
-        {Spin(-1.0f), Rotate(0.5f)},              // as 0
-        {Spin(0.0f), Spin(0.4f), Rotate(1.0f)},   // the spread comes back
-        {Spin(0.7f), Spin(0.2f), Rotate(1.0f)},   // to the spread of the beginning, but for rounding
-        {Rotate(0.5f), Spin(1.5f)},               // not before the next rotation
-        {Rotate(0.5f), Spin(1.5f), Rotate(0.5f)}, // nor by one to the same time
-        {Rotate(0.5f), Spin(1.5f), Rotate(0.75f), Rotate(0.5f)}, // but after one to another
-        {Spin(0x1.4f8b58p-17f), Rotate(0.5f)},                   // 1e-5, the least that is not as 0
+        {Spin(3.0f), Rotate(2.5f)},                              // some turn backwards
+        {Spin(-1.0f), Rotate(0.5f)},                             // as 0
+        {Spin(0.0f), Spin(0.4f), Rotate(1.0f)},                  // restores the spread
+        {Spin(0.7f), Spin(0.2f), Rotate(1.0f)},                  // the initial spread, except for rounding
+        {Rotate(0.5f), Spin(1.5f)},                              // no effect before the next rotation
+        {Rotate(0.5f), Spin(1.5f), Rotate(0.5f)},                // no effect at the same time
+        {Rotate(0.5f), Spin(1.5f), Rotate(0.75f), Rotate(0.5f)}, // takes effect at another time
+        {Spin(0x1.4f8b58p-17f), Rotate(0.5f)},                   // 1e-5, the smallest that differs from 0
         {Spin(0x1.4f8b56p-17f), Rotate(0.5f)},
         {Spin(0x1.4f8b58p-17f), Spin(0.2f), Rotate(1.0f)}, // speeds have merged
         {Rotate(0x1p-149f)},
@@ -252,7 +250,7 @@ std::vector<std::vector<CCall>> RotationCalls() {
         {Rotate(1e38f)}, // angles overflow
         {Rotate(kInfinity)},
         {Rotate(kNan)},
-        {Rotate(kNan), Rotate(0.3f)}, // which leaves nothing behind
+        {Rotate(kNan), Rotate(0.3f)}, // NaN has no lasting effect
     };
 }
 
@@ -284,7 +282,7 @@ struct CDraw {
 constexpr CDraw kDraws[] = {
     {0, -1.0f, 1.0f},
     {1, -1.0f, 1.0f},
-    {kFieldSeed, -1.0f, 1.0f, 640}, // the engine makes its numbers 624 at a time
+    {kFieldSeed, -1.0f, 1.0f, 640}, // the engine generates 624 numbers at a time
     {5489, -1.0f, 1.0f},
     {0x80000000u, -1.0f, 1.0f},
     {0xFFFFFFFFu, -1.0f, 1.0f},
@@ -308,8 +306,8 @@ std::string GeneratorVectors() {
     return vectors.Text();
 }
 
-/// Whether the vectors of an operation are made from the table: not if they are those of another path, and
-/// not if inputs are no floats.
+/// Whether the vectors of an operation come from the table: not for a second path of the same operation, nor
+/// if inputs are not floats.
 bool IsFromTable(std::string_view name) {
     return !name.ends_with("OneAtATime") && !name.starts_with("RotateBasis") && name != "StdRandomGenerator";
 }

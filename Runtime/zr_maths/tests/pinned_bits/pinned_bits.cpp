@@ -7,7 +7,6 @@
 
 #include <zr_support/simd_streams.h>
 
-#include <array>
 #include <bit>
 #include <cstdint>
 #include <cstdio>
@@ -28,19 +27,19 @@ struct CFields {
     CStdRandomGenerator m_Generator{kSeed};
 };
 
-/// Inputs of a block, from coordinates of every kind.
+/// Makes the inputs of a block from coordinates of every kind.
 using CFillInputs = void (*)(CCoordinates& coordinates, size_t row, size_t itemCount,
                              std::vector<float>& inputs);
 
-/// What the reference makes of one item.
+/// The results of the reference for one item.
 using CExpect = void (*)(const CFields& fields, size_t row, const float* inputs, float* expected);
 
-/// What a call takes and gives.
+/// Inputs and results of a call.
 struct CKind {
     size_t m_ItemCount;   // in a block
     size_t m_ResultCount; // of an item
     CFillInputs m_Fill;
-    CExpect m_Expect; // null where there is nothing to compare with
+    CExpect m_Expect; // null without a reference
 };
 
 struct CPinned {
@@ -58,7 +57,7 @@ void FillCoordinates(CCoordinates& coordinates, size_t, size_t itemCount, std::v
     inputs = coordinates.Fill(kPerItem * itemCount);
 }
 
-/// One coordinate behind each block is left unused.
+/// Skips one coordinate after each block.
 void FillPositions(CCoordinates& coordinates, size_t row, size_t itemCount, std::vector<float>& inputs) {
     inputs = coordinates.Fill(static_cast<size_t>(kBatchSamplers[row].m_Dimension) * itemCount + 1);
     inputs.pop_back();
@@ -76,7 +75,7 @@ void ExpectSample(const CFields& fields, size_t row, const float* inputs, float*
     *expected = Reference::Sample(fields.m_Noise.Basis(), kPointSamplers[row].m_Quality, PositionAt(inputs));
 }
 
-/// Three further positions, half of the time close to the first.
+/// In half of the items, moves the other three positions close to the first.
 void FillCoherent(CCoordinates& coordinates, size_t, size_t itemCount, std::vector<float>& inputs) {
     inputs = coordinates.Fill(12 * itemCount);
     for (size_t item = 0; item < 12 * itemCount; item += 12) {
@@ -97,35 +96,18 @@ void ExpectCoherent(const CFields& fields, size_t row, const float* inputs, floa
     }
 }
 
-/// The fractions of x, y and z, a zero, and their cells, in floats too, with a zero.
-std::array<float, 8> RecordOf(const float* position) {
-    const Reference::CCell x = Reference::Split(position[0]);
-    const Reference::CCell y = Reference::Split(position[1]);
-    const Reference::CCell z = Reference::Split(position[2]);
-    return {x.m_Fraction,
-            y.m_Fraction,
-            z.m_Fraction,
-            0.0f,
-            static_cast<float>(x.m_Coordinate),
-            static_cast<float>(y.m_Coordinate),
-            static_cast<float>(z.m_Coordinate),
-            0.0f};
-}
-
+/// Records as eight floats: fractions and cell, each with a 0 behind.
 void FillRecords(CCoordinates& coordinates, size_t, size_t itemCount, std::vector<float>& inputs) {
     const std::vector<float> positions = coordinates.Fill(3 * itemCount);
     inputs.clear();
     for (size_t k = 0; k < positions.size(); k += 3) {
-        const std::array<float, 8> record = RecordOf(&positions[k]);
-        inputs.insert(inputs.end(), record.begin(), record.end());
+        const auto& [fractions, cell] = Reference::RecordOf(positions[k], positions[k + 1], positions[k + 2]);
+        inputs.insert(inputs.end(), {fractions.x, fractions.y, fractions.z, 0.0f, static_cast<float>(cell.x),
+                                     static_cast<float>(cell.y), static_cast<float>(cell.z), 0.0f});
     }
 }
 
-template <bool kIsBatch>
-void ExpectGradientOf(const CFields& fields, size_t row, const float* record, float* expected) {
-    const TVector<float, 3> gradient = Reference::Gradient(
-        fields.m_Noise.Basis(), kPointSamplers[row].m_Quality, kIsBatch, PositionAt(record),
-        static_cast<uint32_t>(record[4]), static_cast<uint32_t>(record[5]), static_cast<uint32_t>(record[6]));
+void StoreGradient(const TVector<float, 3>& gradient, float* expected) {
     expected[0] = gradient.x;
     expected[1] = gradient.y;
     expected[2] = gradient.z;
@@ -133,7 +115,16 @@ void ExpectGradientOf(const CFields& fields, size_t row, const float* record, fl
 }
 
 void ExpectGradient(const CFields& fields, size_t row, const float* inputs, float* expected) {
-    ExpectGradientOf<false>(fields, row, RecordOf(inputs).data(), expected);
+    StoreGradient(Reference::Gradient(fields.m_Noise.Basis(), kPointSamplers[row].m_Quality, false,
+                                      Reference::RecordOf(inputs[0], inputs[1], inputs[2])),
+                  expected);
+}
+
+void ExpectGradientBatch(const CFields& fields, size_t row, const float* inputs, float* expected) {
+    StoreGradient(Reference::Gradient(fields.m_Noise.Basis(), kPointSamplers[row].m_Quality, true,
+                                      PositionAt(inputs), static_cast<uint32_t>(inputs[4]),
+                                      static_cast<uint32_t>(inputs[5]), static_cast<uint32_t>(inputs[6])),
+                  expected);
 }
 
 void ExpectRotation(const CFields& fields, size_t, const float* inputs, float* expected) {
@@ -141,7 +132,7 @@ void ExpectRotation(const CFields& fields, size_t, const float* inputs, float* e
     std::memcpy(expected, basis.data(), sizeof(basis));
 }
 
-/// Coordinates, seven of eight made into numbers from -1 to 1, where an arcsine is a number.
+/// Coordinates of which seven in eight become numbers in [-1, 1], the domain of the arcsine.
 void FillSines(CCoordinates& coordinates, size_t, size_t itemCount, std::vector<float>& inputs) {
     inputs = coordinates.Fill(itemCount);
     uint32_t mixed = 0;
@@ -161,16 +152,16 @@ void ExpectOne(const CFields&, size_t, const float* inputs, float* expected) {
 
 /// In the order of EPinnedCall.
 constexpr CKind kKinds[] = {
-    {kMostPinnedItems, 1, FillPositions, ExpectBatch},
-    {kMostPinnedItems, 1, FillPositions, ExpectBatch},
-    {kMostPinnedItems, 1, FillCoordinates<4>, ExpectSample},
-    {kMostPinnedItems, 4, FillCoherent, ExpectCoherent},
-    {kMostPinnedItems, 4, FillCoordinates<4>, ExpectGradient},
-    {kMostPinnedItems, 4, FillRecords, ExpectGradientOf<true>},
+    {kMaxPinnedItems, 1, FillPositions, ExpectBatch},
+    {kMaxPinnedItems, 1, FillPositions, ExpectBatch},
+    {kMaxPinnedItems, 1, FillCoordinates<4>, ExpectSample},
+    {kMaxPinnedItems, 4, FillCoherent, ExpectCoherent},
+    {kMaxPinnedItems, 4, FillCoordinates<4>, ExpectGradient},
+    {kMaxPinnedItems, 4, FillRecords, ExpectGradientBatch},
     {16, 256, FillCoordinates<1>, ExpectRotation},
-    {kMostPinnedItems, 1, FillSines, ExpectOne<&SIMD_Neon::FullPrecision::ArcSin>},
-    {kMostPinnedItems, 1, FillCoordinates<1>, ExpectOne<&SIMD_Neon::LowPrecision::Sin>},
-    {kMostPinnedItems, 1, FillCoordinates<1>, nullptr},
+    {kMaxPinnedItems, 1, FillSines, ExpectOne<&SIMD_Neon::FullPrecision::ArcSin>},
+    {kMaxPinnedItems, 1, FillCoordinates<1>, ExpectOne<&SIMD_Neon::LowPrecision::Sin>},
+    {kMaxPinnedItems, 1, FillCoordinates<1>, nullptr},
 };
 
 const CKind& KindOf(const CPinned& pinned) {
@@ -185,8 +176,7 @@ constexpr CPinned kPinned[] = {
 };
 // clang-format on
 
-/// The first result of a block that differs from the reference, with the inputs of its item; empty if none
-/// does.
+/// Describes the first result of a block that differs from the reference; empty if none does.
 std::string FirstDifference(const CFields& fields, const CPinned& pinned, const std::vector<float>& inputs,
                             const std::vector<float>& results) {
     const CKind& kind = KindOf(pinned);
@@ -221,7 +211,7 @@ struct COutcome {
     std::string m_Difference;
 };
 
-/// Compares the first `comparedCount` results, and those that share a block with them, with the reference.
+/// Compares the blocks of the first `comparedCount` results with the reference.
 COutcome Run(const CPinned& pinned, size_t resultCount, size_t comparedCount) {
     const CKind& kind = KindOf(pinned);
     CFields fields;

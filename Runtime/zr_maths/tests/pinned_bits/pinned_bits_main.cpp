@@ -1,6 +1,6 @@
-// Holds every operation to the table of pinned bits, and VerifyArithmetic and VerifyCallerArithmetic to being
-// true, where there is no test framework: on other processors, under emulation, in somebody else's program.
-// Fails where one differs.
+// Checks every operation against the table of pinned bits, and that VerifyArithmetic and
+// VerifyCallerArithmetic hold, without a test framework: on other processors, under emulation, with any
+// flags.
 
 #include "pinned_bits.h"
 
@@ -14,7 +14,7 @@ using namespace Vestrel;
 
 namespace {
 
-/// Returns how many operations have the pinned bits, and tells of the others.
+/// Returns the number of operations that have the pinned bits, and reports the others.
 size_t CountEqual(size_t resultCount) {
     size_t equalCount = 0;
     for (size_t k = 0; k < PinnedCount(); ++k) {
@@ -42,8 +42,7 @@ int main(int argumentCount, char** arguments) {
     if (!isCallerVerified) {
         std::printf("VerifyCallerArithmetic() is false\n");
     }
-    // First with the kernels that the library takes by itself, and then with the others that the processor
-    // has.
+    // First with the library's own choice of kernels, then with the others that the processor supports.
     bool areEqual = true;
     for (size_t kernels = 0; kernels < PinnedKernelsCount(); ++kernels) {
         const char* const name = UsePinnedKernels(kernels);

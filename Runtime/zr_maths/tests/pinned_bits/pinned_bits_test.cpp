@@ -25,7 +25,7 @@ class PinnedBits : public testing::TestWithParam<size_t> {};
 
 INSTANTIATE_TEST_SUITE_P(All, PinnedBits, testing::Range(size_t{0}, PinnedCount()), CPinnedNameOfInstance());
 
-TEST_P(PinnedBits, AreThoseOfTheTable) {
+TEST_P(PinnedBits, EqualTheTable) {
     const std::string mismatch = PinnedMismatch(GetParam(), kResults);
     EXPECT_TRUE(mismatch.empty()) << mismatch;
 }

@@ -16,8 +16,8 @@ using SIMD_Neon::Float4;
 constexpr size_t kFloatSize = sizeof(float);
 
 /// The samplers' memory, with room to shift by a float.
-alignas(16) float g_Positions[4 * kMostPinnedItems + 8];
-alignas(16) float g_Samples[kMostPinnedItems + 4];
+alignas(16) float g_Positions[4 * kMaxPinnedItems + 8];
+alignas(16) float g_Samples[kMaxPinnedItems + 4];
 
 template <size_t kShift>
 void SampleBatch(size_t row, const CPinnedSubjects& subjects, const float* inputs, size_t itemCount,
@@ -62,8 +62,8 @@ void SampleGradient(size_t row, const CPinnedSubjects& subjects, const float* in
 /// The inputs are records, with their cells as floats.
 void SampleGradientBatch(size_t row, const CPinnedSubjects& subjects, const float* inputs, size_t itemCount,
                          float* results) {
-    static CRecord records[kMostPinnedItems];
-    static CGradient gradients[kMostPinnedItems];
+    static CRecord records[kMaxPinnedItems];
+    static CGradient gradients[kMaxPinnedItems];
     for (size_t k = 0; k < itemCount; ++k, inputs += 8) {
         records[k].first = {inputs[0], inputs[1], inputs[2], inputs[3]};
         records[k].second = {static_cast<int>(inputs[4]), static_cast<int>(inputs[5]),
@@ -89,7 +89,7 @@ void Stream(size_t, const CPinnedSubjects&, const float* inputs, size_t itemCoun
     std::memcpy(results, g_Samples, itemCount * kFloatSize);
 }
 
-/// Between bounds with which no product is exact.
+/// Uses bounds with which no product is exact.
 void Generate(size_t, const CPinnedSubjects& subjects, const float*, size_t itemCount, float* results) {
     subjects.m_Generator.FillRandomFloats({results, static_cast<uint32_t>(itemCount)}, -0.7f, 6.9115f);
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-// The calls whose results are pinned. They have a source file of their own because it may be compiled with
-// any program's flags; the reference that their results are compared with may not.
+// The calls whose results are pinned. They have their own source file because it may be compiled with any
+// flags; the reference may not.
 
 #include <zr_maths/maths_noise_fast.h>
 
@@ -9,9 +9,9 @@
 
 namespace Vestrel {
 
-/// What is called. Samplers are rows of kBatchSamplers or kPointSamplers.
+/// Kinds of calls. Samplers also need a row of kBatchSamplers or kPointSamplers.
 enum class EPinnedCall {
-    kBatch, ///< aligned positions and samples, which four lanes take four at a time
+    kBatch, ///< aligned views, sampled four at a time by four lanes
     kBatchOneAtATime,
     kSample,
     kCoherent,
@@ -30,9 +30,9 @@ struct CPinnedSubjects {
     CAbstractRandomGenerator& m_Generator;
 };
 
-constexpr size_t kMostPinnedItems = 4096;
+constexpr size_t kMaxPinnedItems = 4096;
 
-/// Makes the results of at most kMostPinnedItems items, each from equally many inputs.
+/// Computes the results of at most kMaxPinnedItems items, each with the same number of inputs.
 void MakePinnedResults(EPinnedCall call, size_t row, const CPinnedSubjects& subjects, const float* inputs,
                        size_t itemCount, float* results);
 
