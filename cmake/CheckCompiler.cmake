@@ -1,5 +1,4 @@
-# The compilers that the library can be built with; <zr_support/compiler.h> says the same to programs that
-# use it.
+# The supported compilers. <zr_support/compiler.h> checks the same for programs that use the library.
 set(vestrel_oldest_GNU 12)
 set(vestrel_oldest_Clang 14)
 set(vestrel_oldest_AppleClang 14)

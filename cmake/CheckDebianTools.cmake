@@ -1,10 +1,10 @@
-# Read by cpack: without these programs it would make a package that depends on nothing, and say so in passing.
+# Read by cpack, which without these programs makes a package without dependencies and only warns.
 foreach(program_and_package file:file dpkg-shlibdeps:dpkg-dev)
   string(REPLACE ":" ";" program_and_package ${program_and_package})
   list(GET program_and_package 0 program)
   list(GET program_and_package 1 package)
   find_program(found_${program} ${program} NO_CMAKE_PATH NO_CMAKE_SYSTEM_PATH)
   if(NOT found_${program})
-    message(FATAL_ERROR "A package for Debian wants ${program}, to find what it depends on: please install ${package}")
+    message(FATAL_ERROR "A Debian package needs ${program} to find its dependencies: please install ${package}")
   endif()
 endforeach()

@@ -1,5 +1,5 @@
-# What `cpack -G DEB` makes of all that is installed: vestrel-noise, and for shared libraries a package of them alone, named
-# after its version, so that programs keep theirs when a newer vestrel-noise comes.
+# What `cpack -G DEB` packages: vestrel-noise, and the shared libraries in a package of their own. Its name has the version,
+# so that several versions can be installed.
 set(libraries_package libzr-maths${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME vestrel-noise)
@@ -26,7 +26,7 @@ endif()
 if(VESTREL_SHARED)
   list(APPEND CPACK_COMPONENTS_ALL Runtime)
   set(CPACK_DEBIAN_NOISE_PACKAGE_DEPENDS "${libraries_package} (= ${PROJECT_VERSION})")
-  # Where the tool's dependencies are looked for, since they are in the other package.
+  # Where dpkg-shlibdeps finds the tool's libraries, which are in the other package.
   foreach(library zr_support zr_maths)
     list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/Runtime/${library})
   endforeach()
@@ -40,7 +40,7 @@ libraries, for programs that use them.")
   set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 endif()
 
-# What Debian wants of every package, and nobody else: these are installed by name alone, as cpack does it.
+# Files that only Debian packages have: cpack installs these components by name, `cmake --install` does not.
 string(TIMESTAMP vestrel_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/debian_changelog.in ${PROJECT_BINARY_DIR}/debian/changelog @ONLY)
 find_program(VESTREL_GZIP gzip)

@@ -1,3 +1,3 @@
-# The target MPFR::MPFR: numbers of any precision, which tests ask what is right.
+# The target MPFR::MPFR: floats of any precision, the reference of tests.
 include(ImportLibrary)
 vestrel_import_library(MPFR mpfr.h mpfr)

@@ -1,3 +1,3 @@
-# The target SLEEF::SLEEF: vectorised functions, which benchmarks compare with.
+# The target SLEEF::SLEEF: vectorised functions that benchmarks compare with.
 include(ImportLibrary)
 vestrel_import_library(SLEEF sleef.h sleef)

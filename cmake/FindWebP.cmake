@@ -1,4 +1,4 @@
-# The targets WebP::webp, WebP::webpmux and WebP::webpdemux: pictures and animations, and the means to take them apart.
+# The targets WebP::webp, WebP::webpmux and WebP::webpdemux: pictures, animations, and their frames.
 find_path(WebP_INCLUDE_DIR webp/mux.h)
 set(required WebP_INCLUDE_DIR)
 foreach(library webp webpmux webpdemux)

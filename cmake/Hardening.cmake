@@ -1,5 +1,5 @@
-# What distributions build packages with, as far as compiler and linker know it: the flags of Debian's dpkg-buildflags
-# with hardening=+all. And no folder of this machine in the result, so that the same bytes come from every folder.
+# The flags of Debian's dpkg-buildflags with hardening=+all, those that compiler and linker support. Results contain no build
+# folder, so every folder gives the same bytes.
 include(CheckCXXCompilerFlag)
 include(CheckLinkerFlag)
 include(CheckPIESupported)
@@ -11,7 +11,7 @@ set(vestrel_hardening
   -Wformat -Werror=format-security
   $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE>
   $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
-# The last two are for one kind of processor each.
+# The last two are for x86 and for arm64.
 foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection -mbranch-protection=standard)
   string(MAKE_C_IDENTIFIER "VESTREL_COMPILER_TAKES${flag}" known)
   check_cxx_compiler_flag(${flag} ${known})
@@ -26,6 +26,6 @@ function(vestrel_harden target)
   if(VESTREL_LINKER_TAKES_RELRO)
     target_link_options(${target} PRIVATE "LINKER:-z,relro,-z,now")
   endif()
-  # Programs, too: -fPIE and -pie.
+  # Also for programs: -fPIE and -pie.
   set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
 endfunction()

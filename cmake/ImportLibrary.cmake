@@ -1,4 +1,4 @@
-# For find modules: vestrel_import_library(NAME header library) finds a library and makes it the target NAME::NAME.
+# For find modules: vestrel_import_library(NAME header library) finds a library as the target NAME::NAME.
 include(FindPackageHandleStandardArgs)
 
 macro(vestrel_import_library name header library)

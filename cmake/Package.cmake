@@ -1,5 +1,5 @@
-# What is installed: the libraries with what CMake and pkg-config need to find them, the tool where it is built, and the
-# documents. All of it may be moved afterwards.
+# What is installed: the libraries with their files for CMake and pkg-config, the tool if it is built, and the documents.
+# The installed files may be moved.
 include(CMakePackageConfigHelpers)
 
 set(vestrel_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Vestrel)

@@ -1,4 +1,4 @@
-# Chooses the SIMD backend of the library; <zr_support/config.h> hands the choice on to every program that uses it.
+# Chooses the SIMD backend. <zr_support/config.h> passes the choice on to every program that uses the library.
 include(CheckCXXSourceCompiles)
 
 check_cxx_source_compiles("
@@ -17,7 +17,7 @@ check_cxx_source_compiles("
 #endif
 int main() {}" VESTREL_TARGET_HAS_WASM)
 
-# Besides its backend the library has kernels for wider registers, of which it takes those that the processor has.
+# Kernels for wider registers, chosen at run time by what the processor has.
 set(VESTREL_WIDE_KERNELS OFF)
 set(VESTREL_SIMD_BACKEND_NEON OFF)
 set(VESTREL_SIMD_BACKEND_SSE OFF)

@@ -1,5 +1,4 @@
-# Run by cpack before it makes packages. Strips programs and libraries as Debian's own helpers do: CPACK_STRIP_FILES would
-# leave the section .comment.
+# Run by cpack before it makes packages. Strips programs and libraries as Debian does; CPACK_STRIP_FILES leaves .comment.
 find_program(strip strip REQUIRED)
 file(GLOB_RECURSE files "${CPACK_TEMPORARY_DIRECTORY}/*")
 foreach(file IN LISTS files)

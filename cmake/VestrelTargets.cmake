@@ -1,4 +1,4 @@
-# What the project's targets have in common.
+# Functions that define the project's targets.
 include(CheckCXXSourceCompiles)
 include(CheckLinkerFlag)
 
@@ -9,36 +9,34 @@ check_cxx_source_compiles("
 #endif
 int main() {}" VESTREL_TARGET_VECTORS_FLUSH)
 
-# Warnings for the project's own code. They are errors where a preset says so.
+# Standard and warnings of the project's own code. Presets make the warnings errors.
 function(vestrel_own_code target)
   set_target_properties(${target} PROPERTIES CXX_STANDARD 20 CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow)
 endfunction()
 
-# Code whose results are promised to the bit. Compilers fuse products and sums where the processor can, unless
-# told otherwise; and GCC forgets that it was told in link-time optimisation, so such code stays out of it.
-# strict_arithmetic.h refuses the parts of fast-math that GCC shows. Clang shows only one, and so all are switched off,
-# here and in that header.
+# Code whose results are promised to the bit. By default compilers fuse a product and a sum; GCC ignores the flag against that
+# in link-time optimisation, so this code stays out of it. strict_arithmetic.h refuses the parts of fast-math that GCC
+# defines macros for. Clang defines only one, so all are switched off, here and in that header.
 function(vestrel_exact_arithmetic target)
   if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     target_compile_options(${target} PRIVATE -fno-unsafe-math-optimizations -fno-associative-math
       -fno-reciprocal-math -fno-approx-func -fsigned-zeros -fhonor-nans -fhonor-infinities
       -fdenormal-fp-math=ieee)
   endif()
-  # Where vectors flush denormals, compilers must make none, neither of loops nor of neighbouring statements.
+  # Where vector instructions flush denormals, compilers must not vectorise.
   if(VESTREL_TARGET_VECTORS_FLUSH)
     target_compile_options(${target} PRIVATE -fno-tree-slp-vectorize
       $<IF:$<CXX_COMPILER_ID:GNU>,-fno-tree-loop-vectorize,-fno-vectorize>)
     target_compile_definitions(${target} PRIVATE VESTREL_NOT_VECTORISED=1)
   endif()
-  # A square root is one instruction, unless it has to set errno.
+  # Without errno a square root is one instruction.
   target_compile_options(${target} PRIVATE -ffp-contract=off -fno-math-errno -fno-lto)
   set_target_properties(${target} PROPERTIES INTERPROCEDURAL_OPTIMIZATION OFF)
 endfunction()
 
-# What a shared library has besides: its version, and where it finds the other one, which is installed beside it. (In the
-# build folder that is a relative path too, or else the files would tell how long the folder's name is.) Before 1.0 a minor
-# version may change what the library promises.
+# Version and search path of a shared library; the other one is installed beside it. (The build folder uses a relative path,
+# too: an absolute one would change the bytes.) Before 1.0 a minor version may change what the library promises.
 function(vestrel_shared_library target)
   set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR} INSTALL_RPATH "$ORIGIN" BUILD_RPATH_USE_ORIGIN ON)
@@ -55,10 +53,12 @@ function(vestrel_runtime_library target)
   vestrel_own_code(${target})
   vestrel_exact_arithmetic(${target})
   add_library(Vestrel::${target} ALIAS ${target})
-  # A program may take the place of the allocator, which has to stay in an object file of its own.
+  # A program may replace the allocator, which therefore has an object file of its own.
   set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON UNITY_BUILD OFF)
-  # What is public says so, by VESTREL_PUBLIC.
+  # VESTREL_PUBLIC marks what is public.
   set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+  # Static and shared libraries have the same objects, which a compiler cache shares.
+  set_target_properties(${target} PROPERTIES DEFINE_SYMBOL "")
   if(VESTREL_SHARED)
     vestrel_shared_library(${target})
   endif()
@@ -78,11 +78,3 @@ function(vestrel_without_stack_protector)
     set_property(SOURCE ${ARGV} APPEND PROPERTY COMPILE_OPTIONS -fno-stack-protector)
   endif()
 endfunction()
-
-# find_package for something that only a part of the build needs, with a message that says how to go on without.
-macro(vestrel_find_for part option package debian)
-  find_package(${package} QUIET ${ARGN})
-  if(NOT ${package}_FOUND)
-    message(FATAL_ERROR "The ${part} need ${package}: install it (Debian: ${debian}) or configure with -D${option}=OFF.")
-  endif()
-endmacro()

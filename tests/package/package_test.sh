@@ -4,12 +4,12 @@
 set -euo pipefail
 source=$1 work=$2 case=$3 compiler=${4:-g++} kind=${5:-static}
 here=$(dirname "$(readlink -f "$0")")
-own=$work/$case-$compiler-$kind      # this test's folder
-package=$work/package-$compiler-$kind # where `install` puts what others use
+own=$work/$case-$compiler-$kind       # this test's folder
+package=$work/package-$compiler-$kind # what `install` makes for other cases
 
 skip() { echo "$*"; exit 77; }
 fail() { echo "$*"; exit 1; }
-needs() { command -v "$1" >/dev/null || skip "$1 is not here"; }
+needs() { command -v "$1" >/dev/null || skip "there is no $1"; }
 
 case $kind in
   static) shared=OFF ;;
@@ -33,7 +33,7 @@ build() {
   quietly cmake --build "$2" -j 2
 }
 
-# build_vestrel BUILD [cmake option]...: the libraries alone, unless options say more.
+# build_vestrel BUILD [cmake option]...: the libraries, unless options say more.
 build_vestrel() {
   build "$source" "$1" -DVESTREL_BUILD_TESTS=OFF -DVESTREL_BUILD_TOOLS=OFF -DVESTREL_BUILD_SAMPLES=OFF \
     -DVESTREL_BUILD_BENCHMARKS=OFF "${@:2}"
@@ -53,7 +53,7 @@ expect_output() {
   grep -Eq -- "$1" <<<"$result" || fail "expected: $1"
 }
 
-# expect_result [PATTERN]: of the consumer, which has to use the libraries of the kind that it should.
+# expect_result [PATTERN]: runs the consumer, and checks that it is linked with libraries of the right kind.
 expect_result() {
   expect_output "${1:-$expected}" "$own/consumer/consumer"
   expect_kind "$own/consumer/consumer"
@@ -68,7 +68,7 @@ expect_kind() {
   esac
 }
 
-# compile_with_package PKGCONFIG-FOLDER OUTPUT ARGUMENT...: by pkg-config and the compiler alone.
+# compile_with_package PKGCONFIG-FOLDER OUTPUT ARGUMENT...: with pkg-config, without CMake.
 compile_with_package() {
   local flags
   flags=$(PKG_CONFIG_LIBDIR=$1 pkg-config --cflags --libs vestrel-noise)
@@ -76,19 +76,19 @@ compile_with_package() {
   expect_kind "$2"
 }
 
-# public_names LIBRARY...: what the libraries show, without parameters. Whether a table of virtual functions that has no
-# other home is shown depends on the optimisation.
+# public_names LIBRARY...: the exported names, without parameters. Whether that table of virtual functions is exported depends
+# on the optimisation.
 public_names() {
   nm -DC --defined-only "$@" | sed -nE 's/^[0-9a-f]+ . ([^(]*).*/\1/p' | sort -u |
     grep -v '^vtable for Vestrel::CAbstractRandomGenerator$'
 }
 
 expect_public_names() {
-  diff <(public_names "$@") "$here/public_names.txt" || fail "what the libraries show is not what is public"
-  ! nm -D --defined-only "$@" | grep -E '^[0-9a-f]+ u ' || fail 'there may be no symbol that is one in a whole process'
+  diff <(public_names "$@") "$here/public_names.txt" || fail 'the exported names are not those of public_names.txt'
+  ! nm -D --defined-only "$@" | grep -E '^[0-9a-f]+ u ' || fail 'these symbols are unique in a process (STB_GNU_UNIQUE)'
 }
 
-# expect_tool PREFIX: that the tool draws, and has its manual page and its completion beside it.
+# expect_tool PREFIX: the tool draws, and its manual page and completion are installed.
 expect_tool() {
   quietly "$1/bin/noise_preview" --size 32x32 --output "$own/noise.png"
   [ -s "$own/noise.png" ] || fail 'nothing was drawn'
@@ -100,7 +100,7 @@ expect_tool() {
   expect_output '^complete .* noise_preview$' bash -c 'source "$1" && complete -p noise_preview' bash "$completion"
 }
 
-# functions_with_outside_calls LIBRARY...: those that go through the table that the loader fills.
+# functions_with_outside_calls LIBRARY...: functions that call through the procedure linkage table.
 functions_with_outside_calls() {
   objdump -dC --no-show-raw-insn "$@" |
     sed -nE '/^[0-9a-f]+ <.*>:$/{s/^[0-9a-f]+ <(.*)>:$/\1/;h};/^ .*@plt>/{g;p}' | grep -v '@plt$' | sort -u
@@ -108,15 +108,18 @@ functions_with_outside_calls() {
 
 case $case in
   install)
-    # As for Debian in one of the variants, and moved: a package does not depend on where it was installed.
+    # One variant as for Debian. All are moved: a package does not depend on where it was installed.
     options=()
-    [ "$compiler,$kind" != g++,shared ] ||
+    if [ "$compiler,$kind" = g++,shared ]; then
       options=(-DCMAKE_INSTALL_PREFIX=/usr -DVESTREL_BUILD_TOOLS=ON -DVESTREL_HARDENED=ON)
+      # `same_bytes` compares this build with another one, and not with itself from a compiler cache.
+      export CCACHE_DISABLE=1
+    fi
     build_vestrel "$own/build" -DBUILD_SHARED_LIBS=$shared "${options[@]}"
     quietly cmake --install "$own/build" --prefix "$own/prefix"
     rm -rf "$package" && mv "$own/prefix" "$package"
     # No file names a folder of this machine.
-    ! grep -rlF -e "$source" -e "$work" "$package" || fail 'these files name folders that they should not'
+    ! grep -rlF -e "$source" -e "$work" "$package" || fail 'these files contain folders of this machine'
     ;;
   found)
     build_consumer -DCMAKE_PREFIX_PATH="$package"
@@ -134,16 +137,16 @@ case $case in
   subdirectory)
     build_consumer -DVESTREL_SOURCE="$source" -DBUILD_SHARED_LIBS=$shared
     expect_result
-    # CMake optimises nothing unless it is told to.
+    # CMake's default build is not optimised.
     expect_output 'Vestrel: there is no CMAKE_BUILD_TYPE' cmake "$own/consumer" -DCMAKE_BUILD_TYPE=
-    ! cmake "$own/consumer" -DCMAKE_BUILD_TYPE=Release | grep -F CMAKE_BUILD_TYPE || fail 'there is one'
-    # Nobody asked for Vestrel to be installed.
+    ! cmake "$own/consumer" -DCMAKE_BUILD_TYPE=Release | grep -F CMAKE_BUILD_TYPE || fail 'a warning although there is a build type'
+    # Vestrel itself is not installed.
     quietly cmake --install "$own/consumer" --prefix "$own/prefix"
     expect_output '^bin/consumer$' find "$own/prefix" -type f -printf '%P\n'
     [ "$(find "$own/prefix" ! -type d | wc -l)" -eq 1 ] || fail 'more than the consumer is installed'
     ;;
   fetched)
-    # Without optimisation, for that shows more templates.
+    # Without optimisation, which exports more templates.
     build_consumer -DVESTREL_FETCHED="$source" -DBUILD_SHARED_LIBS=$shared -DCMAKE_BUILD_TYPE=Debug
     expect_result
     [ $kind = static ] || expect_public_names $(find "$own/consumer" -name 'libzr_*.so')
@@ -162,14 +165,14 @@ case $case in
     [ ${#libraries[@]} -eq 2 ] || fail "${#libraries[@]} libraries were found"
     expect_public_names "${libraries[@]}"
     for library in "${libraries[@]}"; do
-      readelf -d "$library" | grep -qE 'SONAME.*\[libzr_[a-z]*\.so\.0\.1\]' || fail "the SONAME of $library is another one"
+      readelf -d "$library" | grep -qE 'SONAME.*\[libzr_[a-z]*\.so\.0\.1\]' || fail "$library has another SONAME"
       ! ldd "$library" | grep 'not found' || fail "$library does not find what it needs"
     done
-    # No sampler or stream is among them. (The class that checks the arithmetic calls them all, as programs do.)
+    # No sampler and no stream calls another function of the library that way. (VerifyArithmetic does, as programs do.)
     functions_with_outside_calls "${libraries[@]}" >"$own/calls"
-    grep -q 'CFastNoise3::CFastNoise3' "$own/calls" || fail 'this test does not see such calls'
+    grep -q 'CFastNoise3::CFastNoise3' "$own/calls" || fail 'this test does not find such calls'
     ! grep -vE 'CHashedOperations|ResetSampler' "$own/calls" | grep -E 'Sample|Batch|Gradient|Blocks|Sin' ||
-      fail 'these go through the table of the loader'
+      fail 'these call through the procedure linkage table'
     ;;
   hardened)
     tool=$package/bin/noise_preview
@@ -179,12 +182,12 @@ case $case in
       expect_output 'Flags:.* NOW' readelf -dW "$file"
       expect_output '^ *GNU_RELRO ' readelf -lW "$file"
       ! readelf -lW "$file" | grep 'GNU_STACK.* RWE ' || fail "the stack of $file is executable"
-      # Outside the inner loops zr_support has no arrays to protect.
+      # zr_support has no arrays outside the inner loops.
       [[ $file == */libzr_support.* ]] || expect_output '__stack_chk_fail' nm -D --undefined-only "$file"
     done
     expect_output 'Flags:.* PIE' readelf -dW "$tool"
     expect_output '__snprintf_chk' nm -D --undefined-only "$tool"
-    # Where an indirect call may land. (The property IBT is not set: Debian's own start-up code lacks it.)
+    # Targets of indirect calls. (The property IBT is not set: Debian's own start-up code lacks it.)
     [ "$(uname -m)" != x86_64 ] || for file in "${files[@]}"; do
       nm -D --defined-only "$file" | sed -nE 's/^0*([0-9a-f]+) [TW] .*/\1/p' | sort -u >"$own/functions"
       objdump -d "$file" | sed -nE 's/^ *([0-9a-f]+):.*\tendbr64.*/\1/p' | sort >"$own/landings"
@@ -193,12 +196,12 @@ case $case in
     done
     ;;
   same_bytes)
-    # Of the package's build and the one that follows the README: in folders of other lengths.
+    # This package's build and the one that follows the README, in folders of different lengths.
     here_built=$work/install-$compiler-$kind/build there_built=$work/../documents/checkout/build/deb
-    [ -d "$there_built" ] || skip 'the build that follows the README is not here'
-    [ ${#here_built} -ne ${#there_built} ] || fail 'the names of both folders are of the same length'
+    [ -d "$there_built" ] || skip 'there is no build that follows the README'
+    [ ${#here_built} -ne ${#there_built} ] || fail 'the names of both folders have the same length'
     for file in Runtime/zr_support/libzr_support.so.0.1.0 Runtime/zr_maths/libzr_maths.so.0.1.0 tools/noise_preview/noise_preview; do
-      cmp "$here_built/$file" "$there_built/$file" || fail 'the folder can be told from the file'
+      cmp "$here_built/$file" "$there_built/$file" || fail "$file depends on its folder"
     done
     ;;
   tool)
@@ -206,40 +209,61 @@ case $case in
     expect_kind "$package/bin/noise_preview"
     ;;
   other_flags)
-    # A consumer with other flags than the library takes the library's backend all the same.
+    # A consumer with other flags has the library's backend.
     flags='-O0'
     [ "$(uname -m)" = x86_64 ] && flags='-O3 -mavx2 -mfma'
     build_consumer -DCMAKE_PREFIX_PATH="$package" -DCMAKE_CXX_FLAGS="$flags"
     expect_result
     ;;
   portable)
-    # By its own flags the consumer would choose SSE or NEON, whose values travel in other registers.
+    # Its own flags have SSE or NEON, whose values are passed in other registers.
     build_vestrel "$own/vestrel" -DVESTREL_PORTABLE_SIMD=ON
     quietly cmake --install "$own/vestrel" --prefix "$own/prefix"
     build_consumer -DCMAKE_PREFIX_PATH="$own/prefix"
     expect_result "${expected/(NEON|SSE|portable)/portable}"
     ;;
   subdirectory_other_flags)
-    # Parts of fast-math that clang does not let the sources see, for the whole of somebody's project.
+    # Parts of fast-math for which clang defines no macro, for the whole project.
     build_consumer -DVESTREL_SOURCE="$source" \
       -DCMAKE_CXX_FLAGS='-O3 -funsafe-math-optimizations -fno-honor-nans -fapprox-func -fdenormal-fp-math=positive-zero'
     expect_result
     ;;
   exported)
-    # Somebody's library that is linked with Vestrel, and installs both.
+    # A library that is linked with Vestrel, and installs both.
     build "$here/terrain" "$own/terrain" -DVESTREL_SOURCE="$source"
     quietly cmake --install "$own/terrain" --prefix "$own/prefix"
     build "$here/terrain/program" "$own/program" -DCMAKE_PREFIX_PATH="$own/prefix"
     expect_output '^\+0\.342384$' "$own/program/program"
     ;;
   refusals)
-    # What looks inside the libraries cannot be had with shared ones.
+    # Tests and benchmarks need static libraries.
     for part in TESTS BENCHMARKS REPLAYS FUZZERS; do
       ! cmake -S "$source" -B "$own/build" -DBUILD_SHARED_LIBS=ON -DVESTREL_BUILD_$part=ON >"$own/log" 2>&1 ||
         fail "shared libraries were accepted with VESTREL_BUILD_$part"
       tr -s '\n ' ' ' <"$own/log" | grep -q "need static libraries: configure .*-DVESTREL_BUILD_$part=OFF" ||
         { cat "$own/log"; exit 1; }
       rm -rf "$own/build"
+    done
+    ;;
+  left_out)
+    # Without the packages that other parts need, a plain configuration builds the libraries and names what it leaves out.
+    packages=(GTest:libgtest-dev MPFR:libmpfr-dev CLI11:libcli11-dev PNG:libpng-dev WebP:libwebp-dev
+      OpenEXR:libopenexr-dev benchmark:libbenchmark-dev SLEEF:libsleef-dev)
+    hidden=("${packages[@]/#/-DCMAKE_DISABLE_FIND_PACKAGE_}")
+    configure=(cmake -S "$source" -B "$own/build" "${hidden[@]/%:*/=ON}")
+    "${configure[@]}" >"$own/said" 2>&1 || { cat "$own/said"; fail 'the configuration stops'; }
+    for package in "${packages[@]}"; do
+      grep -qE "^-- Vestrel: no ${package%:*}, so the [a-z]+ are left out \(Debian: ${package#*:}\)$" "$own/said" ||
+        { cat "$own/said"; fail "nothing is said of $package"; }
+    done
+    grep -q 'CMAKE_BUILD_TYPE was not set, and is Release' "$own/said" || fail 'nothing is said of the build type'
+    quietly cmake --build "$own/build"
+    [ "$(find "$own/build" -name 'libzr_*.a' | wc -l)" -eq 2 ] || fail 'the libraries were not built'
+    # A part that was asked for is needed.
+    for asked in TESTS:GTest TOOLS:CLI11 SAMPLES:PNG BENCHMARKS:benchmark; do
+      ! "${configure[@]}" -DVESTREL_BUILD_${asked%:*}=ON >"$own/said" 2>&1 || fail "the build went on without ${asked#*:}"
+      grep -qiE "The ${asked%:*} need ${asked#*:}: install it" "$own/said" || { cat "$own/said"; exit 1; }
+      cmake "$own/build" -UVESTREL_BUILD_${asked%:*} >/dev/null
     done
     ;;
   version)
@@ -259,10 +283,10 @@ case $case in
     config=$work/install-g++-shared/build/CPackConfig.cmake
     mkdir "$own/few"
     ! PATH=$own/few "$(command -v cpack)" -G DEB --config "$config" -B "$own" 2>"$own/complaint" || fail 'no dpkg-shlibdeps'
-    tr -s ' \n' ' ' <"$own/complaint" | grep -qF 'please install file' || { cat "$own/complaint"; fail 'not said what is missing'; }
+    tr -s ' \n' ' ' <"$own/complaint" | grep -qF 'please install file' || { cat "$own/complaint"; fail 'the missing program is not named'; }
     quietly cpack -G DEB --config "$config" -B "$own"
     debs=("$own"/libzr-maths0.1_0.1.0_*.deb "$own"/vestrel-noise_0.1.0_*.deb)
-    [ "$(find "$own" -maxdepth 1 -name '*.deb' | wc -l)" -eq 2 ] || fail 'there are other packages than two'
+    [ "$(find "$own" -maxdepth 1 -name '*.deb' | wc -l)" -eq 2 ] || fail 'there are not two packages'
     fields='${Package} ${Version} ${Section} ${Depends}\n'
     expect_output '^libzr-maths0\.1 0\.1\.0 libs .*libc6.*libstdc\+\+6' dpkg-deb --show --showformat="$fields" "${debs[0]}"
     expect_output '^vestrel-noise 0\.1\.0 libdevel libzr-maths0\.1 \(= 0\.1\.0\), .*libpng' \
@@ -271,18 +295,18 @@ case $case in
     expect_output '^libzr_maths 0\.1 libzr-maths0\.1 \(>= 0\.1\.0\)$' \
       bash -c 'dpkg-deb --ctrl-tarfile "$1" | tar -xO ./shlibs' bash "${debs[0]}"
     for deb in "${debs[@]}"; do dpkg-deb --contents "$deb"; done >"$own/contents"
-    ! grep -v ' root/root ' "$own/contents" || fail 'these files belong to somebody'
+    ! grep -v ' root/root ' "$own/contents" || fail 'these files do not belong to root'
     # Nobody has chosen a licence yet.
     if command -v lintian >/dev/null; then
       lintian --allow-root --tag-display-limit 0 --display-info "${debs[@]}" >"$own/tags" || true
-      ! grep -v ': no-copyright-file$' "$own/tags" || fail 'lintian complains'
+      ! grep -v ': no-copyright-file$' "$own/tags" || fail 'errors of lintian'
     else
-      echo 'NOT TRIED: lintian is not here'
+      echo 'NOT TRIED: there is no lintian'
     fi
-    ! grep -vE ' \./(usr/((bin|include|lib|share)/.*)?)?$| -> ' "$own/contents" || fail 'these files are somewhere else'
+    ! grep -vE ' \./(usr/((bin|include|lib|share)/.*)?)?$| -> ' "$own/contents" || fail 'these files are in other folders'
 
-    # Into a root of its own, without those of the machine that it depends on. Nothing of the machine may be changed:
-    # ldconfig is one that says that it was called.
+    # Installs into a root of its own, without dependencies. ldconfig is a stand-in that records its calls: the machine stays
+    # as it is.
     root=$own/root bin=$own/bin
     mkdir -p "$root/usr" "$own/admin/info" "$own/admin/updates" "$own/admin/triggers" "$bin"
     touch "$own/admin/status" "$own/admin/available"
@@ -300,7 +324,7 @@ case $case in
     expect_tool "$root/usr"
 
     dpkg_here --purge vestrel-noise libzr-maths0.1
-    ! find "$root" -mindepth 1 ! -path "$root/usr" | grep . || fail 'these have stayed'
+    ! find "$root" -mindepth 1 ! -path "$root/usr" | grep . || fail 'these files are left'
     [ "$(wc -l <"$own/ldconfig")" -eq 2 ] || fail 'ldconfig was not called again'
     ;;
   *)

@@ -1,4 +1,4 @@
-// A program with an allocator of its own, which has to be asked for every table.
+// A program that replaces the allocator, which then allocates every table.
 
 #include <zr_maths/maths_noise_fast.h>
 #include <zr_support/mem_alloc.h>

@@ -1,6 +1,5 @@
-// Samples a field and prints, for the test to compare: the backend and a hash of the samples' bits. Fails
-// where the program and the library do not agree on what a four-lane value is, and where some operation of
-// the library gives other bits than it should.
+// Samples a field and prints the backend and a hash of the samples' bits. Fails where program and library
+// disagree on the layout of a four-lane value, and where an operation of the library gives wrong bits.
 
 #include <zr_maths/maths_noise_fast.h>
 #include <zr_maths/verify_arithmetic.h>
@@ -21,7 +20,7 @@ int main() {
                     static_cast<double>(lanes.y), static_cast<double>(lanes.z), static_cast<double>(lanes.w));
         return 1;
     }
-    std::fesetenv(FE_DFL_ENV); // some are linked with flags by which denormals are flushed
+    std::fesetenv(FE_DFL_ENV); // some are linked with flags that flush denormals
     if (!VerifyArithmetic()) {
         std::printf("the library does not give its own bits\n");
         return 1;
