@@ -1,10 +1,9 @@
-"""How the libraries and their tests are built and run, with a change in one source or without.
+"""Builds and runs the libraries' tests, with or without a change in one source.
 
-CMake says how things are compiled, and the compiler which sources depend on which.
+CMake gives the commands, the compiler the dependencies.
 """
 
 import concurrent.futures
-import fnmatch
 import hashlib
 import json
 import math
@@ -20,26 +19,24 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 WORK = ROOT / "build" / "mutation"
-# A copy of the tree, and what is built of it unchanged. Workers have copies of this.
+# A copy of the tree, built without changes. Each worker has a copy of it.
 BASE = WORK / "base"
 
 BUILDS = {"native": [], "portable": ["-DVESTREL_PORTABLE_SIMD=ON"]}
 
-# Programs that take longer than all others together: what they alone would notice counts as not noticed. Of the
-# pinned bits the few are run that emulated configurations look at.
-LEFT_OUT = ["*_exhaustive_tests", "*_statistics_tests"]
+# The test of the pinned bits, which a Debug build runs with few results. Long tests are not built: what only they would
+# notice counts as survived.
 PINNED = "zr_maths_pinned_bits_tests"
-FEW = "pinned_bits_few"
 
-# Compiling takes most of the time: for the libraries, half of it without inlining and optimisation; for the tests,
-# more than half if what nearly all of them include is compiled beforehand. An index out of bounds ends a program, and
-# so does the conversion of a float beyond the integers.
+# Compiling takes most of the time: the libraries half as long without inlining and optimisation, the tests less than
+# half as long with a precompiled header. An index out of bounds ends a program, and so does the conversion of a float
+# beyond the integers.
 QUICK_LIBRARY = ["-O0", "-Dalways_inline=unused", "-D_GLIBCXX_ASSERTIONS", "-fsanitize=bounds,float-cast-overflow",
                  "-fsanitize-undefined-trap-on-error"]
 INCLUDED_BY_TESTS = "#include <gtest/gtest.h>\n#include <random>\n"
 PRECOMPILED = WORK / "precompiled" / "tests.h"
 
-# How a build file of Ninja's says that an executable is linked: its name, its objects and more, and its variables.
+# A link statement in Ninja's build file: the executable, its objects and more, and its variables.
 LINK_STATEMENT = re.compile(r"^build (Runtime/\S*/tests/\S+): CXX_EXECUTABLE_LINKER\S* (.*)\n((?:  .*\n)*)", re.MULTILINE)
 
 
@@ -57,8 +54,8 @@ def digest_of(*parts):
 
 
 def run_tool(command, folder=None):
-    """Runs a compiler or the like, out of reach of Ctrl-C: what is cut short must not count as an error of a
-    mutant. Returns whether it succeeded, and what it said."""
+    """Runs a tool, and returns whether it succeeded, and its output. Ctrl-C does not reach it: an interruption must
+    not count as an error of a mutant."""
     result = subprocess.run(command, cwd=folder, capture_output=True, text=True, start_new_session=True)
     if result.returncode not in (0, 1):
         raise RuntimeError(f"{command[0]} ended with {result.returncode}: {result.stderr}")
@@ -66,7 +63,7 @@ def run_tool(command, folder=None):
 
 
 class Unit:
-    """A source file and how it is compiled, in the base tree or another one."""
+    """A source file and its command, in the base tree or a worker's."""
 
     def __init__(self, entry, build):
         self.command = shlex.split(entry["command"]) + [f"-fmacro-prefix-map={WORK}=", "-fmax-errors=1"]
@@ -82,16 +79,8 @@ class Unit:
         self.dependencies = set()
         self.seconds = 0.0
 
-    def with_few_results(self):
-        few = Unit.__new__(Unit)
-        few.__dict__.update(self.__dict__)
-        few.object = self.object + ".few.o"
-        few.target = FEW
-        few.command = [re.sub("EMULATED=0$", "EMULATED=1", word) for word in self.command]
-        return few
-
     def compile(self, tree, released=None, extra=()):
-        """Returns whether it compiles, and the compiler's messages. An object `released` is optimised."""
+        """Returns whether it compiles, and the messages. An object `released` is optimised."""
         target = tree / (released or self.object)
         target.parent.mkdir(parents=True, exist_ok=True)
         command = [word.replace(str(BASE), str(tree)) for word in self.command]
@@ -100,7 +89,7 @@ class Unit:
                         self.folder.replace(str(BASE), str(tree)))
 
     def compile_base(self):
-        """Compiles in the base tree, unless it is up to date, and takes note of the time and the dependencies."""
+        """Compiles in the base tree, unless it is up to date, and notes the time and the dependencies."""
         target, note = BASE / self.object, BASE / (self.object + ".json")
         if target.exists() and note.exists():
             self.seconds, names, digest = json.loads(note.read_text())
@@ -128,18 +117,18 @@ class Unit:
 
 
 class Program:
-    """Test sources, linked with the libraries if they need them. `seconds` is how long a run takes."""
+    """Test sources, linked with the libraries if they need them. `seconds` is the time of a run."""
 
     def __init__(self, name, units, libraries, link_words):
         self.name, self.units, self.libraries, self.seconds = name, units, libraries, 60.0
         self.link_words = link_words
 
     def of_one(self, unit):
-        """A program of one of the sources, which may not be one."""
+        """A program of one source, which need not have a main."""
         return Program("alone-" + pathlib.Path(unit.source).stem, [unit], self.libraries, self.link_words)
 
     def measure(self):
-        """Links and runs it in the base tree; returns whether it can be linked."""
+        """Links and runs it in the base tree. Returns whether it links."""
         libraries, self.libraries = self.libraries, []
         binary = self.link(BASE)
         if binary is None:
@@ -155,7 +144,7 @@ class Program:
         return True
 
     def link(self, tree):
-        """Returns the program, or nothing if it cannot be linked."""
+        """Returns the program, or None if it does not link."""
         target = tree / f"bin-{self.units[0].build}" / self.name
         target.parent.mkdir(exist_ok=True)
         archives = {}
@@ -172,8 +161,8 @@ class Program:
         return target if linked else None
 
     def passes(self, binary, tree):
-        """Whether its tests pass, in ten times the time that they take, by the clock of the processor; and what
-        failed. An hour by the clock on the wall is for one that sleeps: others may have been kept waiting."""
+        """Whether its tests pass, in at most ten times their usual processor time, and what failed. The hour of wall
+        time is for a program that sleeps."""
         limit = math.ceil(5 + 10 * self.seconds)
         environment = {k: v for k, v in os.environ.items() if not k.startswith("GTEST_")}
         process = subprocess.Popen(
@@ -191,7 +180,7 @@ class Program:
 
 
 class Build:
-    """The libraries and their tests, as CMake builds them with certain options."""
+    """The libraries and their tests with one set of CMake options."""
 
     def __init__(self, name, jobs):
         self.name = name
@@ -203,7 +192,7 @@ class Build:
         self.programs = self._programs(folder, {unit.object: unit for unit in units})
         self.units = list(dict.fromkeys([*self.libraries, *(unit for program in self.programs.values()
                                                             for unit in program.units)]))
-        # Tests that make a program by themselves, too, by the names of their sources.
+        # Tests that are also a program by themselves, by the names of their sources.
         self.alone = {}
         self.reference_lock = threading.Lock()
         self._make(jobs)
@@ -211,15 +200,16 @@ class Build:
     def _configure(self, folder):
         configured, messages = run_tool(
             ["cmake", "-S", str(BASE), "-B", str(folder), "-G", "Ninja", "-DCMAKE_CXX_COMPILER=g++",
-             "-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_CXX_FLAGS_RELEASE=-O1 -DNDEBUG",
-             "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", "-DVESTREL_BUILD_TESTS=ON", "-DVESTREL_BUILD_REPLAYS=OFF",
+             "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=-O1 -DNDEBUG",
+             "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", "-DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON",
+             "-DVESTREL_BUILD_TESTS=ON", "-DVESTREL_BUILD_LONG_TESTS=OFF", "-DVESTREL_BUILD_REPLAYS=OFF",
              "-DVESTREL_BUILD_TOOLS=OFF", "-DVESTREL_BUILD_SAMPLES=OFF",
              "-DVESTREL_BUILD_BENCHMARKS=OFF", *BUILDS[self.name]])
         if not configured:
             stop(f"configuring failed:\n{messages}")
 
     def _programs(self, folder, units):
-        """The test programs by their names, as the build file says that they are linked."""
+        """The test programs by their names, from the build file."""
         programs = {}
         for path, inputs, variables in LINK_STATEMENT.findall((folder / "build.ninja").read_text()):
             name = pathlib.Path(path).name
@@ -227,14 +217,8 @@ class Build:
             members = [units[prefix + word] for word in inputs.split(" | ")[0].split()]
             settings = dict(re.findall(r"^  (\w+) = (.*)$", variables, re.MULTILINE))
             words = (settings.get("LINK_FLAGS", "") + " " + settings.get("LINK_LIBRARIES", "")).split()
-            if name == PINNED:
-                members = [unit.with_few_results() for unit in members]
-                if not any(word.endswith("EMULATED=1") for unit in members for word in unit.command):
-                    stop("the test of the pinned bits cannot be built with few results any more")
-                name = FEW
-            if not any(fnmatch.fnmatch(name, pattern) for pattern in LEFT_OUT):
-                programs[name] = Program(name, members, self.libraries, words)
-        if FEW not in programs:
+            programs[name] = Program(name, members, self.libraries, words)
+        if PINNED not in programs:
             stop(f"there is no test program {PINNED} any more")
         return programs
 
@@ -246,7 +230,7 @@ class Build:
         for program in self.programs.values():
             if not program.measure():
                 stop(f"{program.name} cannot be linked")
-            for unit in program.units if program.name != FEW else []:
+            for unit in program.units if program.name != PINNED else []:
                 alone = program.of_one(unit)
                 if unit.source.endswith("_test.cpp") and alone.measure():
                     self.alone[pathlib.Path(unit.source).stem] = alone
@@ -259,13 +243,13 @@ class Build:
         run_tool([*command, "-x", "c++-header", str(PRECOMPILED), "-o", f"{PRECOMPILED}.gch"], test.folder)
 
     def quick_programs(self, file):
-        """The few pinned bits and the test that is named after the source: those most likely to fail."""
+        """The pinned bits and the test of that source: those most likely to fail."""
         stem = "simd_float4" if "/simd/" in file else pathlib.Path(file).stem
         mirrors = [self.alone[stem + "_test"]] if stem + "_test" in self.alone else []
-        return self._cheapest_first([*mirrors, self.programs[FEW]], file)
+        return self._cheapest_first([*mirrors, self.programs[PINNED]], file)
 
     def other_programs(self, file):
-        return self._cheapest_first([p for name, p in self.programs.items() if name != FEW], file)
+        return self._cheapest_first([p for name, p in self.programs.items() if name != PINNED], file)
 
     @staticmethod
     def _cheapest_first(programs, file):

@@ -1,4 +1,4 @@
-"""The list of mutants that no test can tell from the original, and why."""
+"""The list of mutants that no test can distinguish from the original, with reasons."""
 
 import pathlib
 import re
@@ -7,14 +7,12 @@ LIST = pathlib.Path(__file__).with_name("equivalents.txt")
 
 
 def written(key):
-    """A mutant as it stands in the list."""
     file, original, mutated, number = key
     return f"{file}:\n- {original}\n+ {mutated}{f' [{number}]' if number > 1 else ''}"
 
 
 def read_list(text):
-    """The reasons, by file, lines, changed lines, and the number among those that look the same. Raises a
-    ValueError, with the number of the line, for what cannot be understood."""
+    """The reasons by mutant. Raises a ValueError with the number of the line for bad syntax."""
     reasons, file, original, waiting = {}, None, None, []
     for number, line in enumerate(text.splitlines(), 1):
         kind, rest = line[:2], line[2:].strip()

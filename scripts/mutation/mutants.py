@@ -1,14 +1,14 @@
 """Small changes of C++ sources, one at a time, that tests should notice.
 
-Works on tokens, and relies on clang-format: a binary operator has spaces around it, the angle brackets of a
-template and the stars of a pointer have not.
+Works on tokens, and relies on clang-format: binary operators have spaces around them, the brackets of templates and the
+stars of pointers do not.
 """
 
 import collections
 import re
 
-# The lines that a mutant changes, as they were and as they are, in one line each; `number` tells it from
-# others of the file that look the same, and `text` is the whole file.
+# The changed lines before and after, each joined to one line; `number` counts those of the file that look the same, and
+# `text` is the whole file.
 Mutant = collections.namedtuple("Mutant", "file original mutated number text")
 
 Token = collections.namedtuple("Token", "kind text start end")
@@ -35,7 +35,7 @@ WORD_CHANGES = [(re.compile(rf"{one}(?![a-z])"), other)
                 for pair in WORDS for one, other in (pair, pair[::-1])]
 
 OPENING = {"(": ")", "{": "}", "[": "]"}
-# What a declaration begins with, or a statement that has to stay.
+# The beginnings of declarations and of statements that must stay.
 KEYWORDS = set("""alignas auto break case class const constexpr continue default delete do else enum explicit
     extern for friend goto if inline namespace new private protected public return static static_assert struct
     switch template throw typedef typename using virtual void while""".split())
@@ -60,7 +60,7 @@ class Source:
         self.skipped = self._skipped()
 
     def _partners(self):
-        """The places of closing brackets by those of opening ones, and the other way round."""
+        """The index of each bracket's partner."""
         partner, stack = {}, []
         for k, token in enumerate(self.tokens):
             if token.kind != "operator":
@@ -73,7 +73,6 @@ class Source:
         return partner
 
     def is_spaced(self, k):
-        """Whether there is white space on both sides."""
         token = self.tokens[k]
         return self.text[token.start - 1].isspace() and self.text[token.end].isspace()
 
@@ -84,8 +83,7 @@ class Source:
         return self.tokens[k].text == ">" and not self.text[self.tokens[k].start - 1].isspace()
 
     def _skipped(self):
-        """The places of tokens that are left alone: attributes, assertions, the heads of templates, and the size
-        of vectors."""
+        """The tokens that are not changed: attributes, assertions, heads of templates, and sizes of vectors."""
         skipped = set()
         for k, token in enumerate(self.tokens):
             if token.text == "[" and self.tokens[k + 1].text == "[":
@@ -95,11 +93,10 @@ class Source:
         return skipped
 
     def slice(self, first, last):
-        """The text from one token to another, both included."""
         return self.text[self.tokens[first].start:self.tokens[last].end]
 
     def parts(self, opening):
-        """The parts, as pairs of first and last token, that commas make of what is in brackets."""
+        """The parts between commas in brackets, as pairs of first and last token."""
         parts, first, k = [], opening + 1, opening + 1
         while k <= self.partner[opening]:
             if k == self.partner[opening] or self.tokens[k].text == ",":
@@ -110,7 +107,7 @@ class Source:
         return parts
 
     def is_declaration(self, first, last):
-        """Whether two names in a row, or a type's star or ampersand, show that a variable is declared."""
+        """Whether two names in a row, or a type's star or ampersand, declare a variable."""
         for k in range(first, last):
             here, following = self.tokens[k], self.tokens[k + 1]
             if following.kind == "word" and (here.kind == "word" or self.closes_angle(k)):
@@ -138,7 +135,7 @@ def numbers_near(number):
 
 
 def token_changes(source):
-    """Changes of single tokens: (first character, one past the last, what comes there)."""
+    """Changes of single tokens: (begin, end, new text)."""
     for k, token in enumerate(source.tokens):
         if k in source.skipped:
             continue
@@ -171,7 +168,7 @@ def swap(source, one, other):
 
 
 def swaps(source):
-    """Neighbours in the arguments of a call, or in a list, change places."""
+    """Swaps neighbours in the arguments of a call or in a list."""
     for k, token in enumerate(source.tokens):
         if k in source.skipped or token.text not in ("(", "{") or k not in source.partner or k == 0:
             continue
@@ -216,7 +213,7 @@ def branches(source, question):
 
 
 def statements(source):
-    """Assignments, calls and bare returns, which are left out."""
+    """Leaves out assignments, calls and bare returns."""
     start = 0
     k = 0
     while k < len(source.tokens):

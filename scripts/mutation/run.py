@@ -1,7 +1,7 @@
 """Makes each mutant of the libraries' sources, builds it and runs the tests: one of them should fail.
 
-A mutant is tried in a copy of the tree. What depends on the changed file is compiled anew, and test programs are
-linked and run, the quick ones first, until one fails.
+In a copy of the tree, what depends on the changed file is compiled anew; test programs are linked and run, the quick
+ones first, until one fails.
 """
 
 import argparse
@@ -23,7 +23,7 @@ from mutants import mutants_of
 
 SOURCES = ["Runtime/*/src/**/*.cpp", "Runtime/*/src/**/*.h", "Runtime/*/include/**/*.h"]
 
-# How a mutant ends, in the order of the table's columns.
+# The outcomes of a mutant: the columns of the table.
 KILLED, SAME, LISTED, SURVIVED, REFUSED = OUTCOMES = (
     "killed", "same code", "listed", "survived", "no compile")
 
@@ -35,7 +35,7 @@ class Worker:
         shutil.copytree(BASE, self.tree)
 
     def try_mutant(self, mutant, build):
-        """How the mutant ends, and by what test."""
+        """Returns the outcome, and the test that failed."""
         path = self.tree / mutant.file
         path.write_text(mutant.text)
         affected = [unit for unit in build.units if mutant.file in unit.dependencies]
@@ -52,7 +52,7 @@ class Worker:
             outcome, by = self._run(program, stale)
             if outcome != SURVIVED:
                 return outcome, by
-        # What callers may include is compiled into the tests as well.
+        # Public headers are compiled into the tests, too.
         if self._is_same([unit for unit in affected if not unit.is_test or "/include/" in file], build):
             return SAME, ""
         for program in build.other_programs(file):
@@ -62,7 +62,7 @@ class Worker:
         return SURVIVED, ""
 
     def _run(self, program, stale):
-        """Brings a program up to date and runs it, unless it is what it was without the change."""
+        """Brings a program up to date and runs it, if the change alters it."""
         for unit in program.units + program.libraries:
             if unit in stale:
                 if not unit.compile(self.tree)[0]:
@@ -77,7 +77,7 @@ class Worker:
         return (SURVIVED, "") if passed else (KILLED, failure)
 
     def _is_same(self, units, build):
-        """Whether the optimised machine code is that of the unchanged sources."""
+        """Whether the optimised machine code is unchanged."""
         for unit in units:
             compiled, _ = unit.compile(self.tree, "released.o")
             if not compiled or (self.tree / "released.o").read_bytes() != build.reference(unit):
@@ -86,8 +86,8 @@ class Worker:
 
 
 class Results:
-    """What was found out, kept in a file, so that a run can be taken up again. It is kept for a source as long as
-    that stays the same; that a mutant survives for no reason listed, only as long as the tests do."""
+    """Results, kept in a file, so that a run can be continued: valid until the source changes, and for a survivor that
+    is not listed, until the tests change."""
 
     def __init__(self, tests, listed, fresh):
         self.file = WORK / "results.jsonl"
@@ -153,7 +153,7 @@ def files_of(patterns):
 
 
 def builds_for(files, jobs):
-    """By file, the first build that compiles it."""
+    """The first build that compiles each file."""
     chosen = {}
     for name in BUILDS:
         missing = [file for file in files if file not in chosen]
@@ -172,13 +172,12 @@ def arguments():
             stop(message)
 
     parser = Parser(prog="mutate.sh", description="Changes the libraries' sources, one small change at a time, and "
-                    "shows which of the changes no test notices.", epilog="What is found out is kept in "
-                    "build/mutation as long as a source stays the same, so that a run may be interrupted and taken "
-                    "up again.")
-    parser.add_argument("--file", action="append", metavar="END", help="only sources whose path ends so; may be "
-                        "repeated, and hold * and ?")
-    parser.add_argument("--sample", type=int, metavar="N", help="only N mutants, chosen at random, always the same")
-    parser.add_argument("--fresh", action="store_true", help="forget what former runs have found")
+                    "shows which changes no test notices.", epilog="Results are kept in build/mutation until "
+                    "the source changes: an interrupted run can be continued.")
+    parser.add_argument("--file", action="append", metavar="END", help="only sources with this end of the path; may "
+                        "be repeated, and contain * and ?")
+    parser.add_argument("--sample", type=int, metavar="N", help="only N mutants, always the same random ones")
+    parser.add_argument("--fresh", action="store_true", help="forget the results of former runs")
     given = parser.parse_args()
     if given.sample is not None and given.sample < 1:
         stop("--sample takes a number from 1 on")
@@ -186,7 +185,7 @@ def arguments():
 
 
 def try_all(mutants, builds, results, jobs):
-    """`mutants` by their keys; tries those of which nothing is known, side by side."""
+    """Tries the mutants, by their keys, that have no result yet, in parallel."""
     waiting = collections.deque(key for key in mutants if results.get(key) is None)
     say(f"{len(mutants)} mutants, of which {len(mutants) - len(waiting)} are known")
     progress = Progress(len(waiting))
@@ -235,7 +234,7 @@ def main():
     builds = builds_for(sorted({mutant.file for mutant in mutants}), jobs)
     mutants = [mutant for mutant in mutants if mutant.file in builds]
     if not mutants:
-        stop("there is nothing to change in these sources on this machine")
+        stop("these sources have nothing to change on this machine")
     if given.sample is not None:
         mutants = random.Random(1).sample(mutants, min(given.sample, len(mutants)))
     by_key = {(*mutant[:4], digest_of(texts[mutant.file])): mutant for mutant in mutants}
@@ -264,4 +263,4 @@ def main():
 try:
     sys.exit(main())
 except KeyboardInterrupt:
-    stop("interrupted; the next run goes on from here")
+    stop("interrupted; the next run continues")
