@@ -1,19 +1,15 @@
 #!/usr/bin/env bash
-# Shows which lines and branches of the libraries their tests run: with the processor's SIMD instructions and with the
-# portable backend. Fails unless it is all of them. The pages with every line are put into build/coverage-report/.
+# Shows which lines and branches of the libraries their tests run, with SIMD instructions and with the portable backend, and
+# fails unless it is all of them. build/coverage-report/ has a page for each file.
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
 
-case "$*" in
-  '') ;;
-  --help | -h) sed -n '2,3s/^# //p' "$0"; exit 0 ;;
-  *) stop "there are no options, and so no '$*'" ;;
-esac
+takes_no_options "$@"
 
 need_build_tools
-need libgtest-dev has_header gtest/gtest.h
-need libmpfr-dev has_header mpfr.h
+need_compiler_cache
+need_test_libraries
 need gcovr has_program gcovr
 install_missing
 unset DESTDIR "${!GTEST_@}"
@@ -21,7 +17,7 @@ unset DESTDIR "${!GTEST_@}"
 report=$root/build/coverage-report
 rm -rf "$report" && mkdir -p "$report"
 
-# What counts: the libraries' own sources and headers, but no kernels that this processor cannot run.
+# Counted are the libraries' sources and headers, except kernels that this processor cannot run.
 filter='Runtime/[^/]*/(src|include)/'
 left_out=()
 if [ "$(uname -m)" = x86_64 ]; then
@@ -38,18 +34,18 @@ table() {
     END { printf "%-68s %s lines %s branches\n", "all", part(c, l), part(t, b); exit status || NR < 10 }' "$1"
 }
 
-# measure PRESET: counts what the tests run of a build.
+# measure PRESET
 measure() {
   local data=$root/build/$1/Runtime json=$report/$1.json
   say "== $1: building"
-  build "$1" Runtime/zr_support/all Runtime/zr_maths/all
+  build "$1" Runtime/all
   find "$data" -name '*.gcda' -delete
   say "== $1: testing"
-  # The pinned bits run nothing that others do not, and take as long as all others. Threads side by side spoil counts.
+  # The pinned bits run no other lines than the tests, and take as long as all of them. Threads spoil counts.
   GTEST_FILTER='-*Concurrency*' ctest --test-dir "$root/build/$1" --label-exclude 'project|exhaustive' --exclude-regex 'PinnedBits|Concurrency' --no-tests=error \
     -j "$(nproc)" >"$report/$1.log" 2>&1 || { tail -n 20 "$report/$1.log" >&2; stop "$1: the tests fail"; }
-  # Not side by side, with -j, which gcovr 5.2 does not always come to an end of. The expressions compiled with callers'
-  # flags are inlined into each other, and have copies of branches that not every copy takes.
+  # Without -j, with which gcovr 5.2 sometimes hangs. The expressions compiled with callers' flags have copies of branches,
+  # not each of which is taken.
   (cd "$root" && gcovr --root . --filter "$filter" "${left_out[@]}" --exclude-unreachable-branches \
     --exclude-directories '.*/zr_support_flag_expressions_' --json "$json" "$data" &&
     gcovr --root . --add-tracefile "$json" --csv "$report/$1.csv" --html-details "$report/$1.html") \
@@ -67,5 +63,5 @@ complete=true
 for preset in coverage coverage-portable; do
   measure "$preset" || complete=false
 done
-say "$report/ has every line"
-$complete || stop 'the tests leave something out'
+say "$report/ shows every line"
+$complete || stop 'the tests do not run everything'

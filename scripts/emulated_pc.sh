@@ -1,16 +1,15 @@
 #!/usr/bin/env bash
-# Runs a program on a PC that Bochs emulates, under Debian's kernel: for instructions that this processor lacks.
-#   emulated_pc.sh MODEL PROGRAM [ARGUMENT...]
-#   emulated_pc.sh --prepare
-# The first prints what PROGRAM prints and exits with its status. PROGRAM is for x86-64, linked statically, and finds no
-# file but itself. `bochs --help cpu` lists the models: corei7_icelake_u and corei7_skylake_x have AVX-512, the former
-# with VBMI. The PC takes some 20 seconds to start, and is some 150 times slower than this machine.
-# The second only installs what is missing and fetches the kernel.
+# Runs a program on a PC emulated by Bochs, under Debian's kernel, for instructions that this processor lacks.
+#   emulated_pc.sh MODEL PROGRAM [ARGUMENT...]    prints PROGRAM's output and exits with its status
+#   emulated_pc.sh --prepare                      only installs what is missing and fetches the kernel
+# PROGRAM is for x86-64, linked statically, and has no other file. `bochs --help cpu` lists the models: corei7_icelake_u and
+# corei7_skylake_x have AVX-512, the former with VBMI. The PC takes some 20 seconds to start, and is some 150 times slower
+# than this machine.
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
 
-[ $# -ge 2 ] || [ "$*" = --prepare ] || { sed -n '2,8s/^# \?//p' "$0" >&2; exit 2; }
+[ $# -ge 2 ] || [ "$*" = --prepare ] || { (show_help) >&2; exit 2; }
 
 need bochs has_file /usr/bin/bochs
 need bochs-term has_file /usr/lib/x86_64-linux-gnu/bochs/plugins/libbx_term_gui.so
@@ -52,8 +51,8 @@ END
 chmod +x files/init
 (cd files && find . | cpio --quiet -o -H newc) >disc/files
 
-# What the emulated processors say of XSAVE, protection keys and fast string operations does not fit together, and a
-# kernel that believes them does without AVX or crashes. They also say that their clock is faster than it is.
+# The emulated processors report XSAVE, protection keys and fast string operations inconsistently, and a kernel that uses
+# these crashes or does without AVX. They also report a clock that is too fast.
 wrong=pku,ospke,xsavec,xsaves,fsrm,aperfmperf
 cp "$kernel" disc/vmlinuz
 cp /usr/lib/ISOLINUX/isolinux.bin /usr/lib/syslinux/modules/bios/ldlinux.c32 disc/
@@ -82,7 +81,7 @@ panic: action=fatal
 error: action=ignore
 info: action=ignore
 END
-# Debian's Bochs starts in its debugger, which ends it where it is interrupted, and its display wants a terminal.
+# Debian's Bochs starts in its debugger, which an interrupt ends, and needs a terminal.
 printf '%s\n' continue quit >commands
 TERM=xterm script -qec 'timeout --foreground --signal=INT --kill-after=20 1800 bochs -f bochsrc -rc commands' /dev/null \
   </dev/null >display 2>&1 || true
@@ -91,5 +90,5 @@ TERM=xterm script -qec 'timeout --foreground --signal=INT --kill-after=20 1800 b
 sed -i 's/\r$//' serial
 sed '/^emulated_pc: status /,$d' serial
 status=$(sed -n 's/^emulated_pc: status //p' serial)
-[ -n "$status" ] || { tail -n 5 bochs.log >&2; stop "'$program' has not come to its end"; }
+[ -n "$status" ] || { tail -n 5 bochs.log >&2; stop "'$program' did not finish"; }
 exit "$status"

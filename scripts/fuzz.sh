@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Looks for inputs that the library does wrong on: installs what is missing, builds, and runs the fuzz targets, each for
-# a minute. fuzz.sh [--seconds N | --executions N] [TARGET...] runs each, or those that are named, for so long or so
-# often; fuzz.sh --print FILE TARGET says step by step what an input does. Targets: batch points streams lifecycle
+# Looks for inputs that the library handles wrongly: installs what is missing, builds, and runs the fuzz targets.
+#   fuzz.sh [--seconds N | --executions N] [TARGET...]    runs all targets or these, each for a minute, N seconds or N inputs
+#   fuzz.sh --print FILE TARGET                           explains an input step by step
+# Targets: batch points streams lifecycle
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
@@ -10,7 +11,7 @@ all_targets=(batch points streams lifecycle)
 seconds=60 executions=-1 input=
 targets=()
 
-# number_of OPTION TEXT: the text, if it is a number that makes sense.
+# number_of OPTION TEXT: the text, if it is a positive number.
 number_of() {
   [[ $2 =~ ^[1-9][0-9]{0,11}$ ]] || stop "$1 takes a number from 1 on, not '$2'"
   printf '%s' "$2"
@@ -18,7 +19,7 @@ number_of() {
 
 while [ $# -gt 0 ]; do
   case $1 in
-    --help | -h) sed -n '2,4s/^# //p' "$0"; exit 0 ;;
+    --help | -h) show_help ;;
     --seconds) seconds=$(number_of "$1" "${2:-}") executions=-1; shift ;;
     --executions) executions=$(number_of "$1" "${2:-}") seconds=0; shift ;;
     --print) [ -f "${2:-}" ] || stop "--print takes a file, not '${2:-}'"; input=$(readlink -f "$2"); shift ;;
@@ -44,10 +45,10 @@ if [ -n "$input" ]; then
   exec "$(program_of "${targets[0]}")" --print "$input"
 fi
 
-# The number of executions by a log; libFuzzer writes it now and then.
+# executions_by LOG: the last number of executions that libFuzzer wrote.
 executions_by() { sed -n 's/^#\([0-9]*\)[[:space:]].*/\1/p' "$1" | tail -n 1; }
 
-# Runs a target, and says every ten seconds how far it is. What it finds is put into $work.
+# fuzz TARGET: reports progress every ten seconds; findings go to $work.
 fuzz() {
   local target=$1 start=$SECONDS
   "$(program_of "$target")" -max_len=96 -max_total_time="$seconds" -runs="$executions" -print_final_stats=1 \
@@ -77,7 +78,7 @@ for target in "${targets[@]}"; do
   fi
   failed=1
   found=$(find "$work" -name 'found-*' | head -n 1)
-  [ -n "$found" ] || { tail -n 20 "$work/log" >&2; stop "$target did not run; all it said is in $work/log"; }
+  [ -n "$found" ] || { tail -n 20 "$work/log" >&2; stop "$target did not run; its output is in $work/log"; }
   kept=$root/build/fuzz/findings/$target-${found##*/found-}
   mv "$found" "$kept"
   "$(program_of "$target")" --print "$kept" >&2 || true

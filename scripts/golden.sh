@@ -5,21 +5,12 @@ set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
 
-case "$*" in
-  '') ;;
-  --help | -h) sed -n '2,3s/^# //p' "$0"; exit 0 ;;
-  *) stop "there are no options, and so no '$*'" ;;
-esac
+takes_no_options "$@"
 
 need_build_tools
-need libgtest-dev has_header gtest/gtest.h
-need libmpfr-dev has_header mpfr.h
-need libbenchmark-dev has_header benchmark/benchmark.h
-need libsleef-dev has_header sleef.h
-need libcli11-dev has_header CLI/CLI.hpp
-need libpng-dev has_header png.h
-need libwebp-dev has_header webp/mux.h
-need libopenexr-dev has_header OpenEXR/ImfOutputFile.h
+need_test_libraries
+need_benchmark_libraries
+need_tool_libraries
 need python3 has_program "$python"
 install_missing
 build release golden_vectors

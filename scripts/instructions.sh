@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Counts, under callgrind, the instructions that every batch sampler takes for a position, by four lanes and with AVX2, and
-# prints them beside those of docs/performance/instructions.tsv: they do not depend on how busy the machine is. With --keep,
-# writes them there. They belong to g++ 12 and this kind of build; others have others.
+# Counts the instructions per position of every batch sampler, with four lanes and with AVX2, under callgrind: unlike times,
+# they do not depend on load. Prints them beside those of docs/performance/instructions.tsv; --keep writes them there. They are
+# those of g++ 12, Release.
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
@@ -10,13 +10,12 @@ keep=
 case "$#,${1:-}" in
   0,) ;;
   1,--keep) keep=yes ;;
-  1,--help | 1,-h) sed -n '2,4s/^# //p' "$0"; exit 0 ;;
+  1,--help | 1,-h) show_help ;;
   *) stop "there is no option '$*'; there is --keep" ;;
 esac
 
 need_build_tools
-need libbenchmark-dev has_header benchmark/benchmark.h
-need libsleef-dev has_header sleef.h
+need_benchmark_libraries
 need valgrind has_program valgrind
 install_missing
 build bench zr_maths_instruction_counts
@@ -28,7 +27,7 @@ instructions() {
   valgrind --tool=callgrind --callgrind-out-file=/dev/null "$program" "$@" 2>&1 | sed -n 's/.*Collected : \([0-9]*\).*/\1/p'
 }
 
-# Between two counts of whole blocks only the loops differ.
+# The difference of two counts of whole blocks is that of the loops.
 per_position() {
   local few many
   few=$(instructions "$1" "$2" 4096) many=$(instructions "$1" "$2" 8192)
@@ -44,7 +43,7 @@ for dimension in 1D 2D 3D 4D; do
       count=$(per_position "$kernels" "Sample$quality$dimension")
       before=$(awk -F '\t' -v s="Sample$quality$dimension" -v k="$kernels" '$1 == s && $2 == k { print $3 }' "$kept" 2>/dev/null || true)
       printf '%s\t%s\t%s\n' "Sample$quality$dimension" "$kernels" "$count" >>"$table"
-      printf '%-16s %-11s %7.2f instructions for a position%s\n' "Sample$quality$dimension" "$kernels" "$count" \
+      printf '%-16s %-11s %7.2f instructions per position%s\n' "Sample$quality$dimension" "$kernels" "$count" \
         "${before:+, kept: $before}"
     done
   done

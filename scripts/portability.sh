@@ -1,19 +1,21 @@
 #!/usr/bin/env bash
-# Holds every operation to the table of pinned bits, on every compiler, level of optimisation, instruction set, processor
-# and kind of caller that this machine can build for and run, natively or under emulation; and runs the whole test suite
-# natively and on arm64. With --table, the table alone, but for a few rows that take minutes and are close to others; with
-# --row NAME, one row of it, by the name that is printed.
+# Compares every operation with the table of pinned bits: for every compiler, level of optimisation, instruction set,
+# processor and kind of caller that this machine can build for and run, natively or under emulation. Then runs the whole test
+# suite natively and on arm64.
+#   --table       the table alone, without the rows that other rows or scripts/test.sh stand for
+#   --rest        those rows
+#   --row NAME    one row, by the name that is printed
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
 
-suites=(release arm64-qemu) wanted= has_more=yes
+suites=() wanted=
 case "$#,${1:-}" in
-  0,) ;;
-  1,--table) suites=() has_more= ;;
-  2,--row) suites=() wanted=$2 ;;
-  1,--help | 1,-h) sed -n '2,5s/^# //p' "$0"; exit 0 ;;
-  *) stop "there is no option '$*'; there are --table, for most of the table of pinned bits alone, and --row NAME" ;;
+  0,) suites=(release arm64-qemu) ;;
+  1,--table | 1,--rest) ;;
+  2,--row) wanted=$2 ;;
+  1,--help | 1,-h) show_help ;;
+  *) stop "there is no option '$*'; there are --table, --rest and --row NAME" ;;
 esac
 
 is_x86() { [ "$(uname -m)" = x86_64 ]; }
@@ -24,6 +26,7 @@ has_feature() { [ -z "$(lacking_features "$1")" ]; }
 compiles_for_32_bits() { echo '#include <vector>' | g++ -m32 -x c++ -fsyntax-only - 2>/dev/null; }
 
 need_build_tools
+need_compiler_cache
 need clang-14 has_program clang++-14
 need clang-19 has_program clang++-19
 need g++-aarch64-linux-gnu has_program aarch64-linux-gnu-g++
@@ -43,10 +46,10 @@ need libclang-rt-19-dev-wasm32 has_file "${wasm_files[3]}"
 need nodejs has_program node
 need googletest has_file /usr/src/googletest
 if is_x86; then
-  # The package without the 12 would take the cross compilers away.
+  # The package without the 12 removes the cross compilers.
   need g++-12-multilib compiles_for_32_bits
 fi
-# What cannot be had, for itself, is told of the rows that need it.
+# Without a package, the rows that need it say so.
 (install_missing) || for package in "${missing[@]}"; do
   (missing=("$package") && install_missing) || say "going on without $package"
 done
@@ -57,8 +60,7 @@ mkdir -p "$work/rows"
 unset DESTDIR CXX CXXFLAGS LDFLAGS "${!GTEST_@}"
 export CMAKE_GENERATOR=Ninja
 
-# A row is a function that fails where the bits are not the pinned ones, and may say why it cannot run. It runs in a folder
-# of its own, and not under -e.
+# A row is a command that fails where the bits are not the pinned ones. It runs in a folder of its own, without -e.
 cannot() {
   echo "$*" >reason
   exit 77
@@ -75,7 +77,7 @@ needs() {
 needs_x86() { is_x86 || cannot 'this is not an x86-64 machine'; }
 needs_feature() { has_feature "$1" || cannot "the processor has no $1"; }
 
-# Builds the table and runs it. table [cmake option]...
+# table [cmake option]...: builds the table and runs it.
 table() {
   cmake -S "$root/tests/portability" -B build "$@" || return 1
   cmake --build build --target run >output 2>&1 || { cat output; return 1; }
@@ -96,19 +98,19 @@ x86() {
   native "${@:2}"
 }
 
-# ran_with KERNELS: whether the table ran with these, the best first, and no others.
+# ran_with KERNELS: whether the table ran with exactly these, the best first.
 ran_with() {
   [ "$(sed -nE 's/.* backend, (.*): [0-9]+ of .*/\1/p' output | paste -sd ',')" = "$1" ] || { cat output; return 1; }
 }
 
-# old_x86 PROCESSOR KERNELS [FLAG]: a build for every x86-64, or for those of the flag, on one that came before most
-# instructions. It has to find out which kernels run there.
+# old_x86 PROCESSOR KERNELS [FLAG]: a build for all of x86-64, or with the flag, on a processor without newer instructions. It
+# has to choose the kernels that run there.
 old_x86() {
   needs qemu-x86_64
   x86 sse2 g++ "-O2 ${3:-}" -DCMAKE_CROSSCOMPILING_EMULATOR="qemu-x86_64;-cpu;$1" && ran_with "$2"
 }
 
-# old_x86_refuses PROCESSOR FLAG: shows that such a processor is one, for what is built with the flag does not run there.
+# old_x86_refuses PROCESSOR FLAG: shows that the emulated processor is an old one: a build with the flag stops there.
 old_x86_refuses() {
   needs qemu-x86_64
   needs_x86
@@ -117,7 +119,7 @@ old_x86_refuses() {
   grep -qE 'Illegal instruction|uncaught target signal 4' output
 }
 
-# emulated_pc MODEL KERNELS: the same on an x86 PC that is emulated as a whole, for what qemu lacks.
+# emulated_pc MODEL KERNELS: the same on an emulated PC, for instructions that qemu lacks.
 emulated_pc() {
   needs_x86
   [ ! -s "$work/no_emulated_pc" ] || cannot "$(tail -n 1 "$work/no_emulated_pc")"
@@ -125,10 +127,10 @@ emulated_pc() {
     -DCMAKE_CROSSCOMPILING_EMULATOR="$root/scripts/emulated_pc.sh;$1" && ran_with "$2"
 }
 
-# Debian's compiler for 32-bit x86 does not look for the kernel's headers where they are.
+# Debian's compiler for 32-bit x86 does not find the kernel's headers.
 flags_32_bits='-O2 -m32 -idirafter /usr/include/x86_64-linux-gnu'
 
-# The arithmetic of x87 has more digits than float.
+# x87 computes with more digits than float.
 x87_is_refused() {
   needs_x86
   compiles_for_32_bits || cannot 'there is no g++ for 32-bit x86'
@@ -143,7 +145,7 @@ x86_32_bits() {
   native g++ "$flags_32_bits -msse2 -mfpmath=sse"
 }
 
-# Registers of SSE are not at the same place among the arguments of the two compilers.
+# The two compilers pass SSE values in different places.
 x86_32_bits_other_compiler_is_refused() {
   needs_x86
   needs clang++-19
@@ -155,7 +157,7 @@ x86_32_bits_other_compiler_is_refused() {
   [ -s reason ]
 }
 
-# emulated TOOLCHAIN PROGRAM-OR-FILE... [-- cmake option]...: needs those. The tests of the lane operations run there too.
+# emulated TOOLCHAIN PROGRAM-OR-FILE... [-- cmake option]...: needs these; also runs the tests of the lane operations.
 emulated() {
   local toolchain=$root/cmake/toolchains/$1.cmake
   shift
@@ -168,7 +170,7 @@ emulated() {
     -DVESTREL_GTEST_SOURCE=/usr/src/googletest/googletest "${@:2}"
 }
 
-# install_library FOLDER [cmake option]...: the library as somebody else's program finds it, as FOLDER/prefix.
+# install_library FOLDER [cmake option]...: installs the library as FOLDER/prefix.
 install_library() {
   cmake -S "$root" -B "$1/library" -DCMAKE_CXX_COMPILER=g++ -DCMAKE_BUILD_TYPE=Release -DVESTREL_BUILD_TESTS=OFF \
     -DVESTREL_BUILD_TOOLS=OFF -DVESTREL_BUILD_SAMPLES=OFF -DVESTREL_BUILD_BENCHMARKS=OFF "${@:2}" &&
@@ -188,22 +190,19 @@ x86_consumer() {
   consumer "${@:2}"
 }
 
-# With it clang++ for Cortex-A8 takes NEON for single floats too, and g++ for neighbouring ones.
+# With these flags clang++ for Cortex-A8 uses NEON for single floats, too, and g++ for neighbouring ones.
 fast_caller='-DVESTREL_CALLER_FLAGS="-O3 -ffast-math"'
 
-# Name | command.
+# Name | command. Rows with the same flags share objects, unless they start together.
 rows=(
-  'g++ -O0|native g++ -O0'
   'g++ -O2|native g++ -O2'
+  'g++ -O0|native g++ -O0 -DVESTREL_FEW_RESULTS=ON'
   'g++ -O3 -march=native|native g++ "-O3 -march=native"'
-  'clang++ 14 -O2|native clang++-14 -O2'
-  'clang++ 19 -O0|native clang++-19 -O0'
+  'clang++ 19 -O0|native clang++-19 -O0 -DVESTREL_FEW_RESULTS=ON'
   'clang++ 19 -O3|native clang++-19 -O3'
   'clang++ 19 -O3 -march=native|native clang++-19 "-O3 -march=native"'
-  'g++ -O2 SSE2|x86 sse2 g++ "-O2 -msse2 -mno-sse3"'
   'g++ -O2 SSE4.1|x86 sse4_1 g++ "-O2 -msse4.1"'
   'g++ -O2 AVX encoding|x86 avx g++ "-O2 -mavx"'
-  'g++ -O2 portable|native g++ -O2 -DVESTREL_PORTABLE_SIMD=ON'
   'caller with -ffast-math, g++|consumer g++ "-O3 -ffast-math"'
   'caller with -ffast-math, clang++ 19|consumer clang++-19 "-O3 -ffast-math"'
   'caller with -mfma, g++|x86_consumer fma g++ "-O3 -mavx2 -mfma -ffp-contract=fast"'
@@ -217,9 +216,7 @@ rows=(
   'x86 SandyBridge, emulated|old_x86 SandyBridge "four lanes"'
   'x86 Haswell, emulated|old_x86 Haswell "AVX2,four lanes"'
   'x86 Nehalem, newer code stops|old_x86_refuses Nehalem -mavx'
-  'x86 SandyBridge, newer code stops|old_x86_refuses SandyBridge -mavx2'
   'x86 Ice Lake, AVX-512 with VBMI, Bochs|emulated_pc corei7_icelake_u "AVX-512,AVX2,four lanes"'
-  'arm64 g++, emulated|emulated arm64-qemu aarch64-linux-gnu-g++ qemu-aarch64'
   'arm64 clang++ 19, emulated|emulated arm64-qemu clang++-19 aarch64-linux-gnu-g++ qemu-aarch64 -- -DVESTREL_CROSS_CLANG=clang++-19'
   '32-bit arm, emulated|emulated arm32-qemu arm-linux-gnueabihf-g++ qemu-arm'
   '32-bit arm NEON g++, emulated|emulated arm32-qemu arm-linux-gnueabihf-g++ qemu-arm -- -DCMAKE_CXX_FLAGS=-mfpu=neon '"$fast_caller"
@@ -231,14 +228,31 @@ rows=(
   "wasm32 SIMD, under node|emulated wasm32-node clang++-19 wasm-ld-19 node ${wasm_files[*]}"
 )
 
-# Each is close to another row, and takes minutes.
-more_rows=(
+# Rows that others stand for.
+rest=(
+  # Its few results are among these.
+  'g++ -O0, every result|native g++ -O0'
+  'clang++ 19 -O0, every result|native clang++-19 -O0'
+  # The configurations `clang`, `portable` and `arm64-qemu` of scripts/test.sh, at -O3.
+  'clang++ 14 -O2|native clang++-14 -O2'
+  'g++ -O2 portable|native g++ -O2 -DVESTREL_PORTABLE_SIMD=ON'
+  'arm64 g++, emulated|emulated arm64-qemu aarch64-linux-gnu-g++ qemu-aarch64'
+  # g++ -O2: what x86-64 has by default.
+  'g++ -O2 SSE2|x86 sse2 g++ "-O2 -msse2 -mno-sse3"'
+  # The row without -mavx; which kernels run there says that the processor is one without AVX2.
   'x86 SandyBridge AVX encoding, emulated|old_x86 SandyBridge "four lanes" -mavx'
+  'x86 SandyBridge, newer code stops|old_x86_refuses SandyBridge -mavx2'
+  # Without VBMI the kernels of AVX-512 are not taken, but those of AVX2, as on Haswell.
   'x86 Skylake-X, AVX-512 without VBMI, Bochs|emulated_pc corei7_skylake_x "AVX2,four lanes"'
+  # clang++ 19 for another processor of the family, and g++ for the same.
   '32-bit arm NEON clang++ 14, emulated|emulated arm32-qemu clang++-14 arm-linux-gnueabihf-g++ qemu-arm -- -DVESTREL_CROSS_CLANG=clang++-14 -DCMAKE_CXX_FLAGS=-mcpu=cortex-a7'
   'ppc64 AltiVec clang++ 19, emulated|emulated ppc64-qemu clang++-19 powerpc64-linux-gnu-g++ qemu-ppc64 -- -DVESTREL_CROSS_CLANG=clang++-19 '"$fast_caller"
 )
-[ -z "$has_more" ] || rows+=("${more_rows[@]}")
+case ${1:-} in
+  --table) ;;
+  --rest) rows=("${rest[@]}") ;;
+  *) rows+=("${rest[@]}") ;;
+esac
 
 for index in "${!rows[@]}"; do
   [ -z "$wanted" ] || [ "${rows[$index]%%|*}" = "$wanted" ] || unset "rows[$index]"

@@ -6,10 +6,7 @@ root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
 
 need_build_tools
-need libcli11-dev has_header CLI/CLI.hpp
-need libpng-dev has_header png.h
-need libwebp-dev has_header webp/mux.h
-need libopenexr-dev has_header OpenEXR/ImfOutputFile.h
+need_tool_libraries
 install_missing
 build preview noise_preview
 exec "$root/build/preview/tools/noise_preview/noise_preview" --output "$root/build/" "$@"

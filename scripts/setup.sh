@@ -1,5 +1,5 @@
-# What the scripts share: they find out what the machine lacks, install it where they can, and build by preset.
-# To be sourced, with `root` set to the checkout.
+# Shared by the scripts: finds out what the machine lacks, installs it where it can, and builds by preset. Sourced with `root`
+# set to the checkout.
 
 os_release=/etc/os-release
 cpu_info=/proc/cpuinfo
@@ -12,20 +12,35 @@ stop() {
   exit 1
 }
 
-# Compilers and tests put their temporary files here, so that nothing is written outside the checkout.
+# show_help: prints the comment at the beginning of the script.
+show_help() {
+  sed -n '2,/^[^#]/s/^# \?//p' "$0"
+  exit 0
+}
+
+# takes_no_options ARGUMENT...: for scripts that know --help only.
+takes_no_options() {
+  case "$*" in
+    '') ;;
+    --help | -h) show_help ;;
+    *) stop "there are no options, and so no '$*'" ;;
+  esac
+}
+
+# Compilers and tests put their temporary files here: nothing is written outside the checkout.
 export TMPDIR="$root/build/tmp" TEST_TMPDIR="$root/build/tmp"
 mkdir -p "$TMPDIR" 2>/dev/null && [ -w "$root/build" ] && [ -w "$TMPDIR" ] ||
   stop "'$root/build' belongs to $(stat -c %U "$root/build" 2>/dev/null || echo nobody) and cannot be written"
 
 has_program() { command -v "$1" >/dev/null; }
 
-# Where packages put headers, or wherever else the compiler looks.
+# Where packages put headers, or where else the compiler looks.
 has_header() {
   [ -e "/usr/include/$1" ] ||
     printf '#if !__has_include(<%s>)\n#error\n#endif\n' "$1" | g++ -std=c++20 -E -x c++ - >/dev/null 2>&1
 }
 
-# has_version PROGRAM OLDEST: whether the program is there, and OLDEST or newer.
+# has_version PROGRAM OLDEST: whether there is the program, in version OLDEST or newer.
 has_version() {
   local version
   version=$("$1" --version 2>/dev/null | sed -n '1s/.* \([0-9][0-9.]*\).*/\1/p') && [ -n "$version" ] &&
@@ -34,12 +49,12 @@ has_version() {
 
 has_file() { [ -e "$1" ]; }
 
-# Debian's modules are those of Debian's own Python, which need not be the first in the path.
+# Debian's modules belong to Debian's Python, which need not be the first in the path.
 python=/usr/bin/python3
 
 has_python_module() { "$python" -c "import $1" 2>/dev/null; }
 
-# lacking_features FEATURE...: those that the processor does not have, by the names that Linux has for them on x86.
+# lacking_features FEATURE...: those that the processor lacks, by Linux's names for x86.
 lacking_features() {
   local present feature lacking=()
   present=" $(sed -n '/^flags[[:space:]]*:/{s/.*://p;q}' "$cpu_info") "
@@ -62,6 +77,30 @@ need_build_tools() {
   need ninja-build has_program ninja
 }
 
+need_test_libraries() {
+  need libgtest-dev has_header gtest/gtest.h
+  need libmpfr-dev has_header mpfr.h
+}
+
+need_tool_libraries() {
+  need libcli11-dev has_header CLI/CLI.hpp
+  need libpng-dev has_header png.h
+  need libwebp-dev has_header webp/mux.h
+  need libopenexr-dev has_header OpenEXR/ImfOutputFile.h
+}
+
+need_benchmark_libraries() {
+  need libbenchmark-dev has_header benchmark/benchmark.h
+  need libsleef-dev has_header sleef.h
+}
+
+# Builds of the same source with the same flags share their objects, also those that tests make, and later runs.
+need_compiler_cache() {
+  need ccache has_program ccache
+  export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_DIR="$root/build/ccache" CCACHE_BASEDIR="$root" CCACHE_NOHASHDIR=1 \
+    CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+}
+
 # A compiler with libFuzzer and MemorySanitizer.
 need_fuzz_tools() {
   need clang-19 has_program clang++-19
@@ -72,10 +111,10 @@ is_debian() { [ -r "$os_release" ] && (. "$os_release" && [ "${ID:-}" = debian ]
 
 is_root() { [ "$(id -u)" -eq 0 ]; }
 
-# Without a terminal nobody can type a password.
+# Without a terminal sudo cannot ask for a password.
 may_use_sudo() { has_program sudo && { sudo -n true 2>/dev/null || [ -t 0 ]; }; }
 
-# Installs what `need` has found missing, or says what it is and stops.
+# Installs what `need` found missing, or names it and stops.
 install_missing() {
   [ ${#missing[@]} -gt 0 ] || return 0
   local as_root=()
@@ -87,17 +126,17 @@ install_missing() {
   say "installing ${missing[*]} (this can take some minutes)"
   local log="$root/build/install.log"
   {
-    # A source of packages that is out of order need not be the one that is needed.
+    # A broken package source need not be the one that is needed.
     "${as_root[@]}" apt-get update || say 'some lists of packages could not be updated'
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
-  } >"$log" 2>&1 || { tail -n 5 "$log" >&2; stop "installing ${missing[*]} failed; all of it is in $log"; }
+  } >"$log" 2>&1 || { tail -n 5 "$log" >&2; stop "installing ${missing[*]} failed; see $log"; }
   missing=()
 }
 
-# build PRESET [TARGET...]: configures and builds, in seconds where nothing has changed.
+# build PRESET [TARGET...]: configures and builds.
 build() {
   local log="$root/build/configure-$1.log" cache="$root/build/$1/CMakeCache.txt"
-  # A checkout that was moved or copied is built anew.
+  # A moved or copied checkout is built anew.
   if [ -e "$cache" ] && ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$cache"; then
     rm -rf "$root/build/$1"
   fi

@@ -1,28 +1,31 @@
 #!/usr/bin/env bash
-# Runs every test, from nothing but a checkout: installs what is missing, builds each configuration and tests it, and
-# holds what else this machine can build for and run to the table of pinned bits. With --quick, g++ Release alone, without
-# the tests that visit floats by the hundreds of millions. With --exhaustive, those alone, which then visit every float
-# there is, in g++ Release for every level of instructions of the processor. With --only CONFIGURATION, a single one.
+# Runs every test, from nothing but a checkout: installs what is missing, builds and tests each configuration, compares
+# every other compiler and processor that can be had here with the table of pinned bits, and measures coverage.
+#   --quick                  g++ Release alone, without the exhaustive tests
+#   --only CONFIGURATION     one configuration
+#   --exhaustive             the exhaustive tests for every float, on each level of x86 instructions; and what repeats
+#                            other tests: all of dev, tsan and portable, and the rows that the table leaves out otherwise
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
 
-configurations=(release dev asan-ubsan tsan clang portable arm64-qemu msan fuzz) left_out_label=none target='' portability=''
+configurations=(release dev asan-ubsan tsan clang portable arm64-qemu msan fuzz)
+quick='' exhaustive='' rows='' coverage=''
 case "$#,${1:-}" in
-  0,) portability=yes ;;
-  1,--quick) configurations=(release) left_out_label=exhaustive ;;
+  0,) rows=--table coverage=yes ;;
+  1,--quick) configurations=(release) quick=yes ;;
   2,--only)
     [[ " ${configurations[*]} " == *" $2 "* ]] || stop "there is no configuration '$2'; there are ${configurations[*]}"
     configurations=("$2") ;;
   1,--exhaustive)
-    configurations=(every-float every-float-v2 every-float-avx every-float-v3 every-float-v4 every-float-portable)
-    target=exhaustive_tests ;;
-  1,--help | 1,-h) sed -n '2,5s/^# //p' "$0"; exit 0 ;;
-  *) stop "there is no option '$*'; there are --quick, for the quicker ones of g++ Release, --exhaustive, for every float" \
-    'there is, and --only CONFIGURATION' ;;
+    configurations=(every-float every-float-v2 every-float-avx every-float-v3 every-float-v4 every-float-portable
+      dev tsan portable)
+    exhaustive=yes rows=--rest ;;
+  1,--help | 1,-h) show_help ;;
+  *) stop "there is no option '$*'; there are --quick, --only CONFIGURATION and --exhaustive" ;;
 esac
 
-# What a processor must have for a configuration, by the names that Linux has for it.
+# What a processor needs for a configuration, by Linux's names.
 declare -A features=(
   [every-float-v2]='cx16 lahf_lm popcnt pni ssse3 sse4_1 sse4_2'
   [every-float-avx]='avx'
@@ -31,17 +34,13 @@ declare -A features=(
 features[every-float-v4]="${features[every-float-v3]} avx512f avx512bw avx512cd avx512dq avx512vl"
 
 need_build_tools
-need libgtest-dev has_header gtest/gtest.h
-need libmpfr-dev has_header mpfr.h
+need_compiler_cache
+need_test_libraries
+need_tool_libraries
+need_benchmark_libraries
 need sollya has_program sollya
-need libcli11-dev has_header CLI/CLI.hpp
-need libpng-dev has_header png.h
-need libwebp-dev has_header webp/mux.h
-need libopenexr-dev has_header OpenEXR/ImfOutputFile.h
 need libopenmpi-dev has_program mpicxx
 need openmpi-bin has_program mpirun
-need libbenchmark-dev has_header benchmark/benchmark.h
-need libsleef-dev has_header sleef.h
 need binutils has_program objdump
 need clang-format-14 has_program clang-format-14
 need doxygen has_program doxygen
@@ -52,7 +51,7 @@ need pkgconf has_program pkg-config
 need dpkg-dev has_program dpkg-shlibdeps
 need file has_program file
 need lintian has_program lintian
-if [ "${configurations[*]}" != release ] && [ -z "$target" ]; then
+if [ "${configurations[*]}" != release ]; then
   need clang has_program clang++
   need g++-aarch64-linux-gnu has_program aarch64-linux-gnu-g++
   need g++-riscv64-linux-gnu has_program riscv64-linux-gnu-g++
@@ -66,8 +65,23 @@ if [ "${configurations[*]}" != release ] && [ -z "$target" ]; then
 fi
 install_missing
 
-# What a caller's environment says of other builds and tests is not for these.
+# Variables that are meant for other builds and tests.
 unset DESTDIR "${!GTEST_@}"
+
+# What is built and tested of a configuration, where it is not everything.
+declare -A targets=() folders=() options=()
+[ -z "$quick" ] || options[release]='--label-exclude exhaustive'
+if [ -z "$exhaustive" ]; then
+  # Only the libraries differ from those of other configurations. (asan-ubsan has assertions, too, and runs the tests with
+  # each kernel, the tools and the samples with them.)
+  targets[dev]=Runtime/all folders[dev]=Runtime options[dev]='--exclude-regex _tests.with.'
+  targets[portable]=Runtime/all folders[portable]=Runtime
+  # Data races take threads: only tests whose sources use them can have any.
+  threaded=$(cd "$root" && grep -lF '#include <thread>' Runtime/*/tests/*.cpp)
+  suites=$(cd "$root" && sed -nE 's/^TEST(_[FP])?\(([A-Za-z0-9_]+),.*/\2/p' $threaded | sort -u | paste -sd '|')
+  targets[tsan]="threaded_batch $(dirname $threaded | sort -u | sed 's|$|/all|')"
+  options[tsan]="--tests-regex ($suites)[.]|zr_maths_tests.with|Samples.ThreadedBatch"
+fi
 
 # A number in the results that ctest has written for a configuration.
 count_of() { sed -n "s/.*[[:space:]]$2=\"\([0-9]*\)\".*/\1/p" "$root/build/$1/results.xml" | head -n 1; }
@@ -75,29 +89,29 @@ count_of() { sed -n "s/.*[[:space:]]$2=\"\([0-9]*\)\".*/\1/p" "$root/build/$1/re
 # The names of a configuration's tests with a status in those results.
 names_of() { sed -n "s/.*<testcase name=\"\([^\"]*\)\".* status=\"$2\".*/$1: $3 \1/p" "$root/build/$1/results.xml"; }
 
-# Runs the tests of a configuration. Those that look at the project as a whole, and those that visit floats by the
-# hundreds of millions, run in g++ Release alone.
+# run_tests CONFIGURATION. Tests of the project as a whole, and those that visit floats by the hundreds of millions, run in
+# g++ Release alone.
 run_tests() {
-  local options=(--test-dir "$root/build/$1" --output-on-failure --test-output-size-failed 8192 --no-tests=error
-    -j "$(nproc)" --output-junit "$root/build/$1/results.xml")
-  local run=()
-  if [ "$target" = exhaustive_tests ]; then
-    ctest "${options[@]}" --label-regex '^exhaustive$' 2>&1 | tee "$log" | grep --line-buffered -E '^ *[0-9]+/[0-9]+ ' >&2
-    return
+  local run=(env) labels=(--label-exclude 'project|exhaustive')
+  [ "$1" != release ] || labels=()
+  [[ $1 != every-float* ]] || labels=(--label-regex '^exhaustive$')
+  if [ "$1" = tsan ]; then
+    # ThreadSanitizer does not know where newer kernels put things when they choose at random.
+    setarch -R true 2>/dev/null && run=(setarch -R env)
+    [ -n "$exhaustive" ] || run+=(GTEST_FILTER="*${suites//|/.*:*}.*")
   fi
-  [ "$1" = release ] || left_out_label='project|exhaustive'
-  options+=(--label-exclude "$left_out_label")
-  # ThreadSanitizer does not know where newer kernels put things when they choose at random.
-  [ "$1" = tsan ] && setarch -R true 2>/dev/null && run=(setarch -R)
-  "${run[@]}" ctest "${options[@]}" >"$log" 2>&1
+  # Tests that take minutes show how far they are.
+  "${run[@]}" ctest --test-dir "$root/build/$1/${folders[$1]:-}" --output-on-failure --test-output-size-failed 8192 \
+    --no-tests=error -j "$(nproc)" --output-junit "$root/build/$1/results.xml" "${labels[@]}" ${options[$1]:-} 2>&1 |
+    if [ -n "$exhaustive" ]; then tee "$log" | grep --line-buffered -E '^ *[0-9]+/[0-9]+ ' >&2; else cat >"$log"; fi
 }
 
 passed=0 failed=0 skipped=0 broken=0 table=() named=()
 
-# count NAME PASSED FAILED SKIPPED SECONDS: adds to the sums and to the table.
+# count NAME PASSED FAILED SKIPPED SECONDS...: adds to the sums and to the table.
 count() {
   passed=$((passed + $2)) failed=$((failed + $3)) skipped=$((skipped + $4))
-  table+=("$(printf '%-20s %5d passed %5d failed %5d skipped %5d s' "$@")")
+  table+=("$(printf '%-20s %5d passed %5d failed %5d skipped   %s' "${@:1:4}" "${*:5}")")
 }
 
 for configuration in "${configurations[@]}"; do
@@ -109,8 +123,8 @@ for configuration in "${configurations[@]}"; do
   fi
   say "== $configuration: building"
   start=$SECONDS
-  build "$configuration" $target
-  results=$root/build/$configuration/results.xml log=$root/build/$configuration/ctest.log
+  build "$configuration" ${targets[$configuration]:-}
+  built=$SECONDS results=$root/build/$configuration/results.xml log=$root/build/$configuration/ctest.log
   rm -f "$results"
   say "== $configuration: testing"
   # ctest counts a program that could not be started as skipped, but says that it failed.
@@ -118,23 +132,28 @@ for configuration in "${configurations[@]}"; do
   [ -s "$results" ] && grep -E '^[0-9]+% tests passed' "$log" || stop "$configuration: no test ran; see $log"
   all=$(count_of "$configuration" tests) bad=$(count_of "$configuration" failures)
   left_out=$(($(count_of "$configuration" skipped) + $(count_of "$configuration" disabled)))
-  count "$configuration" $((all - bad - left_out)) "$bad" "$left_out" $((SECONDS - start))
+  count "$configuration" $((all - bad - left_out)) "$bad" "$left_out" \
+    "$((built - start)) s to build, $((SECONDS - built)) s to test"
   mapfile -t -O "${#named[@]}" named < <(names_of "$configuration" notrun skipped && names_of "$configuration" fail failed)
 done
 
-if [ -n "$portability" ]; then
+if [ -n "$rows" ]; then
   say '== portability'
   start=$SECONDS
   rm -f "$root/build/portability/results"
-  "$root/scripts/portability.sh" --table || broken=1
+  "$root/scripts/portability.sh" "$rows" || broken=1
   # Without results it has ended before the first row.
   if read -r good bad left_out <"$root/build/portability/results"; then
-    count portability "$good" "$bad" "$left_out" $((SECONDS - start))
+    count portability "$good" "$bad" "$left_out" "$((SECONDS - start)) s"
   fi 2>/dev/null
 fi
-[ -z "$portability" ] || "$root/scripts/coverage.sh" || broken=1
+if [ -n "$coverage" ]; then
+  start=$SECONDS
+  "$root/scripts/coverage.sh" && state=complete || state=incomplete broken=1
+  table+=("$(printf '%-20s %-46s %d s' coverage "$state" $((SECONDS - start)))")
+fi
 
 printf '\n'
 printf '%s\n' "${table[@]}" "${named[@]}"
-printf '%d passed, %d failed, %d skipped\n' $passed $failed $skipped
+printf '%d passed, %d failed, %d skipped in %d s\n' $passed $failed $skipped $SECONDS
 [ $failed -eq 0 ] && [ $broken -eq 0 ]
