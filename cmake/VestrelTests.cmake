@@ -23,6 +23,8 @@ vestrel_own_code(precompiled_gtest)
 vestrel_exact_arithmetic(precompiled_gtest)
 target_link_libraries(precompiled_gtest PRIVATE GTest::gtest_main)
 target_precompile_headers(precompiled_gtest PRIVATE <gtest/gtest.h>)
+# A time in it would keep a compiler cache from sharing it.
+target_compile_options(precompiled_gtest PRIVATE $<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>)
 
 # vestrel_test(NAME source... [LIBRARIES library...] [LABEL label]). Of several labels CMake 3.25 would take the first.
 function(vestrel_test name)

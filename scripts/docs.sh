@@ -11,7 +11,7 @@ case "$#,${1:-}" in
   2,--into)
     folder=$(readlink -m "$2")
     [ ! -e "$folder" ] || stop "'$2' is there already" ;;
-  1,--help | 1,-h) sed -n '2,3s/^# //p' "$0"; exit 0 ;;
+  1,--help | 1,-h) show_help ;;
   *) stop "there is no option '$*'; there is --into FOLDER" ;;
 esac
 

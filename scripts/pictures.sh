@@ -58,20 +58,15 @@ case "$#,${1:-}" in
   1,--check) check=yes ;;
   2,--check) check=yes programs=$2 ;;
   1,--list) list; exit 0 ;;
-  1,--help | 1,-h) sed -n '2,4s/^# //p' "$0"; exit 0 ;;
+  1,--help | 1,-h) show_help ;;
   *) stop "there is no option '$*'; there are --list, --check and --check BUILD" ;;
 esac
 
 if [ -z "$programs" ]; then
   need_build_tools
-  need libgtest-dev has_header gtest/gtest.h
-  need libmpfr-dev has_header mpfr.h
-  need libbenchmark-dev has_header benchmark/benchmark.h
-  need libsleef-dev has_header sleef.h
-  need libcli11-dev has_header CLI/CLI.hpp
-  need libpng-dev has_header png.h
-  need libwebp-dev has_header webp/mux.h
-  need libopenexr-dev has_header OpenEXR/ImfOutputFile.h
+  need_test_libraries
+  need_benchmark_libraries
+  need_tool_libraries
 fi
 need python3 has_program "$python"
 [ -z "$check" ] || need python3-pil has_python_module PIL

@@ -2,20 +2,21 @@
 # Compares every operation with the table of pinned bits: for every compiler, level of optimisation, instruction set,
 # processor and kind of caller that this machine can build for and run, natively or under emulation. Then runs the whole test
 # suite natively and on arm64.
-#   --table       the table alone, without the rows that other rows or scripts/test.sh stand for
-#   --rest        those rows
-#   --row NAME    one row, by the name that is printed
+#   --table          the table alone, with few results of each operation and without the rows that others stand for
+#   --whole-table    the table alone
+#   --row NAME       one row, by the name that is printed
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
 
-suites=() wanted=
+suites=() wanted= few=
 case "$#,${1:-}" in
   0,) suites=(release arm64-qemu) ;;
-  1,--table | 1,--rest) ;;
+  1,--table) few=-DVESTREL_FEW_RESULTS=ON ;;
+  1,--whole-table) ;;
   2,--row) wanted=$2 ;;
   1,--help | 1,-h) show_help ;;
-  *) stop "there is no option '$*'; there are --table, --rest and --row NAME" ;;
+  *) stop "there is no option '$*'; there are --table, --whole-table and --row NAME" ;;
 esac
 
 is_x86() { [ "$(uname -m)" = x86_64 ]; }
@@ -79,7 +80,7 @@ needs_feature() { has_feature "$1" || cannot "the processor has no $1"; }
 
 # table [cmake option]...: builds the table and runs it.
 table() {
-  cmake -S "$root/tests/portability" -B build "$@" || return 1
+  cmake -S "$root/tests/portability" -B build $few "$@" || return 1
   cmake --build build --target run >output 2>&1 || { cat output; return 1; }
   sed -n 's/ operations have the pinned bits//p' output | paste -sd ';' | sed 's/;/; /g' >reason
   [ -s reason ]
@@ -196,9 +197,9 @@ fast_caller='-DVESTREL_CALLER_FLAGS="-O3 -ffast-math"'
 # Name | command. Rows with the same flags share objects, unless they start together.
 rows=(
   'g++ -O2|native g++ -O2'
-  'g++ -O0|native g++ -O0 -DVESTREL_FEW_RESULTS=ON'
+  'g++ -O0|native g++ -O0'
   'g++ -O3 -march=native|native g++ "-O3 -march=native"'
-  'clang++ 19 -O0|native clang++-19 -O0 -DVESTREL_FEW_RESULTS=ON'
+  'clang++ 19 -O0|native clang++-19 -O0'
   'clang++ 19 -O3|native clang++-19 -O3'
   'clang++ 19 -O3 -march=native|native clang++-19 "-O3 -march=native"'
   'g++ -O2 SSE4.1|x86 sse4_1 g++ "-O2 -msse4.1"'
@@ -230,9 +231,6 @@ rows=(
 
 # Rows that others stand for.
 rest=(
-  # Its few results are among these.
-  'g++ -O0, every result|native g++ -O0'
-  'clang++ 19 -O0, every result|native clang++-19 -O0'
   # The configurations `clang`, `portable` and `arm64-qemu` of scripts/test.sh, at -O3.
   'clang++ 14 -O2|native clang++-14 -O2'
   'g++ -O2 portable|native g++ -O2 -DVESTREL_PORTABLE_SIMD=ON'
@@ -248,11 +246,7 @@ rest=(
   '32-bit arm NEON clang++ 14, emulated|emulated arm32-qemu clang++-14 arm-linux-gnueabihf-g++ qemu-arm -- -DVESTREL_CROSS_CLANG=clang++-14 -DCMAKE_CXX_FLAGS=-mcpu=cortex-a7'
   'ppc64 AltiVec clang++ 19, emulated|emulated ppc64-qemu clang++-19 powerpc64-linux-gnu-g++ qemu-ppc64 -- -DVESTREL_CROSS_CLANG=clang++-19 '"$fast_caller"
 )
-case ${1:-} in
-  --table) ;;
-  --rest) rows=("${rest[@]}") ;;
-  *) rows+=("${rest[@]}") ;;
-esac
+[ -n "$few" ] || rows+=("${rest[@]}")
 
 for index in "${!rows[@]}"; do
   [ -z "$wanted" ] || [ "${rows[$index]%%|*}" = "$wanted" ] || unset "rows[$index]"

@@ -4,7 +4,7 @@
 #   --quick                  g++ Release alone, without the exhaustive tests
 #   --only CONFIGURATION     one configuration
 #   --exhaustive             the exhaustive tests for every float, on each level of x86 instructions; and what repeats
-#                            other tests: all of dev, tsan and portable, and the rows that the table leaves out otherwise
+#                            other tests: all of dev, tsan and portable, and the whole table
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
@@ -20,7 +20,7 @@ case "$#,${1:-}" in
   1,--exhaustive)
     configurations=(every-float every-float-v2 every-float-avx every-float-v3 every-float-v4 every-float-portable
       dev tsan portable)
-    exhaustive=yes rows=--rest ;;
+    exhaustive=yes rows=--whole-table ;;
   1,--help | 1,-h) show_help ;;
   *) stop "there is no option '$*'; there are --quick, --only CONFIGURATION and --exhaustive" ;;
 esac
