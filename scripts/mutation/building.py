@@ -217,7 +217,8 @@ class Build:
             members = [units[prefix + word] for word in inputs.split(" | ")[0].split()]
             settings = dict(re.findall(r"^  (\w+) = (.*)$", variables, re.MULTILINE))
             words = (settings.get("LINK_FLAGS", "") + " " + settings.get("LINK_LIBRARIES", "")).split()
-            programs[name] = Program(name, members, self.libraries, words)
+            if any("gtest" in word for word in words):
+                programs[name] = Program(name, members, self.libraries, words)
         if PINNED not in programs:
             stop(f"there is no test program {PINNED} any more")
         return programs
