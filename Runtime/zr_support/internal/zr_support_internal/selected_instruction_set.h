@@ -18,7 +18,7 @@ inline constexpr size_t kInstructionSetCount = 3;
 inline constexpr EInstructionSet kNotSelected{UINT32_MAX};
 
 /// kNotSelected, or what all calls use. Relaxed order is enough: every choice gives the same results.
-extern VESTREL_PUBLIC std::atomic<EInstructionSet> g_SelectedInstructionSet;
+VESTREL_PUBLIC extern std::atomic<EInstructionSet> g_SelectedInstructionSet;
 
 /// The widest instruction set that the library was built with and that processor and operating system
 /// support.
