@@ -81,6 +81,10 @@ if [ -z "$exhaustive" ]; then
   suites=$(cd "$root" && sed -nE 's/^TEST(_[FP])?\(([A-Za-z0-9_]+),.*/\2/p' $threaded | sort -u | paste -sd '|')
   targets[tsan]="threaded_batch $(dirname $threaded | sort -u | sed 's|$|/all|')"
   options[tsan]="--tests-regex ($suites)[.]|zr_maths_tests.with|Samples.ThreadedBatch"
+else
+  for configuration in "${configurations[@]}"; do
+    [[ $configuration != every-float* ]] || targets[$configuration]=exhaustive_tests
+  done
 fi
 
 # A number in the results that ctest has written for a configuration.
