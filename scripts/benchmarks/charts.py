@@ -151,4 +151,5 @@ def main():
     chart_of_threads(summary, folder / "threads.svg", "3D cubic, 4 million positions on one object")
 
 
-main()
+if __name__ == "__main__":
+    main()

@@ -77,7 +77,7 @@ class Site:
         return f"\\anchor {self.page_name(page)}-{name_of(words)}\n\n{signs} {words}"
 
     def page(self, path):
-        parts = FENCE.split(path.read_text())
+        parts = FENCE.split(re.sub(r"<!-- .*? -->", "", path.read_text()))
         for k in range(0, len(parts), 2):  # what is not code
             parts[k] = re.sub(r"^(#+) (.*)$", lambda match: self.heading(path, match), parts[k], flags=re.MULTILINE)
             # What is code over two lines would be a block.

@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
-# Code that is compiled for newer processors stays out of the way of older ones, whatever other flags a build has: what
-# the linker keeps one copy of, and the wide kernels' objects have a copy of too, needs no newer instructions there.
-# kernels_apart_test.sh SOURCE WORK
+# Functions that the linker merges across objects must not contain newer instructions: older processors would run the wide
+# kernels' copies. Whatever the flags of a build.
+# kernels_apart_test.sh SOURCE BUILD WORK
 set -euo pipefail
-source=$1 work=$2
+source=$1 build=$2 work=$3
 rm -rf "$work" && mkdir -p "$work"
 export CMAKE_GENERATOR=Ninja
 wide=Runtime/zr_maths/CMakeFiles/zr_maths.dir/src/noise/wide
 
-# shared_newer_code OBJECT: the functions with AVX instructions that other objects may have by the same name, and of which
-# the linker then keeps one. Those with a type of the instruction set in their names are in no other object.
+# shared_newer_code OBJECT: its functions with AVX instructions that other objects may define under the same name. Names with
+# a type of the instruction set are in no other object.
 shared_newer_code() {
   local section sections=()
   while read -r section; do
@@ -21,43 +21,41 @@ shared_newer_code() {
     awk '/^[0-9a-f]+ <.*>:$/ { name = $0 } /^ .*:\t(v|.*%([yz]mm|k[0-7]))/ { print name }' | sort -u
 }
 
-# configured BUILD COMPILER TYPE FLAGS
-configured() {
-  cmake -S "$source" -B "$1" -DCMAKE_CXX_COMPILER="$2" -DCMAKE_BUILD_TYPE="$3" -DCMAKE_CXX_FLAGS="$4" \
-    -DVESTREL_BUILD_TESTS=OFF -DVESTREL_BUILD_TOOLS=OFF -DVESTREL_BUILD_SAMPLES=OFF -DVESTREL_BUILD_BENCHMARKS=OFF
-}
-
-# expect_apart COMPILER TYPE [FLAGS]
+# expect_apart BUILD WHAT
 expect_apart() {
-  local build=$work/$1 object shared
-  { configured "$build" "$1" "$2" "${3:-}" && cmake --build "$build" -j 2 --target $wide/avx{2,512}_kernels.cpp.o; } \
-    >"$build.log" 2>&1 || { cat "$build.log"; exit 1; }
-  for object in "$build/$wide"/avx{2,512}_kernels.cpp.o; do
+  local object shared
+  for object in "$1/$wide"/avx{2,512}_kernels.cpp.o; do
     shared=$(shared_newer_code "$object")
-    [ -z "$shared" ] || { printf '%s %s %s: %s shares\n%s\n' "$1" "$2" "${3:-}" "${object##*/}" "$shared"; exit 1; }
+    [ -z "$shared" ] || { printf '%s: %s shares\n%s\n' "$2" "${object##*/}" "$shared"; exit 1; }
   done
-  echo "$1 $2 ${3:-}: apart"
+  echo "$2: apart"
 }
 
-# To see that it would be seen.
+# expect_apart_with COMPILER TYPE [FLAGS]
+expect_apart_with() {
+  command -v "$1" >/dev/null || { echo "NOT TRIED: $1"; return 0; }
+  { cmake -S "$source" -B "$work/$1" -DCMAKE_CXX_COMPILER="$1" -DCMAKE_BUILD_TYPE="$2" -DCMAKE_CXX_FLAGS="${3:-}" \
+    -DVESTREL_BUILD_TESTS=OFF -DVESTREL_BUILD_TOOLS=OFF -DVESTREL_BUILD_SAMPLES=OFF -DVESTREL_BUILD_BENCHMARKS=OFF &&
+    cmake --build "$work/$1" -j 2 --target $wide/avx{2,512}_kernels.cpp.o; } >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
+  expect_apart "$work/$1" "$*"
+}
+
+# A fault that must be found.
 echo 'inline float Twice(float x) { return x + x; } float (*twice)(float) = Twice;' |
   g++ -mavx -x c++ -c - -o "$work/shared.o"
 [ -n "$(shared_newer_code "$work/shared.o")" ] || { echo 'this test does not see shared code'; exit 1; }
 
-for compiler in g++ clang++; do
-  command -v "$compiler" >/dev/null || { echo "NOT TRIED: $compiler"; continue; }
-  expect_apart $compiler Release
-  expect_apart $compiler Debug
-  expect_apart $compiler Debug '-fno-inline -ffunction-sections -finstrument-functions -D_GLIBCXX_ASSERTIONS --coverage'
-  expect_apart $compiler Debug -fsanitize=address,undefined
-done
-expect_apart g++ Debug '-fno-weak -fkeep-static-functions -fno-default-inline'
-expect_apart g++ Debug -fkeep-inline-functions
+expect_apart "$build" 'this build'
+# g++ then emits every inline function, also those of which instrumentation, coverage or sanitizers would make a copy.
+expect_apart_with g++ Debug '-fkeep-inline-functions -D_GLIBCXX_ASSERTIONS'
+expect_apart_with clang++ Release
+instrumented='-finstrument-functions --coverage -fsanitize=address,undefined'
+expect_apart_with clang++ Debug "-fno-inline -ffunction-sections -D_GLIBCXX_ASSERTIONS $instrumented"
 
 # An old processor runs a program in which the linker had the choice.
 if command -v qemu-x86_64 >/dev/null; then
   build=$work/g++
-  cmake --build "$build" -j 2 >"$build.log" 2>&1 || { cat "$build.log"; exit 1; }
+  cmake --build "$build" -j 2 >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
   cat >"$work/program.cpp" <<'END'
 #include <zr_maths/verify_arithmetic.h>
 
@@ -69,10 +67,10 @@ int main(int count, char**) {
 END
   includes=(-I "$source/Runtime/zr_support/include" -I "$build/Runtime/zr_support/include" -I "$source/Runtime/zr_maths/include")
   g++ "${includes[@]}" -fkeep-inline-functions -c "$work/program.cpp" -o "$work/program.o"
-  # The kernels come first, and the linker keeps the first copy of what there are several of.
+  # The linker keeps the first of several copies, so the kernels come first.
   g++ "$build/$wide"/avx*.o "$work/program.o" "$build"/Runtime/zr_{maths,support}/*.a -o "$work/program"
   qemu-x86_64 -cpu Nehalem "$work/program"
   echo 'g++ Debug -fkeep-inline-functions: runs on a Nehalem'
 else
-  echo 'NOT TRIED: an old processor, for which there is no qemu-x86_64 here (Debian: qemu-user)'
+  echo 'NOT TRIED: an old processor; qemu-x86_64 is missing (Debian: qemu-user)'
 fi

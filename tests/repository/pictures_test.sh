@@ -49,24 +49,3 @@ cp "$work/changed/linear-value.png" "$work/changed/other.png"
 expect_difference 'other.png is drawn by no command'
 echo 'no picture' >"$work/changed/cubic-value.png"
 expect_difference "cubic-value.png cannot be read: cannot identify image file '$work/changed/cubic-value.png'"
-
-# What documents say of how a picture is made is how it is made, for every sample and all of the guide's own pictures.
-"$source/scripts/pictures.sh" --list >"$work/commands"
-# commands_in DOCUMENT...: those that make pictures, from blocks of code.
-commands_in() {
-  awk '/^```sh$/ {inside = 1; next} /^```$/ {inside = 0} inside && / docs\/pictures\/[^ ]*$/' "$@"
-}
-commands_in "$source"/*.md "$source"/docs/*.md "$source"/docs/guide/*.md "$source"/samples/*.md | sort -u >"$work/told"
-while read -r command; do
-  grep -Fxq -- "$command" "$work/commands" || { echo "documents say '$command', which makes no picture"; exit 1; }
-done <"$work/told"
-while read -r command; do
-  grep -Fxq -- "$command" "$work/told" || { echo "no document says '$command'"; exit 1; }
-done < <(grep -E ' docs/pictures/(guide|samples)/' "$work/commands")
-# In the guide it stands on the page that shows the picture.
-for page in "$source"/docs/guide/*.md; do
-  while read -r picture; do
-    commands_in "$page" | grep -q " docs/pictures/$picture\$" || { echo "$page does not say how $picture is made"; exit 1; }
-  done < <(grep -oE '\]\(\.\./pictures/[^)]*\)' "$page" | sed 's|](../pictures/||; s|)$||')
-done
-echo "$(wc -l <"$work/told") commands are told"
