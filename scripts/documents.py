@@ -107,7 +107,8 @@ class Figures:
 
     def memory(self):
         sample, stream = self.summary.of("AVX-512", "counts/4194304"), self.median("stream/4194304")
-        return f"{sample / stream:.1f} times what reading its position and writing it take, {sample:.2f} ns beside {stream:.2f}"
+        return (f"At 4 million positions a 3D cubic sample takes {sample / stream:.1f} times as long as reading its position "
+                f"and writing it:\n{sample:.2f} ns instead of {stream:.2f}.")
 
     def range(self):
         """Percentages near 0, at the positions that the page names."""
