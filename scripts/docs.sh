@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Makes the documentation as a site, from nothing but a checkout: build/docs/html/index.html. docs.sh --into FOLDER makes it
-# in another folder, which must not be there yet. It fails where a public name has no comment, or a link leads nowhere.
+# Makes the site of all documents and public names: build/docs/html/index.html, or with --into FOLDER in a new folder. Fails
+# if a public name has no comment or a link leads nowhere.
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
@@ -10,7 +10,7 @@ case "$#,${1:-}" in
   0,) ;;
   2,--into)
     folder=$(readlink -m "$2")
-    [ ! -e "$folder" ] || stop "'$2' is there already" ;;
+    [ ! -e "$folder" ] || stop "'$2' already exists" ;;
   1,--help | 1,-h) show_help ;;
   *) stop "there is no option '$*'; there is --into FOLDER" ;;
 esac
@@ -33,11 +33,11 @@ version=$(sed -n 's/^project(Vestrel VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLis
     HTML_FOOTER "$root/scripts/docs/footer.html" HTML_EXTRA_STYLESHEET "$root/scripts/docs/style.css"
   printf 'INPUT += "%s"\n' "$work/include"
 } >"$work/Doxyfile"
-# Complaints name the files that are to be mended.
+# Name the source files in messages.
 doxygen "$work/Doxyfile" >"$work/log" 2>&1 || {
   sed -E "s|$work/pages/||g; s|$work/include/(zr_[a-z]+)/|Runtime/\\1/include/\\1/|g; s/config\\.h:/config.h.in:/g" \
     "$work/log" >&2
-  stop 'the documentation is not as it should be'
+  stop 'the documents have the errors above'
 }
 [ ! -s "$work/log" ] || cat "$work/log" >&2
 chmod 755 "$work"

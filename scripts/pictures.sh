@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Makes every picture of the documentation anew. pictures.sh --list prints the commands; pictures.sh --check makes the
-# pictures in a folder of its own, and fails where one in docs/pictures/ has other pixels, is missing, or is not made by any
-# command. pictures.sh --check BUILD takes the programs of that build, rather than build the preset `release`.
+# Redraws every picture of the documents.
+#   --list           prints the commands
+#   --check [BUILD]  draws into a temporary folder, and fails if a picture in docs/pictures/ differs, is missing, or has no
+#                    command; uses the programs of BUILD, or builds the preset `release`
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$root/scripts/setup.sh"
 
-# Every picture: its name in docs/pictures/, and its program with all arguments but the last one, which is that name.
-# (Charts of times are made by bench.sh.)
+# Every picture: its name in docs/pictures/, and the command without that name, its last argument. (bench.sh draws the charts.)
 field='noise_preview --size 320x320 --cells 6 --slice 0 --quality'
 pictures=(
   "linear-value.png|$field linear --output"
@@ -38,7 +38,7 @@ pictures=(
   'samples/volume_slice.webp|volume_slice'
 )
 
-# The commands as documents have them.
+# The commands, as in the documents.
 list() {
   local picture command
   for picture in "${pictures[@]}"; do
@@ -95,7 +95,7 @@ for picture in "${pictures[@]}"; do
   read -ra command <<<"${picture#*|}"
   program=$(program_of "${command[0]}")
   [ -x "$program" ] || stop "there is no program '$program'"
-  "$program" "${command[@]:1}" "$folder/$name" >"$work/log" 2>&1 || { cat "$work/log" >&2; stop "'$name' cannot be made"; }
+  "$program" "${command[@]:1}" "$folder/$name" >"$work/log" 2>&1 || { cat "$work/log" >&2; stop "drawing '$name' failed"; }
 done
 if [ -n "$check" ]; then
   "$python" "$root/scripts/pictures/compare.py" "$root/docs/pictures" "$folder"

@@ -1,5 +1,4 @@
-"""Makes of the benchmark program's JSON what people look at: a summary in JSON, tables in Markdown, and charts in SVG,
-by gnuplot.
+"""Turns the benchmark program's JSON into a summary in JSON, tables in Markdown, and charts in SVG by gnuplot.
 
 charts.py RESULTS FOLDER PROCESSOR COMPILER
 """
@@ -27,7 +26,7 @@ def times_of(results):
 
 
 def summary_of(times):
-    """Median and spread, between the quarters, of every benchmark."""
+    """Median and relative interquartile range of every benchmark."""
     summary = {}
     for name, values in times.items():
         quarters = statistics.quantiles(values, n=4) if len(values) > 1 else [values[0]] * 3
@@ -49,7 +48,7 @@ class Summary:
         return self.median(f"kernels/{kernels}/{name}")
 
     def operations(self):
-        """By dimension and quality, and what is none of the samplers of all dimensions behind them."""
+        """Samplers by dimension and quality, then the rest."""
         names = {name.split("/", 2)[2] for name in self.summary if name.startswith("kernels/")}
         order = [f"Sample{quality}{dimension}D" for dimension in range(1, 5) for quality in ("Linear", "Cubic", "Quintic")]
         return sorted((name for name in names if not name.startswith(("counts/", "first/"))),
@@ -84,7 +83,7 @@ def tables(summary):
 
 
 def gnuplot(target, title, commands):
-    # Its folder is the current one: gnuplot would have to quote the path.
+    # By its name in the current folder: gnuplot would have to quote the path.
     head = (f"set terminal svg size 900,460 dynamic font 'sans-serif,13' background '#ffffff'\nset output '{target.name}'\n"
             f"set title '{title}'\nset grid ytics lc rgb '#dddddd'\nset border 3\nset tics nomirror\n"
             "set key top left\nset ylabel 'nanoseconds per position'\n")

@@ -1,8 +1,7 @@
-"""Makes of the checkout's documents and public headers what doxygen reads: in documents, headings get names and links go to
-them; pictures go where the pages are; files that the site does not have are named in place of a link.
+"""Prepares the checkout's documents and public headers for doxygen: headings get anchors, and links go to them; pictures are
+copied beside the pages; links to files outside the site become text.
 
-pages.py CHECKOUT FOLDER: writes FOLDER/pages, FOLDER/include, FOLDER/html and FOLDER/layout.xml, of which the last has to be
-there, as doxygen writes it.
+pages.py CHECKOUT FOLDER: writes FOLDER/pages, FOLDER/include and FOLDER/html, and edits doxygen's FOLDER/layout.xml.
 """
 
 import pathlib
@@ -45,7 +44,7 @@ class Site:
         return re.sub(r"\W", "_", str(path.relative_to(self.checkout).with_suffix("")))
 
     def picture(self, page, words, target):
-        """Copies it, so that pages and pictures stay together."""
+        """Copies it beside the pages."""
         source = (page.parent / target).resolve()
         place = pathlib.Path("pictures") / source.relative_to(self.checkout / "docs")
         (self.folder / "html" / place).parent.mkdir(parents=True, exist_ok=True)
@@ -71,33 +70,33 @@ class Site:
     def heading(self, page, match):
         signs, words = match.groups()
         if signs == "#":
-            # In a title a % would be found by the search; a blank that does not break makes one word of the name.
+            # In a title, the search would find a %; a non-breaking space makes one word of the name.
             return f"# {words.replace('Vestrel ', f'Vestrel{NO_BREAK}')} {{#{self.page_name(page)}}}"
-        # A heading with a name of its own would stand in the tree as well.
+        # A heading with its own name would appear in the tree.
         return f"\\anchor {self.page_name(page)}-{name_of(words)}\n\n{signs} {words}"
 
     def page(self, path):
         parts = FENCE.split(re.sub(r"<!-- .*? -->", "", path.read_text()))
-        for k in range(0, len(parts), 2):  # what is not code
+        for k in range(0, len(parts), 2):  # outside code
             parts[k] = re.sub(r"^(#+) (.*)$", lambda match: self.heading(path, match), parts[k], flags=re.MULTILINE)
-            # What is code over two lines would be a block.
+            # Code over two lines would become a block.
             parts[k] = re.sub(r"`[^`]+`", lambda match: match[0].replace("\n", " "), parts[k])
             parts[k] = LINK.sub(lambda match: self.link(path, match), parts[k])
-            # The project's name is not that of the namespace, to which doxygen would lead.
+            # doxygen would link the project's name to the namespace.
             parts[k] = re.sub(rf"(`[^`]+`)|\bVestrel\b(?!::|{NO_BREAK})", lambda match: match[1] or "%Vestrel", parts[k])
         return "".join(parts)
 
     def header(self, path):
-        """The comment at its head is that of the file; lines keep their numbers."""
+        """Its first comment becomes that of the file; lines keep their numbers."""
         text = path.read_text().replace("[[gnu::always_inline]] ", "")
         head = re.match(r"#pragma once\n\n((?://(?!/).*\n)*)", text)
         if head is None:
-            sys.exit(f"pages.py: {path} does not begin as headers do")
+            sys.exit(f"pages.py: {path} does not start with #pragma once")
         comment = re.sub(r"^//", "///", head[1], flags=re.MULTILINE)
         return f"#pragma once\n/// @file\n{comment}{text[head.end():]}"
 
     def configuration(self, text):
-        """<zr_support/config.h>, of no build in particular."""
+        """<zr_support/config.h>, independent of a build."""
         project = (self.checkout / "CMakeLists.txt").read_text()
         numbers = re.search(r"^project\(Vestrel VERSION (\d+)\.(\d+)\.(\d+)", project, re.MULTILINE)
         if numbers is None:
@@ -107,7 +106,7 @@ class Site:
         return re.sub(r"^#cmakedefine01 (\w+)$", r"#define \1 0", text, flags=re.MULTILINE)
 
     def tree(self):
-        """What stands on the left."""
+        """The navigation on the left."""
         def tab(path):
             return f'<tab type="user" url="@ref {self.page_name(path)}" title="{escape(title_of(path))}"/>'
         def tabs(kind, title, *kinds):
@@ -128,7 +127,7 @@ class Site:
         for path in self.pages:
             self.write(self.folder / "pages" / path.relative_to(self.checkout), self.page(path))
         for include in sorted(self.checkout.glob("Runtime/*/include")):
-            for path in sorted(include.glob("*/*.h")):  # simd/*.h, one folder further down, are the backends
+            for path in sorted(include.glob("*/*.h")):  # not the backends in simd/
                 self.write(self.folder / "include" / path.relative_to(include), self.header(path))
             for path in sorted(include.glob("*/*.h.in")):
                 target = self.folder / "include" / path.relative_to(include).with_suffix("")

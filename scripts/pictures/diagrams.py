@@ -34,12 +34,12 @@ class Drawing:
         self.add(f'<line x1="{x0}" y1="{y0}" x2="{x1}" y2="{y1}" stroke="{colour}" stroke-width="{width}"{more}/>')
 
     def arrow(self, x0, y0, x1, y1):
-        """Downward, with a head of its own: markers are not drawn everywhere."""
+        """Downward. Its head is a path, since not all viewers draw markers."""
         self.line(x0, y0, x1, y1 - 6, FAINT, 1.5)
         self.add(f'<path d="M{x1 - 4},{y1 - 7} h8 l-4,7 z" fill="{FAINT}"/>')
 
     def floats(self, y, cells, first=0):
-        """A row of floats: each a word, whose first letter gives the colour, from the float `first` on."""
+        """A row of floats from number `first` on. The first letter of each word sets the colour."""
         for k, word in enumerate(cells, first):
             x = LEFT + CELL * k
             kind = word[:1]
@@ -49,14 +49,14 @@ class Drawing:
             self.text(x + CELL / 2, y + 21, word.replace("?", ""), anchor="middle", size=14 if len(word) < 4 else 11)
 
     def bracket(self, y, first, count, words, up=True):
-        """Over `count` floats, or under them."""
+        """Above `count` floats, or below."""
         x0, x1 = LEFT + CELL * first + 3, LEFT + CELL * (first + count) - 3
         tip = y + 5 if up else y - 5
         self.add(f'<path d="M{x0},{tip} V{y} H{x1} V{tip}" fill="none" stroke="{FAINT}"/>')
         self.text((x0 + x1) / 2, y - 5 if up else y + 15, words, 13, FAINT, "middle")
 
     def bytes_under(self, y, count, every=1):
-        """The number of bytes before each float, those that are multiples of 16 in black and with a mark."""
+        """Byte offsets; multiples of 16 are black and marked."""
         for k in range(0, count + 1, every):
             x = LEFT + CELL * k
             whole = k % 4 == 0
@@ -149,7 +149,7 @@ DIAGRAMS = {drawing.__name__: drawing for drawing in (packed, padded, structs, i
 
 def main():
     if len(sys.argv) != 3 or sys.argv[1] not in DIAGRAMS:
-        sys.exit(f"diagrams.py: it takes a name and a file; names are {', '.join(DIAGRAMS)}")
+        sys.exit(f"usage: diagrams.py NAME FILE, where NAME is one of {', '.join(DIAGRAMS)}")
     name, target = sys.argv[1:]
     unfinished = f"{target}.unfinished"
     try:

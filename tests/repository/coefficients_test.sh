@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The constants of the streams are those that their script prints.
+# The sources of the streams have the constants that their script prints.
 # coefficients_test.sh SOURCE
 set -euo pipefail
 cd "$1/Runtime/zr_support/src/streams"
@@ -11,7 +11,7 @@ while read -r constant; do
     *x*) ;;
     *) constant=$(printf '0x%Xu' "$constant") ;; # words of digits
   esac
-  grep -qF -- "$constant" sine.h arc_sine.h || { echo "$constant stands in none of the sources"; exit 1; }
+  grep -qF -- "$constant" sine.h arc_sine.h || { echo "no source has $constant"; exit 1; }
   count=$((count + 1))
 done <<<"$printed"
 [ $count -eq 25 ] || { echo "the script printed $count constants, not 25"; exit 1; }

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The documentation becomes a site without a single warning: every public name has a comment, and links lead somewhere. The
-# site loads nothing from a network, and has the guide in order.
+# scripts/docs.sh makes a site without warnings: every public name has a comment, and links lead somewhere. The site loads
+# nothing from a network, and has the guide in order.
 # docs_test.sh SOURCE WORK
 set -euo pipefail
 source=$1 work=$2
@@ -8,7 +8,7 @@ rm -rf "$work" && mkdir -p "$work"
 "$source/scripts/docs.sh" --into "$work/docs"
 html=$work/docs/html
 
-# loads_from_network FOLDER: what pages, styles and scripts there load from elsewhere. (Links that one follows load nothing.)
+# loads_from_network FOLDER: what its pages, styles and scripts load from elsewhere. (Links to follow load nothing.)
 loads_from_network() {
   local elsewhere="[\"']? *(https?:)?//"
   grep -rnoiE --include='*.html' --include='*.css' --include='*.js' \
@@ -19,20 +19,20 @@ if loads_from_network "$html"; then
   exit 1
 fi
 
-# What pages show and load is there.
+# The files that pages show and load exist.
 count=0
 while IFS=: read -r page file; do
-  [ -e "$(dirname "$page")/$file" ] || { echo "$page has $file, which is not in the site"; exit 1; }
+  [ -e "$(dirname "$page")/$file" ] || { echo "$page has $file, which does not exist"; exit 1; }
   count=$((count + 1))
 done < <(grep -rHoE --include='*.html' '<(img|script|link)[^>]*(src|href)="[^"]*"' "$html" |
   sed 's/:.*"\([^"]*\)"$/:\1/' | sort -u)
 [ "$count" -ge 100 ] || { echo "only $count files are shown and loaded"; exit 1; }
 
-# The names of the project and of its namespace are one word, and titles are no links.
+# Titles have no links or escapes: in them, doxygen would link the project's name to the namespace.
 grep -q '<div class="title">Vestrel.*noise' "$html/index.html" || { echo 'the front page has no title'; exit 1; }
-! grep -rE --include='*.html' '<div class="title">.*(<a |%)' "$html" || { echo 'these titles are not as they should be'; exit 1; }
+! grep -rE --include='*.html' '<div class="title">.*(<a |%)' "$html" || { echo 'these titles have links or escapes'; exit 1; }
 
-# The tree: the guide before all else, in the order of its pages.
+# The tree starts with the guide, in the order of its pages.
 mapfile -t expected < <(cd "$source/docs/guide" && printf '%s\n' README.md [0-9]*.md |
   sed 's/\.md$//; s/-/_/g; s/.*/docs_guide_&.html/')
 mapfile -t found < <(grep -oE '[A-Za-z0-9_]+\.html' "$html/navtreedata.js" | awk '$0 != "index.html" && !seen[$0]++')

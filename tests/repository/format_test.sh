@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# All C++ is formatted as .clang-format says, by the one version that it is written for.
+# All C++ is formatted by clang-format 14.
 # format_test.sh SOURCE
 set -euo pipefail
 cd "$1"

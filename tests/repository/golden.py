@@ -1,5 +1,4 @@
-"""Holds the golden vectors to what docs/guarantees.md says of them, by the example port; then changes them, and sees the
-port complain.
+"""Checks what docs/guarantees.md says of the golden vectors, with the example port, and that the port notices changes.
 
 golden.py SOURCE
 """
@@ -13,7 +12,7 @@ import pathlib
 import struct
 import sys
 
-# Not of floats alone.
+# Inputs are not only coordinates.
 WITHOUT_COORDINATES = {"RotateBasis", "CStdRandomGenerator"}
 
 KINDS = {
@@ -49,7 +48,7 @@ def is_ordinary(text):
 
 
 def floats_in(value):
-    """The floats of a vector, however deep, but not its names of calls."""
+    """The floats of a vector at any depth, without names of calls."""
     if isinstance(value, list):
         return [text for inner in value for text in floats_in(inner)]
     return [value] if isinstance(value, str) and len(value) == 8 else []
@@ -57,10 +56,10 @@ def floats_in(value):
 
 def check_page(page, text):
     if f"SHA-256: `{hashlib.sha256(text.encode()).hexdigest()}`" not in page:
-        raise Wrong("docs/guarantees.md has another hash than vectors.json: scripts/golden.sh writes both")
+        raise Wrong("docs/guarantees.md does not have the hash of vectors.json: scripts/golden.sh writes both")
     example = next((line.strip() for line in page.split("\n") if line.startswith('    {"in":')), None)
     if example not in [line.rstrip(",") for line in text.split("\n")]:
-        raise Wrong(f"the example of docs/guarantees.md is no line of vectors.json: {example}")
+        raise Wrong(f"the example of docs/guarantees.md is not in vectors.json: {example}")
     if len(text) >= 1000000:
         raise Wrong(f"vectors.json is large: {len(text)} bytes")
 
@@ -71,26 +70,26 @@ def check_lists(operation, lists):
         if (vector in lists["ordinary"]) != all(map(is_ordinary, numbers)):
             raise Wrong(f"{operation}: {json.dumps(vector)} is in the wrong list")
         if any(math.isnan(float_of(text)) and text != "7fc00000" for text in numbers):
-            raise Wrong(f"{operation}: {json.dumps(vector)} has a not-a-number of its own")
+            raise Wrong(f"{operation}: {json.dumps(vector)} has another NaN than 7fc00000")
 
 
 def check_kinds(operation, lists):
-    """Records of the batch gradients have been split: they are left with fractions."""
+    """Batch gradients take split positions: fractions in [0, 1)."""
     left_out = {"negative", "-0", "whole", "2^31 and beyond"} if operation.endswith("Batch") else set()
     inputs = [float_of(text) for vector in lists["ordinary"] + lists["other"] for text in floats_in(vector["in"])]
     for kind, is_of_kind in KINDS.items():
         if kind not in left_out and not any(map(is_of_kind, inputs)):
-            raise Wrong(f"{operation} has no input that is {kind}")
+            raise Wrong(f"{operation} has no input of kind '{kind}'")
 
 
 def check_ordinary(port, vectors):
-    """No operation on the way to an ordinary result comes to a denormal, an infinity or not-a-number."""
+    """No intermediate result of an ordinary vector is denormal, infinite or NaN."""
     plain = port.rounded
 
     def watched(value):
         result = plain(value)
         if not (result == 0 or 2.0**-126 <= abs(result) < math.inf):
-            raise Wrong(f"ordinary vectors come to {result}")
+            raise Wrong(f"an ordinary vector gives {result} on the way")
         return result
 
     port.rounded = watched
@@ -103,22 +102,22 @@ def check_ordinary(port, vectors):
 def expect_complaints(port, vectors, expected):
     found = port.differences(vectors)
     if len(found) != len(expected) or not all(map(str.startswith, found, expected)):
-        raise Wrong(f"complaints that begin with {expected} were expected; there are {found}")
+        raise Wrong(f"expected differences of {expected}, found {found}")
 
 
 def changed(text):
-    """Another float: the last bit, or not a number any more."""
+    """Another float: in the last bit, or a number instead of NaN."""
     return f"{int(text, 16) ^ 1:08x}" if text != "7fc00000" else "3f800000"
 
 
 def check_changes(port, vectors):
-    """To see that one bit of any operation would be seen."""
+    """The port notices one bit of any operation or table."""
     other = copy.deepcopy(vectors)
     for lists in other["operations"].values():
         out = lists["other"][-1]["out"]
         out[-1] = changed(out[-1])
     expect_complaints(port, other, [f"{operation} of " for operation in vectors["operations"]])
-    # Without its only vectors, so that the complaint is about the table.
+    # Without vectors, so that only the table differs.
     for name in ("basis", "phases", "speeds"):
         other = {**vectors, name: vectors[name][:-1] + [changed(vectors[name][-1])], "operations": {}}
         expect_complaints(port, other, [f"{name} is not what the seed gives"])

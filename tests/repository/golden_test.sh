@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The golden vectors are what a port needs, as the example port shows; a change of one bit would be seen.
+# The golden vectors agree with the example port, and both notice a change of one bit.
 # golden_test.sh SOURCE BUILD WORK
 set -euo pipefail
 source=$1 build=$2 work=$3
@@ -9,8 +9,8 @@ export PYTHONDONTWRITEBYTECODE=1
 /usr/bin/python3 "$source/docs/golden/port.py"
 /usr/bin/python3 "$source/tests/repository/golden.py" "$source"
 
-# To see that this would be seen: one digit of the file, its last line missing, a line too many, no file.
-# expect_complaint TEXT: about $work/vectors.json, by the program that a test of every configuration runs.
+# expect_complaint TEXT: about $work/vectors.json, by the program that every configuration runs. It notices one digit, a
+# missing last line, an additional line, and a missing file.
 expect_complaint() {
   local program=$build/Runtime/zr_maths/tests/golden_vectors
   if "$program" --check "$work/vectors.json" >"$work/log" 2>&1 || ! grep -qF -- "$1" "$work/log"; then

@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# The changes that scripts/mutate.sh makes are those that it should make, and those that it has a list of are still
-# among them.
+# scripts/mutate.sh makes the right changes, and every change in its list of equivalents still exists.
 # mutants_test.sh SOURCE
 set -euo pipefail
 export root=$1 PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$1/scripts/mutation
@@ -15,7 +14,7 @@ def expect(text, *expected):
     assert sorted(made) == sorted(expected), f"{text!r} became {made}"
 
 
-# What stays as it is.
+# Not mutated.
 expect('// a + 1\n#if 1 + 1\n#endif\n/* 2 */ const char* text = "a + 1";\n')
 expect("static_assert(sizeof(x) == 4);\n[[gnu::aligned(4)]] alignas(16) TVector<float, 4>* p;\n")
 expect("template <int k, size_t... kEdges>\nvoid f(const std::array<T, kCount>& a, T&& b);\n")
@@ -35,12 +34,12 @@ expect("auto x = f(a, b<1>(c), d);\n", "auto x = f(b<1>(c), a, d);", "auto x = f
        "auto x = f(a, b<2>(c), d);", "auto x = f(a, b<0>(c), d);")
 expect("x = f(a,\n      b);\n", "x = f(b, a);", ";")
 
-# Two that look the same are told apart, and lines keep their numbers.
+# Equal mutants have different numbers, and lines keep theirs.
 twice = list(mutants_of("file", "++a;\n++a;\n"))
 assert [mutant.number for mutant in twice] == [1, 1, 2, 2] or [mutant.number for mutant in twice] == [1, 2, 1, 2]
 assert all(mutant.text.count("\n") == 2 for mutant in twice)
 
-# The list.
+# The list of equivalents.
 key = ("file", "a + b", "a - b", 2)
 assert read_list(written(key) + "\n= why\n") == {key: "why"}
 for wrong in ("- a\n", "file:\n+ a\n", "file:\n- a\n+ b\n", "file:\n- a\n= why\n"):
@@ -55,6 +54,6 @@ reasons = read_list(LIST.read_text())
 files = {key[0] for key in reasons}
 made = {mutant[:4] for file in files for mutant in mutants_of(file, open(file).read())}
 stale = [written(key) for key in reasons if key not in made]
-assert not stale, "not made any more:\n" + "\n".join(stale)
+assert not stale, "no longer made:\n" + "\n".join(stale)
 print(f"{len(reasons)} mutants have a reason")
 END

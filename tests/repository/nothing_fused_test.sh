@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# No object of the libraries holds an instruction that fuses a product and a sum, or that estimates a reciprocal or a
-# square root: on no processor that has such instructions, and with link-time optimisation asked for. The instructions
-# are read off the machine code. Where the flag is overridden that keeps compilers from fusing, they are found.
+# No object of the libraries has an instruction that fuses a product and a sum, or estimates a reciprocal or a square root:
+# on every processor that has such instructions, even with link-time optimisation requested. With -ffp-contract=fast this
+# test finds some.
 # nothing_fused_test.sh SOURCE COMPILER WORK
 set -euo pipefail
 source=$1 native=$2 work=$3
 rm -rf "$work" && mkdir -p "$work"
 
-# What is forbidden, by processor: mnemonics as extended regular expressions, matched from their beginning.
+# Forbidden mnemonics by processor: extended regular expressions, matched from the start.
 declare -A forbidden=(
   [x86_64]='v4?fn?m(add|sub)|vfc?maddc|vdpbf16|v?rcp|v?rsqrt|vexp2|pfrcp|pfrsq'
   # NEON and scalar, complex, SVE, estimates and their steps
@@ -18,7 +18,7 @@ declare -A forbidden=(
   # binary and hexadecimal floats, vectors (there are no estimates); not products like vfmsb, or maxima like vfmaxsb
   [s390x]='m[as][ed](br?|r)?$|may[hl]?r?$|[vw]fn?m[as]([sdx]b)?$'
 )
-# Some that must be found, and some that only look like them.
+# Some that must be found, and some similar ones that must not.
 declare -A found=(
   [x86_64]='vfmadd213ps vfnmsub231sd vfmaddsub132pd vfmaddps vrcp14ps rcpss vrsqrtps rsqrtss vrsqrt28pd vfcmaddcph'
   [aarch64]='fmadd fnmsub fmla fmls fmlal2 fcmla fmad fnmls frecpe frecps frecpx frsqrte frsqrts urecpe'
@@ -34,10 +34,10 @@ declare -A innocent=(
   [s390x]='vfmsb wfmdb vfmdb vfmaxsb wfmaxdb wfmsb meebr msr msgr ma sqebr msfi'
 )
 
-# The mnemonics of an object.
+# mnemonics OBJDUMP OBJECT
 mnemonics() { "$1" -d --no-show-raw-insn "$2" | sed -nE 's/^ *[0-9a-f]+:\t(\{[a-z0-9]+\} )?([a-z0-9._]+).*/\2/p'; }
 
-# Those among the lines of the input that are forbidden on a processor.
+# forbidden_on PROCESSOR: the forbidden ones among the lines of the input.
 forbidden_on() { grep -E "^(${forbidden[$1]})" || true; }
 
 for processor in "${!forbidden[@]}"; do
@@ -49,7 +49,7 @@ done
 
 export CMAKE_GENERATOR=Ninja
 
-# check PROCESSOR COMPILER FLAGS FOLDER: builds the libraries, looks at every object, and then at one that may be fused.
+# check PROCESSOR COMPILER FLAGS FOLDER: builds the libraries, and checks every object, and one with fused instructions.
 check() {
   local processor=$1 compiler=$2 flags=$3 build=$4 objdump=$1-linux-gnu-objdump target=() objects object found count=0
   command -v "$objdump" >/dev/null || objdump=objdump
@@ -69,7 +69,7 @@ check() {
   done
   [ "${#objects[@]}" -ge 7 ] || { echo "only ${#objects[@]} objects were found"; return 1; }
 
-  # The same command once more, with the flag overridden. (To clang++ 14 the other one that goes is as good.)
+  # The same command with the flag overridden. (For clang++ 14 the removed one has the same effect.)
   local fused command name=Runtime/zr_maths/CMakeFiles/zr_maths.dir/src/noise/maths_noise_fast.cpp.o
   command=$(ninja -C "$build" -t commands "$name" | grep -F -- "-o $name" | tail -n 1)
   command=${command/-o $name/-o fused.o} command=${command/-fno-unsafe-math-optimizations/}
@@ -79,7 +79,7 @@ check() {
   [ "$fused" -gt 0 ] || { echo 'this test does not see fused instructions'; return 1; }
 }
 
-# Checks in the background, as many at a time as there are processors.
+# Runs checks in the background, one per processor.
 names=() skipped=()
 start() {
   local name="$1, $2${3:+ $3}" folder=$work/${#names[@]}
@@ -106,7 +106,7 @@ else
 fi
 start aarch64 aarch64-linux-gnu-g++ ''
 if command -v aarch64-linux-gnu-g++ >/dev/null; then
-  start aarch64 clang++ '' # with the headers and the linker of the other one
+  start aarch64 clang++ '' # with g++'s headers and linker
 fi
 start riscv64 riscv64-linux-gnu-g++ ''
 start powerpc64le powerpc64le-linux-gnu-g++ ''

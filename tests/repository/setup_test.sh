@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What the scripts do about missing packages, on machines that this test makes up.
+# What the scripts do about missing packages, on simulated machines.
 # setup_test.sh SOURCE WORK
 set -euo pipefail
 source=$1 work=$2
@@ -7,7 +7,7 @@ rm -rf "$work" && mkdir -p "$work"
 printf 'ID=debian\n' >"$work/debian"
 printf 'ID=fedora\nID_LIKE="rhel"\n' >"$work/other"
 
-# attempt COMMANDS: the commands, after setup.sh, in a shell of their own where nothing is ever installed for real.
+# attempt COMMANDS: runs them after setup.sh in their own shell, where nothing is really installed.
 attempt() {
   root="$work/checkout" bash -euo pipefail -c "
     source '$source/scripts/setup.sh'
@@ -62,7 +62,7 @@ run "os_release='$work/debian'; is_root() { true; }; apt-get() { echo 'E: no suc
 expect 1 'script.sh: installing first-package second-package failed'
 grep -qF 'E: no such package' "$work/output"
 
-# What the processor cannot do is asked of the first of them.
+# The first processor's features count.
 printf 'model name\t: made up\nflags\t\t: fpu avx avx512f sse4_1\n\nflags\t\t: avx2\n' >"$work/cpu"
 run "cpu_info='$work/cpu'; lacking_features avx sse4_1; echo .; lacking_features avx2 fpu avx512 sse4_1"
 expect 0 $'.\navx2 avx512'
@@ -70,8 +70,7 @@ expect 0 $'.\navx2 avx512'
 run "cpu_info='$work/debian'; lacking_features avx"
 expect 0 avx
 
-# The scripts refuse what they do not know before they do anything.
+# Scripts refuse unknown options before they do anything.
 status=0
 bash "$source/scripts/test.sh" --fast >"$work/output" 2>&1 || status=$?
 expect 1 "test.sh: there is no option '--fast'"
-echo 'as it should be'
