@@ -1,6 +1,5 @@
-// A camera that is shaken by something heavy: two offsets and a roll, each from the same 1D noise at a place
-// of its own, and less and less of it. Prints the track as a table that other programs can read, and draws
-// its curves.
+// A camera shaken by something heavy: two offsets and a roll, from three places of one 1D field, fading out.
+// Prints the track as comma-separated values, and draws its curves.
 
 #include "../support/picture.h"
 #include "../support/png_file.h"
@@ -21,13 +20,13 @@ using namespace Vestrel;
 
 constexpr float kSeconds = 2.0f;
 constexpr float kCellsPerSecond = 14.0f;
-constexpr uint32_t kWidth = 640;       // of the picture, and as many samples a curve
+constexpr uint32_t kWidth = 640;       // of the picture, and samples per curve
 constexpr uint32_t kCurveHeight = 120; // in pixels
 constexpr uint32_t kRowsOfTable = 21;
 
 struct CTrack {
     const char* m_Name;
-    float m_Place; // far enough from those of the others that the noise there has nothing to do with theirs
+    float m_Place; // far enough from the others to be independent
     float m_Reach; // pixels or degrees
     CColour m_Colour;
 };
@@ -36,7 +35,7 @@ constexpr CTrack kTracks[] = {{"x", 0.0f, 14.0f, {0.98f, 0.62f, 0.30f}},
                               {"y", 85.3f, 14.0f, {0.35f, 0.78f, 0.72f}},
                               {"roll", 170.6f, 2.5f, {0.72f, 0.60f, 0.95f}}};
 
-/// How much of the shake is left.
+/// The remaining part of the shake.
 float DecayAt(float seconds) {
     const float left = 1.0f - seconds / kSeconds;
     return left * std::sqrt(left);
@@ -52,7 +51,7 @@ std::vector<float> SampleTrack(const CFastNoise3& noise, const CTrack& track, ui
     for (uint32_t k = 0; k < count; ++k) {
         samples[k] = track.m_Place + kCellsPerSecond * SecondsOf(k, count);
     }
-    // In 1D samples may take the place of their positions.
+    // In place, which works in 1D.
     noise.SampleQuintic1D({samples.data(), count, sizeof(float)}, {samples.data(), count, sizeof(float)});
     for (uint32_t k = 0; k < count; ++k) {
         samples[k] *= DecayAt(SecondsOf(k, count));
@@ -70,26 +69,26 @@ void PrintTable(const CFastNoise3& noise) {
     for (uint32_t row = 0; row < kRowsOfTable; ++row) {
         std::printf("\n%.1f", static_cast<double>(SecondsOf(row, kRowsOfTable)));
         for (size_t k = 0; k < std::size(kTracks); ++k) {
-            // Of a sum with +0, which is no -0 where all is over.
+            // Adding +0 turns -0 into +0 at the end.
             std::printf(",%.3f", static_cast<double>(kTracks[k].m_Reach * columns[k][row] + 0.0f));
         }
     }
     std::printf("\n");
 }
 
-/// How much of the pixel from `y` on lies between two heights.
+/// The part of the pixel from `y` to `y` + 1 between two heights.
 float Covered(float y, float from, float to) {
     return std::clamp(std::min(to, y + 1.0f) - std::max(from, y), 0.0f, 1.0f);
 }
 
-/// The curve over what is left of the shake, which it stays within.
+/// The curve, over the envelope that bounds it.
 void DrawTrack(CPicture& picture, uint32_t top, const CTrack& track, const std::vector<float>& samples) {
     static constexpr CColour kGround = {0.075f, 0.085f, 0.11f};
     constexpr float kMiddle = 0.5f * kCurveHeight, kScale = 0.46f * kCurveHeight;
     for (uint32_t x = 0; x < kWidth; ++x) {
         const float here = kMiddle - kScale * samples[x];
         const float slope = x > 0 ? kScale * (samples[x - 1] - samples[x]) : 0.0f;
-        // The steeper, the more of a column the line takes, so that it is equally thick everywhere.
+        // A steep line covers more of a column, so that it is equally thick everywhere.
         const float reach = 1.2f * std::sqrt(1.0f + slope * slope);
         const float decay = kScale * DecayAt(SecondsOf(x, kWidth));
         for (uint32_t y = 0; y < kCurveHeight; ++y) {

@@ -1,6 +1,6 @@
-// Particles in a flow that neither gathers nor thins them: the curl of a vector potential whose three
-// components are noise fields. It is made of their gradients alone. Checks first, by differences of the flow,
-// that its divergence is about 0.
+// Particles in a flow without divergence: the curl of a vector potential whose components are three noise
+// fields. It needs only their gradients. First checks, by differences of the flow, that the divergence is
+// about 0.
 
 #include "../support/picture.h"
 #include "../support/sample_program.h"
@@ -32,8 +32,8 @@ constexpr int kFrames = 40;
 constexpr int kMillisecondsPerFrame = 50;
 constexpr int kStepsPerFrame = 4;
 constexpr int kTrailSteps = 32 * kStepsPerFrame;
-constexpr int kLifeSteps = kFrames * kStepsPerFrame; // as long as the animation, which has no seam then
-constexpr float kCellsPerStep = 0.0053f;             // where the speed is 1
+constexpr int kLifeSteps = kFrames * kStepsPerFrame; // as long as the animation, so that it has no seam
+constexpr float kCellsPerStep = 0.0053f;             // at speed 1
 
 /// The flow of an incompressible fluid.
 class CCurlFlow {
@@ -54,7 +54,7 @@ private:
     CFastNoise3 m_X, m_Y, m_Z;
 };
 
-/// The flow's own change along x, y and z, by differences.
+/// The derivatives of the flow's x, y and z along x, y and z, by differences.
 CVector StretchAt(const CCurlFlow& flow, CVector at) {
     constexpr float kStep = 0x1p-7f;
     constexpr float kPerCell = 0.5f / kStep;
@@ -63,7 +63,7 @@ CVector StretchAt(const CCurlFlow& flow, CVector at) {
             kPerCell * (flow.At({at.x, at.y, at.z + kStep}).z - flow.At({at.x, at.y, at.z - kStep}).z)};
 }
 
-/// The divergence is the sum of three terms, which must be about 0 although the terms are not.
+/// The divergence is the sum of three terms. It must be about 0, and the terms must not.
 void CheckDivergence(const CCurlFlow& flow, CAbstractRandomGenerator& generator) {
     constexpr uint32_t kCount = 1000;
     std::vector<CVector> positions(kCount);
@@ -81,38 +81,37 @@ void CheckDivergence(const CCurlFlow& flow, CAbstractRandomGenerator& generator)
     }
 }
 
-/// The picture's directions to the right, down and away, tilted against the axes of the lattice, so that
-/// these do not show.
+/// The picture's directions to the right, down and away, tilted to hide the axes of the lattice.
 constexpr CVector kRight = {0.8f, 0.0f, 0.6f}, kDown = {-0.36f, 0.8f, 0.48f}, kAway = {-0.48f, -0.6f, 0.64f};
 
 constexpr float Dot(CVector a, CVector b) {
     return a.x * b.x + a.y * b.y + a.z * b.z;
 }
 
-/// `part` times the direction from `position` on.
+/// `position` plus `part` times the direction.
 constexpr CVector Moved(CVector position, float part, CVector direction) {
     return {position.x + part * direction.x, position.y + part * direction.y,
             position.z + part * direction.z};
 }
 
-/// Where a particle is at every step of its life, and of the trail before that.
+/// A particle's position at every step of its life, and of the trail before that.
 using CPath = std::array<CVector, kTrailSteps + kLifeSteps>;
 
 CPath PathFrom(const CCurlFlow& flow, CVector position) {
     CPath path;
     for (CVector& place : path) {
         place = position;
-        // With the speed of half a step on.
+        // Midpoint method.
         const CVector speed = flow.At(Moved(position, 0.5f * kCellsPerStep, flow.At(position)));
         position = Moved(position, kCellsPerStep, speed);
     }
     return path;
 }
 
-/// Light that is added up before it becomes a picture.
+/// Accumulated light.
 class CLight {
 public:
-    /// Spreads light over the sixteen pixels around a place.
+    /// Spreads light over the sixteen pixels around a point.
     void Add(float x, float y, CColour colour) {
         const float left = std::floor(x) - 1.0f, top = std::floor(y) - 1.0f;
         if (!(left >= 0.0f && top >= 0.0f && left <= kWidth - 4 && top <= kHeight - 4)) {
@@ -129,7 +128,7 @@ public:
         }
     }
 
-    /// Light without bounds, in colours that have some.
+    /// Tone mapping: unbounded light to colours.
     void Paint(CPicture& picture) const {
         static constexpr CColour kGround = {0.028f, 0.042f, 0.085f};
         for (uint32_t k = 0; k < m_Light.size(); ++k) {
@@ -143,7 +142,7 @@ private:
     std::vector<CColour> m_Light = std::vector<CColour>(size_t{kWidth} * kHeight);
 };
 
-/// A particle with its trail, `age` steps after its birth: it comes and goes softly.
+/// A particle with its trail, `age` steps after its birth, fading in and out.
 void DrawParticle(CLight& light, const CPath& path, CColour colour, int age) {
     const float life = static_cast<float>(age) / kLifeSteps;
     const float strength = std::min(2.2f, 9.0f * std::min(life, 1.0f - life));
@@ -155,7 +154,7 @@ void DrawParticle(CLight& light, const CPath& path, CColour colour, int age) {
     }
 }
 
-/// By where a particle begins, from the top of the picture to the bottom.
+/// The colour by the start of a particle, from the top of the picture to the bottom.
 CColour ColourOf(float height) {
     static constexpr CColour kColours[] = {
         {0.12f, 0.36f, 1.00f}, {0.10f, 0.80f, 0.85f}, {1.00f, 0.66f, 0.22f}, {1.00f, 0.24f, 0.34f}};
@@ -167,7 +166,7 @@ std::vector<uint8_t> Draw() {
     const CCurlFlow flow(generator);
     CheckDivergence(flow, generator);
 
-    // Parts of the picture's size, and some beyond its edges.
+    // Relative to the picture's size, and some beyond its edges.
     std::vector<CVector> births(kParticles);
     generator.FillRandomFloats({&births[0].x, 3 * kParticles}, -0.1f, 1.1f);
     std::vector<CPath> paths;

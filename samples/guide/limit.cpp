@@ -14,7 +14,7 @@ int main() {
     noise.SampleCubic1D({widest.data(), 1000, 4}, {x.data(), 1000, 4});
     Vestrel::LimitInstructionSet(Vestrel::EInstructionSet::kFourLanes);
     noise.SampleCubic1D({limited.data(), 1000, 4}, {x.data(), 1000, 4});
-    Vestrel::LimitInstructionSet(Vestrel::EInstructionSet::kAvx512); // no limit any more
+    Vestrel::LimitInstructionSet(Vestrel::EInstructionSet::kAvx512); // no limit
 
     const bool isEqual = std::memcmp(widest.data(), limited.data(), 1000 * sizeof(float)) == 0;
     std::puts(isEqual ? "the same bits" : "OTHER BITS");

@@ -5,7 +5,7 @@
 int main() {
     Vestrel::CStdRandomGenerator generator(2);
     Vestrel::CRotatableFastNoise3 noise(&generator);
-    noise.SetSpinVariation(0.0f); // all at one speed: it loops
+    noise.SetSpinVariation(0.0f); // one speed: it loops
     const Vestrel::SIMD_Neon::Float4 position(0.5f, 0.25f, 3.5f, 0.0f);
     for (int quarter = 0; quarter <= 4; ++quarter) {
         const float time = 0.25f * static_cast<float>(quarter);

@@ -4,8 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 
-/// The mean over a period, in any dimension and quality: that of the 256 values, which lie at x = 0 to 255 in
-/// 1D.
+/// The mean over a period, in any dimension and quality: that of the 256 values, at x = 0 to 255 in 1D.
 float MeanOf(const Vestrel::CFastNoise3& noise) {
     float places[256], values[256];
     for (int k = 0; k < 256; ++k) {
@@ -29,7 +28,7 @@ int main() {
 
     Vestrel::CStdRandomGenerator generator(1);
     const Vestrel::CFastNoise3 noise(&generator);
-    const float mean = MeanOf(noise); // once for each field
+    const float mean = MeanOf(noise); // once per field
     const float sample = noise.SampleQuintic(Vestrel::SIMD_Neon::Float4(20.5f, 3.25f, 8.0f, 0.0f));
     std::printf("seed 1: mean %+.4f, sample %+.4f, without the mean %+.4f\n", static_cast<double>(mean),
                 static_cast<double>(sample), static_cast<double>(sample - mean));

@@ -13,7 +13,7 @@ using namespace Vestrel;
 /// 256 values and 256 speeds. (A CFastNoise3 has no speeds.)
 using CSaved = std::array<float, 512>;
 
-/// Hands on what another generator draws for one field, and keeps it.
+/// Draws one field from another generator, and records its floats.
 class CRecordingGenerator final : public CAbstractRandomGenerator {
 public:
     explicit CRecordingGenerator(CAbstractRandomGenerator& source) : m_Source(source) {}
@@ -29,7 +29,7 @@ public:
     uint32_t m_Count = 0;
 };
 
-/// Gives the floats of a file once more, those that do not fit aside.
+/// Replays the floats of a file; out-of-range ones become `min`.
 class CReplayingGenerator final : public CAbstractRandomGenerator {
 public:
     explicit CReplayingGenerator(const CSaved& saved) : m_Saved(saved) {}
@@ -48,7 +48,7 @@ public:
     bool m_AllFit = true;
 };
 
-/// What else there is to a rotatable field is up to the program, and saved with it.
+/// The program saves time and variation itself.
 std::vector<float> SamplesAt(float time, float variation, CRotatableFastNoise3& noise) {
     noise.SetSpinVariation(variation);
     noise.RotateBasis(time);
@@ -66,7 +66,7 @@ int main() {
     CRotatableFastNoise3 noise(&recorder);
     const std::vector<float> expected = SamplesAt(3.25f, 0.5f, noise);
 
-    // The file is in this machine's order of bytes.
+    // In this machine's byte order.
     std::ofstream("field.bin", std::ios::binary)
         .write(reinterpret_cast<const char*>(&recorder.m_Saved), sizeof(CSaved));
 

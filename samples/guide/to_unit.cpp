@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
-/// From [-1, 1], or as much of it as `spread` to either side of 0, to [0, 1].
+/// Maps [-spread, spread] to [0, 1].
 float ToUnit(float sample, float spread = 1.0f) {
     return std::clamp(0.5f + 0.5f * sample / spread, 0.0f, 1.0f);
 }

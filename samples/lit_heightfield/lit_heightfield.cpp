@@ -1,5 +1,5 @@
-// Terrain in the light of the evening. Its height is a sum of octaves of a slice through the 3D field; its
-// slope, which the light needs, is the sum of their gradients, so that no neighbours have to be sampled.
+// Terrain in evening light. Its height is a sum of octaves of a slice through the 3D field; its slope is the
+// sum of their gradients, so lighting needs no neighbouring samples.
 
 #include "../support/picture.h"
 #include "../support/png_file.h"
@@ -29,7 +29,7 @@ struct CRow {
     std::vector<TVector<float, 2>> m_Slopes = std::vector<TVector<float, 2>>(kWidth);
 };
 
-/// Splits a coordinate as the gradients in a batch want it.
+/// Splits a coordinate into cell and fraction, as batch gradients take it.
 void Split(float x, float& fraction, int& cell) {
     const float floor = std::floor(x);
     fraction = x - floor;
@@ -39,12 +39,12 @@ void Split(float x, float& fraction, int& cell) {
 struct COctave {
     float m_Frequency = 1.0f / kPixelsPerCell;
     float m_Amplitude = 1.0f;
-    float m_Cosine = 1.0f, m_Sine = 0.0f; // of the angle that it is turned by
+    float m_Cosine = 1.0f, m_Sine = 0.0f; // of its rotation
     float m_Z = 0.37f;
 };
 
-/// Twice the frequency, less than half of the amplitude, another slice, and turned by the angle of a triangle
-/// of 3, 4 and 5, so that the axes of the lattice do not show.
+/// Twice the frequency, less than half the amplitude, another slice, and turned by the angle of a 3-4-5
+/// triangle to hide the axes of the lattice.
 COctave Next(const COctave& last) {
     return {2.0f * last.m_Frequency, 0.46f * last.m_Amplitude, 0.8f * last.m_Cosine - 0.6f * last.m_Sine,
             0.6f * last.m_Cosine + 0.8f * last.m_Sine, last.m_Z + 11.3f};
@@ -67,7 +67,7 @@ void AddOctave(const CFastNoise3& noise, const COctave& octave, uint32_t y, CRow
     noise.SampleQuintic3D({values.data(), kWidth, sizeof(float)},
                           {positions.data(), kWidth, sizeof(positions[0])});
     noise.Sample1stOrderDerivativesQuintic({cells.data(), kWidth}, {gradients.data(), kWidth});
-    // A gradient is turned back, and counted in cells of the first octave.
+    // Turn the gradient back, and scale it to cells of the first octave.
     const float steepness = octave.m_Amplitude * octave.m_Frequency * kPixelsPerCell;
     for (uint32_t x = 0; x < kWidth; ++x) {
         row.m_Heights[x] += octave.m_Amplitude * values[x];
@@ -88,7 +88,7 @@ CRow SampleRow(const CFastNoise3& noise, uint32_t y) {
 
 /// The light comes from the upper left; y goes down.
 float LightOf(TVector<float, 2> slope) {
-    constexpr float kRelief = 0.55f; // the height of a value of 1 in cells
+    constexpr float kRelief = 0.55f; // height of a value of 1, in cells
     const float a = kRelief * slope.x, b = kRelief * slope.y;
     return std::max(0.0f, (0.6f * a + 0.5f * b + 0.62f) / std::sqrt(1.0f + a * a + b * b));
 }

@@ -1,6 +1,6 @@
 // A volume by several processes, on one machine or many: each computes a slab of slices, and all write into
-// one file, by MPI-IO. However many there are, the file has the same bits, for a field depends on its seed
-// alone. Draws a cut through all slabs, read back from that file.
+// one file, by MPI-IO. The file has the same bits for any number of processes, since a field depends only on
+// its seed. Draws a cut through all slabs, read back from that file.
 //
 //     mpirun -n 4 mpi_volume [PICTURE [VOLUME]]
 
@@ -34,13 +34,13 @@ struct CProcess {
         return m_Rank == 0;
     }
 
-    /// The first slice of this process, or with 1 that of the next one.
+    /// The first slice of this process, or with 1 of the next one.
     uint32_t FirstSlice(int next = 0) const {
         return static_cast<uint32_t>(m_Rank + next) * kSide / static_cast<uint32_t>(m_Count);
     }
 };
 
-/// What is partial is of no use after that.
+/// Deletes the partial file.
 [[noreturn]] void Discard(const std::string& partial, const char* reason) {
     std::remove(partial.c_str());
     FailToWrite(partial, reason);
@@ -65,7 +65,7 @@ std::vector<float> SampleSlab(const CProcess& process) {
     return slab;
 }
 
-/// Puts the slab in its place in the file. All processes have to call it.
+/// Writes the slab to its place in the file. All processes must call it.
 void WriteSlab(const CProcess& process, const std::vector<float>& slab, const std::string& partial) {
     const MPI_Offset sliceSize = MPI_Offset{kSliceCount} * MPI_Offset{sizeof(float)};
     const int count = static_cast<int>(slab.size());
@@ -78,7 +78,7 @@ void WriteSlab(const CProcess& process, const std::vector<float>& slab, const st
     Check(
         MPI_File_write_at_all(file, process.FirstSlice() * sliceSize, slab.data(), count, MPI_FLOAT, &status),
         partial);
-    // Open MPI takes a full disk for no error.
+    // Open MPI does not report a full disk.
     int writtenCount = 0;
     MPI_Get_count(&status, MPI_FLOAT, &writtenCount);
     if (writtenCount != count) {
@@ -101,7 +101,7 @@ CPicture ReadCut(const std::string& path) {
     return cut.Picture();
 }
 
-/// Whether all files can be written, as the first process finds.
+/// Whether all files can be written, as checked by the first process.
 bool AreWritable(const CProcess& process, const std::string& picture, const std::string& volume) {
     int areWritable = 1;
     if (process.IsFirst()) {
@@ -132,7 +132,7 @@ int Run(const CProcess& process, int argumentCount, char** arguments) {
     }
     const std::string partial = PartialPathOf(volume);
     WriteSlab(process, SampleSlab(process), partial);
-    // After the last process has closed the file it is whole.
+    // The file is complete once the last process has closed it.
     MPI_Barrier(MPI_COMM_WORLD);
     if (process.IsFirst()) {
         std::filesystem::rename(partial, volume);
@@ -158,7 +158,7 @@ int main(int argumentCount, char** arguments) {
     try {
         exitCode = Run(process, argumentCount, arguments);
     } catch (const std::exception& error) {
-        // The others may wait for this one.
+        // Others may be waiting for this one.
         MPI_Abort(MPI_COMM_WORLD, Fail(kProgram, error.what()));
     }
     MPI_Finalize();

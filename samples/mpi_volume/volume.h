@@ -21,8 +21,7 @@ inline Vestrel::CFastNoise3 VolumeNoise() {
     return Vestrel::CFastNoise3(&generator);
 }
 
-/// Writes the samples of slice `z`: of a field that is tilted against the volume, so that the axes of the
-/// lattice do not show.
+/// Writes the samples of slice `z`. The field is tilted against the volume to hide the axes of the lattice.
 inline void SampleSlice(const Vestrel::CFastNoise3& noise, uint32_t z, float* samples) {
     constexpr float kCellsPerSample = 1.0f / 32.0f;
     std::vector<Vestrel::TVector<float, 3>> positions(kSliceCount);
@@ -37,7 +36,7 @@ inline void SampleSlice(const Vestrel::CFastNoise3& noise, uint32_t z, float* sa
                           {positions.data(), kSliceCount, sizeof(positions[0])});
 }
 
-/// A picture of a plane through all slices: row z of it is the row in the middle of slice z.
+/// A picture of a plane through all slices: row z is the middle row of slice z.
 class CCutPicture {
 public:
     void SetRow(uint32_t z, const float* samples) {
@@ -64,7 +63,7 @@ private:
     CPicture m_Picture{kScale * kSide, kScale* kSide};
 };
 
-/// Where the row of slice `z` begins that is in the picture, in samples.
+/// The offset in samples of the row of slice `z` that is in the picture.
 constexpr size_t RowOfCut(uint32_t z) {
     return static_cast<size_t>(z) * kSliceCount + kSliceCount / 2;
 }

@@ -1,5 +1,5 @@
-// The volume of mpi_volume.cpp by a single process, without MPI, to compare with: the same bits. Draws a cut
-// through it, and writes all of it where a second argument names a file.
+// The volume of mpi_volume.cpp with a single process and without MPI, for comparison: the same bits. Draws a
+// cut through it, and writes all of it if a second argument names a file.
 
 #include "volume.h"
 

@@ -1,8 +1,7 @@
-// Octaves are the caller's: the same object is sampled at several frequencies, and the samples are summed.
-// Each octave wants an offset of its own, as the right half of the picture has it. Without, as on the left,
-// all octaves meet at the origin, where every frequency comes to the same lattice point: its value is all
-// that the sum is made of there, and the same values lie around it in every octave. What repeats the field
-// every 256 cells repeats that spot, too.
+// How to sum octaves: sample one object at several frequencies, and add the samples. Each octave needs its
+// own offset, as in the right half of the picture. Without offsets, as on the left, all octaves meet at the
+// origin: every frequency hits the same lattice point there, so its value makes up the whole sum, and the
+// same values surround it in every octave. That spot repeats with the field, every 256 cells.
 
 #include "../support/picture.h"
 #include "../support/png_file.h"
@@ -27,8 +26,8 @@ constexpr uint32_t kGap = 8;
 constexpr uint32_t kCount = kSide * kSide;
 constexpr int kOctaves = 8;
 
-/// Any two octaves still meet somewhere, as any two lattices do whose sizes differ; but no three of them do,
-/// and none at the origin.
+/// Any two octaves still meet somewhere, as any two lattices of different sizes do, but no three do, and
+/// none at the origin.
 constexpr TVector<float, 3> kOffset = {37.31f, 71.83f, 13.57f};
 
 /// The origin is in the middle.
@@ -42,7 +41,7 @@ std::vector<TVector<float, 3>> Positions() {
     return positions;
 }
 
-/// The sum of all octaves, as a part of what it may come to. Octave k is moved by k times the offset.
+/// The sum of all octaves, relative to its bound. Octave k is moved by k times the offset.
 std::vector<float> SumOctaves(const CFastNoise3& noise, const std::vector<TVector<float, 3>>& positions,
                               TVector<float, 3> offset) {
     const uint32_t count = static_cast<uint32_t>(positions.size());

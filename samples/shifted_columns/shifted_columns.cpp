@@ -1,8 +1,8 @@
-// What repeats in a field, and how to avoid it. In a slice at one z, the columns of lattice points along y
-// are the same 256 values, each column moved by another number of cells. On the left are 30 columns as they
-// lie; in the middle each is moved to where it fits the first one, and all are the same. On the right the
-// same was tried with a slice that is turned in space: no column fits another. The program also prints how
-// strongly slices correlate with themselves, down and across.
+// What repeats in a field, and how to avoid it. In a slice at one z, all columns of lattice points along y
+// are the same 256 values, each shifted by its own number of cells. Left: 30 columns. Middle: each shifted to
+// match the first one, and all are the same. Right: the same attempt with a slice turned in space, where no
+// column matches another. The program also prints how strongly slices correlate with themselves, down and
+// across.
 
 #include "../support/picture.h"
 #include "../support/png_file.h"
@@ -34,18 +34,18 @@ constexpr uint32_t kPanelWidth = kColumns * kColumnWidth;
 constexpr uint32_t kHeight = kCells * kPixelsPerCell;
 constexpr uint32_t kPeriod = 256;
 
-/// Along the axes, where z is the depth of the slice.
+/// Along the axes, at depth z.
 CPosition Straight(float x, float y, float z) {
     return {x, y, z};
 }
 
-/// A rotation: the same shapes at the same size, along no axis.
+/// A rotation: the same shapes and sizes, but along no axis.
 CPosition Turned(float x, float y, float z) {
     return {(2.0f * x - 2.0f * y + z) / 3.0f, (2.0f * x + y - 2.0f * z) / 3.0f,
             (x + 2.0f * y + 2.0f * z) / 3.0f};
 }
 
-/// Upright, where y is the depth of the slice and z goes down.
+/// Upright, at depth y, with z going down.
 CPosition Upright(float x, float y, float z) {
     return {x, z, y};
 }
@@ -70,8 +70,7 @@ std::vector<float> SampleColumn(const CFastNoise3& noise, CPlace place, uint32_t
     return Sample(noise, positions);
 }
 
-/// By how many cells the column has to be moved to fit the first one best, and by how much the two differ
-/// then, on average.
+/// The shift in cells that matches the column best with the first one, and their mean difference then.
 std::pair<uint32_t, float> BestFit(const CFastNoise3& noise, CPlace place, uint32_t column) {
     const std::vector<float> first = SampleColumn(noise, place, 0, kCells, 0.0f, 1.0f);
     const std::vector<float> other = SampleColumn(noise, place, column, kPeriod + kCells, 0.0f, 1.0f);
@@ -88,7 +87,7 @@ std::pair<uint32_t, float> BestFit(const CFastNoise3& noise, CPlace place, uint3
     return best;
 }
 
-/// Samples at the whole positions of a slice, a period wide and high, row by row, without their mean.
+/// Samples at the integer positions of a slice, one period wide and high, row by row, minus their mean.
 std::vector<float> SampleSlice(const CFastNoise3& noise, CPlace place) {
     std::vector<CPosition> positions(kPeriod * kPeriod);
     for (uint32_t k = 0; k < kPeriod * kPeriod; ++k) {
@@ -102,7 +101,7 @@ std::vector<float> SampleSlice(const CFastNoise3& noise, CPlace place) {
     return samples;
 }
 
-/// The correlation of rows of `width` samples with what comes `right` samples after and `down` rows below.
+/// The correlation of rows of `width` samples with those `right` samples later and `down` rows below.
 double Correlation(const std::vector<float>& samples, uint32_t width, uint32_t right, uint32_t down) {
     const uint32_t height = static_cast<uint32_t>(samples.size()) / width;
     double product = 0.0, square = 0.0;
@@ -116,7 +115,7 @@ double Correlation(const std::vector<float>& samples, uint32_t width, uint32_t r
     return std::fabs(product / square);
 }
 
-/// Samples less than 4 cells apart may have lattice points in common, and correlate by that.
+/// Samples less than 4 cells apart may share lattice points, and correlate because of that.
 void PrintCorrelations(const char* name, const CFastNoise3& noise, CPlace place) {
     const std::vector<float> slice = SampleSlice(noise, place);
     double down = 0.0, across = 0.0;

@@ -11,15 +11,15 @@
 
 namespace Samples {
 
-/// What a program says that goes wrong: one line, and the exit code for it.
+/// Prints one line about an error, and returns the exit code.
 inline int Fail(const char* program, const char* reason, int exitCode = 1) {
-    std::fflush(stdout); // what was said before comes first
+    std::fflush(stdout); // keep the order of messages
     std::fprintf(stderr, "%s: %s\n", program, reason);
     return exitCode;
 }
 
-/// Whether the arguments are names of files, at most `mostFiles`, and the first of them, which is that of a
-/// picture, ends as `ending` does.
+/// Whether the arguments are at most `mostFiles` file names, and the first one, the picture's, ends in
+/// `ending`.
 inline bool AreFileNames(int argumentCount, char** arguments, int mostFiles,
                          const std::filesystem::path& ending) {
     for (int k = 1; k < argumentCount; ++k) {
@@ -33,7 +33,7 @@ inline bool AreFileNames(int argumentCount, char** arguments, int mostFiles,
 }
 
 /// The main function of a program that takes the name of its picture's file. `draw` returns the file's
-/// content, and throws what is wrong.
+/// content, and throws on errors.
 template <typename TDraw>
 int RunSample(int argumentCount, char** arguments, const char* program, const char* defaultFile,
               const TDraw& draw) {

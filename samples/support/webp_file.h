@@ -14,10 +14,10 @@
 
 namespace Samples {
 
-/// A WebP animation in the making, which loops for ever.
+/// Builds a WebP animation that loops forever.
 class CWebpAnimation {
 public:
-    /// Of `quality` out of 100, for which frames are encoded with loss.
+    /// `quality` of the lossy encoding, up to 100.
     CWebpAnimation(uint32_t width, uint32_t height, int millisecondsPerFrame, float quality)
         : m_MillisecondsPerFrame(millisecondsPerFrame), m_Encoder(nullptr, WebPAnimEncoderDelete) {
         WebPAnimEncoderOptions options;
@@ -25,8 +25,7 @@ public:
             WebPPictureInit(&m_Frame) == 0) {
             throw std::runtime_error("libwebp is of another version than its headers");
         }
-        // Whole frames alone: of parts that hardly differ from the frame before, loss would keep what is
-        // past.
+        // Only whole frames: in parts that hardly change, lossy encoding would keep the old frame.
         options.kmax = 1;
         m_Config.quality = quality;
         m_Frame.width = static_cast<int>(width);
@@ -71,7 +70,7 @@ private:
     }
 
     int m_MillisecondsPerFrame;
-    int m_End = 0; // of the frames so far
+    int m_End = 0; // of the frames so far, in milliseconds
     std::unique_ptr<WebPAnimEncoder, decltype(&WebPAnimEncoderDelete)> m_Encoder;
     WebPConfig m_Config;
     WebPPicture m_Frame;

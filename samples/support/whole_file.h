@@ -18,8 +18,7 @@ namespace Samples {
     throw std::runtime_error("'" + path.string() + "' cannot be written: " + reason);
 }
 
-/// Says before the work begins that `path` cannot be written, as far as that can be known: throws
-/// std::runtime_error.
+/// Throws std::runtime_error if it is already clear that `path` cannot be written.
 inline void CheckWritable(const std::filesystem::path& path) {
     std::error_code error;
     const bool exists = std::filesystem::exists(path, error);
@@ -33,15 +32,14 @@ inline void CheckWritable(const std::filesystem::path& path) {
     }
 }
 
-/// Where the content of `path` is until it is whole.
+/// The temporary name of `path` until the file is complete.
 inline std::filesystem::path PartialPathOf(const std::filesystem::path& path) {
     return path.string() + ".partial";
 }
 
-/// Writes a file that is whole or not there: until then, what was there before stays. Throws
-/// std::runtime_error.
+/// Writes a complete file or nothing: until it is complete, an old file stays. Throws std::runtime_error.
 inline void WriteWholeFile(const std::filesystem::path& path, const void* content, size_t size) {
-    // The path behind symbolic links, so that they stay.
+    // Resolve symbolic links, so that they stay.
     const std::filesystem::path target = std::filesystem::weakly_canonical(path);
     const std::filesystem::path partial = PartialPathOf(target);
     std::FILE* const file = std::fopen(partial.c_str(), "wb");

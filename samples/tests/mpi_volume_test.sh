@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Any number of processes write the file that a single one without MPI writes, and draw its picture.
+# Any number of processes write the same file and picture as a single one without MPI.
 # mpi_volume_test.sh MPIEXEC MPI_VOLUME WHOLE_VOLUME
 set -euo pipefail
 mpiexec=$1 mpi_volume=$2 whole_volume=$3
@@ -21,7 +21,7 @@ fail() {
 grep -Fxq '256 x 256 x 256 samples by one process' output
 [ "$(stat -c %s whole.raw)" -eq $((4 * 256 * 256 * 256)) ] || fail 'the volume has another size'
 expected=$(sha256sum <whole.raw)
-# Three share unequally; an older file is replaced, and what an interrupted run has left is in nobody's way.
+# Three processes get unequal shares; an older file is replaced, and leftovers of an interrupted run do no harm.
 echo old >mpi.raw
 head -c 100000000 /dev/zero >mpi.raw.partial
 for count in 1 2 3 4; do

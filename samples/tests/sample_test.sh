@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# A sample draws its picture, says what it should, and fails as it should where it cannot.
-# sample_test.sh PROGRAM PICTURE LINE... : the name of the picture without an argument, and regular expressions, each of a
-# whole line that the program has to print.
+# A sample draws its picture, prints what it should, and reports errors.
+# sample_test.sh PROGRAM PICTURE LINE...: the picture's default name, and regular expressions of whole lines that the program
+# must print.
 set -euo pipefail
 program=$1 picture=$2
 shift 2
@@ -15,7 +15,7 @@ fail() {
   exit 1
 }
 
-# run STATUS [ARGUMENT]...: what the program has to end with, having said why in one line if it is not 0.
+# run STATUS [ARGUMENT]...: checks the exit status, and that there is one line about the error if it is not 0.
 run() {
   local expected=$1 status=0
   shift
@@ -24,7 +24,7 @@ run() {
   [ "$(wc -l <error)" -eq $((expected != 0)) ] || fail "not one clear line with: $*"
 }
 
-# is_whole FILE: by its ending, a PNG up to its last chunk, or a WebP of the length that it says.
+# is_whole FILE: whether it is a PNG up to its last chunk, or a WebP with the length in its header.
 is_whole() {
   case $1 in
     *.png) [ "$(head -c 8 "$1" | tail -c 7 | head -c 3)" = PNG ] && [ "$(tail -c 8 "$1" | head -c 4)" = IEND ] ;;
@@ -39,7 +39,7 @@ done
 is_whole "$picture" || fail "$picture is no picture"
 [ "$(find . -type f | wc -l)" -eq 3 ] || fail "it leaves something behind: $(ls -A)"
 
-# Before it begins to work.
+# Errors are found before the work begins.
 ending=${picture##*.}
 mkdir "folder.$ending"
 for unwritable in "folder.$ending" "no/such/folder/$picture" "/dev/null/$picture"; do

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# A picture that cannot be written to its end leaves the one that was there, and nothing else.
+# A picture that cannot be completed leaves the old one, and nothing else.
 # unfinished_test.sh PROGRAM
 set -euo pipefail
 program=$1
@@ -16,11 +16,11 @@ status=0
 [ "$(<picture.png)" = 'the picture before' ] || { echo 'the picture before is lost'; exit 1; }
 [ "$(find . -type f | wc -l)" -eq 2 ] || { echo "it leaves something behind: $(ls -A)"; exit 1; }
 
-# Where it can be, the picture goes where the link leads.
+# A picture that can be goes to the target of the link.
 "$program" link.png >/dev/null
 [ -L link.png ] && [ "$(stat -c %s picture.png)" -gt 1024 ] || { echo 'the link is lost'; exit 1; }
 
-# What is said has to arrive, too.
+# Standard output must arrive, too.
 if [ -w /dev/full ]; then
   status=0
   "$program" picture.png >/dev/full 2>error || status=$?

@@ -1,8 +1,8 @@
-// Samples a large batch with several threads, each a chunk of it, and shows that neither their number nor
-// where the chunks end changes a single bit. Where they end matters for speed alone: chunks of a multiple of
-// 64 positions are whole blocks for the kernels of wide registers, which take any alignment. The path of four
-// lanes wants both pointers to be multiples of 16, as they stay in chunks of a multiple of 4 positions, of 12
-// bytes each, with samples of 4 bytes. The picture is a field in the colours of the threads that sampled it.
+// Samples a large batch with several threads, one chunk each, and shows that neither their number nor the
+// chunk ends change a single bit. They only matter for speed: chunks of a multiple of 64 positions are whole
+// blocks for the kernels of wide registers, which take any alignment. The four-lane path needs both pointers
+// at multiples of 16, which chunks of a multiple of 4 positions (of 12 bytes, with samples of 4 bytes)
+// preserve. The picture is a field in the colours of the threads that sampled it.
 
 #include "../support/picture.h"
 #include "../support/png_file.h"
@@ -26,8 +26,8 @@ using namespace Samples;
 
 using CPositions = std::vector<Vestrel::TVector<float, 3>>;
 
-/// Calls `work` with the number of a chunk, its first element and its size, each in a thread of its own. All
-/// chunks but the last are as large as each other, and a multiple of `step`.
+/// Calls `work` with the number of a chunk, its first element and its size, each in its own thread. All
+/// chunks but the last have the same size, a multiple of `step`.
 template <typename TWork>
 void RunInChunks(uint32_t count, uint32_t threadCount, uint32_t step, const TWork& work) {
     const uint32_t share = (count + threadCount - 1) / threadCount;
@@ -41,7 +41,7 @@ void RunInChunks(uint32_t count, uint32_t threadCount, uint32_t step, const TWor
     }
 }
 
-/// Any number of samplers may run at once on one object.
+/// Any number of threads may sample one object.
 void SampleWithThreads(const Vestrel::CFastNoise3& noise, const CPositions& positions,
                        std::vector<float>& samples, uint32_t threadCount, uint32_t step) {
     RunInChunks(static_cast<uint32_t>(samples.size()), threadCount, step,
@@ -73,7 +73,7 @@ void CheckBits(const Vestrel::CFastNoise3& noise, const CPositions& positions, u
     }
 }
 
-/// What a thread has computed is in its colour. Chunks do not end where rows do.
+/// Each thread's samples in its colour. Chunks do not end at row ends.
 CPicture Stripes(const Vestrel::CFastNoise3& noise) {
     static constexpr CColour kColours[] = {
         {0.93f, 0.36f, 0.33f}, {0.96f, 0.62f, 0.27f}, {0.93f, 0.82f, 0.40f}, {0.47f, 0.75f, 0.42f},
@@ -84,7 +84,7 @@ CPicture Stripes(const Vestrel::CFastNoise3& noise) {
     for (uint32_t k = 0; k < count; ++k) {
         const float u = static_cast<float>(k % picture.m_Width) / 48.0f;
         const float v = static_cast<float>(k / picture.m_Width) / 48.0f;
-        // A plane that is tilted against the axes of the lattice, so that these do not show.
+        // A plane tilted to hide the axes of the lattice.
         positions[k] = {0.8f * u - 0.36f * v, 0.8f * v, 0.6f * u + 0.48f * v};
     }
     std::vector<float> samples(count);

@@ -1,6 +1,6 @@
-// A slice through a volume that moves: the same field twice, on the left with all values turning at one
-// speed, so that it is back after one unit of time and the animation has no seam, and on the right with
-// speeds of their own, by which it never is.
+// An animated slice through a volume: the same field twice. On the left all values turn at one speed, so the
+// field is back after one unit of time and the animation has no seam. On the right each has its own speed,
+// and the field never returns.
 
 #include "../support/picture.h"
 #include "../support/sample_program.h"
@@ -27,8 +27,7 @@ constexpr uint32_t kCount = kSide * kSide;
 constexpr int kFrames = 50;
 constexpr int kMillisecondsPerFrame = 50;
 
-/// One slice of the volume: a plane that is tilted against the axes of the lattice, so that these do not
-/// show.
+/// One slice of the volume: a plane tilted to hide the axes of the lattice.
 std::vector<TVector<float, 3>> SlicePositions() {
     constexpr float kCellsPerPixel = 5.0f / kSide;
     std::vector<TVector<float, 3>> positions(kCount);
@@ -40,7 +39,7 @@ std::vector<TVector<float, 3>> SlicePositions() {
     return positions;
 }
 
-/// The slice as it is at a time.
+/// The slice at a time.
 std::vector<float> SampleAt(float time, CRotatableFastNoise3& noise,
                             const std::vector<TVector<float, 3>>& positions) {
     noise.RotateBasis(time);
@@ -63,7 +62,7 @@ void Paint(CPicture& picture, uint32_t left, const std::vector<float>& samples) 
     }
 }
 
-/// How far apart the samples are at the most.
+/// The greatest difference between samples.
 float Distance(const std::vector<float>& a, const std::vector<float>& b) {
     float distance = 0.0f;
     for (uint32_t k = 0; k < kCount; ++k) {
