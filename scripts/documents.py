@@ -175,6 +175,8 @@ def main(check, build):
     writer, complaints = Writer(build), []
     for path in sorted(path for pattern in DOCUMENTS for path in ROOT.glob(pattern)):
         old = path.read_text()
+        if re.findall(r"<!-- (?:(end) -->|\w+: )", old) != ["", "end"] * old.count("<!-- end -->"):
+            sys.exit(f"{path.relative_to(ROOT)}: markers and ends do not alternate")
         new = writer.written(old)
         if check:
             complaints += difflib.unified_diff(old.splitlines(True), new.splitlines(True), str(path.relative_to(ROOT)), "generated")
