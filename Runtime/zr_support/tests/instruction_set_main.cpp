@@ -1,7 +1,6 @@
-// A main for tests of what depends on the instruction set. --kernels=NAME selects one, which tests otherwise
-// leave to the library. If library or processor do not support it, the program reports itself as skipped. So
-// it does with --other-kernels=NAME if NAME is what the library selects by itself, so that nothing is tested
-// twice.
+// The main of tests that depend on the instruction set. --kernels=NAME selects one instead of the library's
+// choice. If library or processor do not support it, the program reports a skipped test. --other-kernels=NAME
+// also skips the library's own choice, so that nothing is tested twice.
 
 #include "instruction_sets.h"
 

@@ -17,7 +17,7 @@ using namespace Vestrel;
 using Internal::SelectedInstructionSet;
 using Internal::SupportedInstructionSet;
 
-/// Whether Linux says that the processor has a feature.
+/// Whether Linux reports a processor feature.
 [[maybe_unused]] bool HasFeature(const std::string& feature) {
     std::ifstream file("/proc/cpuinfo");
     for (std::string line; std::getline(file, line);) {
@@ -48,7 +48,7 @@ class InstructionSetLimit : public testing::Test {
     CSelectedInstructionSet m_Restored{SelectedInstructionSet()};
 };
 
-TEST_F(InstructionSetLimit, IsTheLesserOfWhatIsAskedForAndWhatIsSupported) {
+TEST_F(InstructionSetLimit, IsTheNarrowerOfRequestAndSupport) {
     for (const EInstructionSet before : kInstructionSets) {
         for (const EInstructionSet most : kInstructionSets) {
             LimitInstructionSet(before);
@@ -61,7 +61,7 @@ TEST_F(InstructionSetLimit, IsTheLesserOfWhatIsAskedForAndWhatIsSupported) {
     }
 }
 
-TEST_F(InstructionSetLimit, IsNoneWithValuesOutsideTheEnumeration) {
+TEST_F(InstructionSetLimit, IsRemovedByValuesOutsideTheEnumeration) {
     for (const uint32_t value : {3u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
         LimitInstructionSet(EInstructionSet::kFourLanes);
         EXPECT_EQ(LimitInstructionSet(static_cast<EInstructionSet>(value)), SupportedInstructionSet())
@@ -76,7 +76,7 @@ TEST_F(InstructionSetLimit, IsTheWidestAtTheFirstCall) {
     EXPECT_EQ(Internal::g_SelectedInstructionSet.load(), SupportedInstructionSet());
 }
 
-// As if another thread had called LimitInstructionSet between the first look and the selection.
+// As if another thread called LimitInstructionSet between the first check and the selection.
 TEST_F(InstructionSetLimit, IsKeptByALateSelection) {
     LimitInstructionSet(EInstructionSet::kFourLanes);
     EXPECT_EQ(Internal::_SelectInstructionSet(), EInstructionSet::kFourLanes);
