@@ -23,6 +23,7 @@ pictures=(
   'guide/curves.png|noise_preview --size 230x260 --cells 5 --compare qualities --curve --output'
   'guide/dimensions.png|noise_preview --size 170x170 --cells 6 --compare dimensions --output'
   'guide/tile.png|noise_preview --size 640x240 --cells 12 --colours viridis --tile --output'
+  'architecture.svg|dot -Tsvg scripts/pictures/architecture.dot -o'
   'guide/packed.svg|diagrams.py packed'
   'guide/padded.svg|diagrams.py padded'
   'guide/structs.svg|diagrams.py structs'
@@ -46,6 +47,7 @@ list() {
     case $command in
       noise_preview*) printf 'scripts/preview.sh%s' "${command#noise_preview}" ;;
       diagrams.py*) printf 'scripts/pictures/%s' "$command" ;;
+      dot*) printf '%s' "$command" ;;
       *) printf 'build/release/samples/%s' "$command" ;;
     esac
     printf ' docs/pictures/%s\n' "${picture%%|*}"
@@ -69,11 +71,12 @@ if [ -z "$programs" ]; then
   need_tool_libraries
 fi
 need python3 has_program "$python"
+need graphviz has_program dot
 [ -z "$check" ] || need python3-pil has_python_module PIL
 install_missing
 if [ -z "$programs" ]; then
   programs=$root/build/release
-  mapfile -t targets < <(printf '%s\n' "${pictures[@]#*|}" | cut -d ' ' -f 1 | grep -v '\.py$' | sort -u)
+  mapfile -t targets < <(printf '%s\n' "${pictures[@]#*|}" | cut -d ' ' -f 1 | grep -vE '\.py$|^dot$' | sort -u)
   build release "${targets[@]}"
 fi
 
@@ -82,6 +85,7 @@ program_of() {
   case $1 in
     noise_preview) printf '%s' "$programs/tools/noise_preview/noise_preview" ;;
     *.py) printf '%s' "$root/scripts/pictures/$1" ;;
+    dot) command -v dot ;;
     *) printf '%s' "$programs/samples/$1" ;;
   esac
 }
@@ -90,6 +94,7 @@ folder=$root/docs/pictures work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 [ -z "$check" ] || folder=$work/pictures
 mkdir -p "$folder/guide" "$folder/samples"
+cd "$root"
 for picture in "${pictures[@]}"; do
   name=${picture%%|*}
   read -ra command <<<"${picture#*|}"

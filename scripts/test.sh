@@ -44,6 +44,7 @@ need openmpi-bin has_program mpirun
 need binutils has_program objdump
 need clang-format-14 has_program clang-format-14
 need doxygen has_program doxygen
+need graphviz has_program dot
 need valgrind has_program valgrind
 need python3 has_program python3
 need python3-pil has_python_module PIL

@@ -1,5 +1,5 @@
-#include <zr_maths/limit_instruction_set.h>
 #include <zr_maths/maths_noise_fast.h>
+#include <zr_support/instruction_set.h>
 
 #include <cstdio>
 #include <cstring>

@@ -34,7 +34,8 @@ class Site:
         self.front = checkout / "README.md"
         self.guide = checkout / "docs/guide/README.md"
         self.guide_pages = sorted(path for path in self.guide.parent.glob("*.md") if path != self.guide)
-        others = ("samples/README.md", "docs/guarantees.md", "docs/performance.md", "CHANGELOG.md", "CONTRIBUTING.md")
+        others = ("samples/README.md", "docs/guarantees.md", "docs/performance.md", "docs/architecture.md", "CHANGELOG.md",
+                  "CONTRIBUTING.md")
         self.others = [checkout / name for name in others]
         self.pages = [self.front, self.guide, *self.guide_pages, *self.others]
 

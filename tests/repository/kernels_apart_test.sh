@@ -6,7 +6,8 @@ set -euo pipefail
 source=$1 build=$2 work=$3
 rm -rf "$work" && mkdir -p "$work"
 export CMAKE_GENERATOR=Ninja
-wide=Runtime/zr_maths/CMakeFiles/zr_maths.dir/src/noise/wide
+wide=(Runtime/zr_maths/CMakeFiles/zr_maths.dir/src/noise/kernels/avx{2,512}_kernels.cpp.o
+  Runtime/zr_support/CMakeFiles/zr_support.dir/src/streams/avx{2,512}_streams.cpp.o)
 
 # shared_newer_code OBJECT: its functions with AVX instructions that other objects may define under the same name. Names with
 # a type of the instruction set are in no other object.
@@ -24,7 +25,7 @@ shared_newer_code() {
 # expect_apart BUILD WHAT
 expect_apart() {
   local object shared
-  for object in "$1/$wide"/avx{2,512}_kernels.cpp.o; do
+  for object in "${wide[@]/#/$1/}"; do
     shared=$(shared_newer_code "$object")
     [ -z "$shared" ] || { printf '%s: %s shares\n%s\n' "$2" "${object##*/}" "$shared"; exit 1; }
   done
@@ -36,7 +37,7 @@ expect_apart_with() {
   command -v "$1" >/dev/null || { echo "NOT TRIED: $1"; return 0; }
   { cmake -S "$source" -B "$work/$1" -DCMAKE_CXX_COMPILER="$1" -DCMAKE_BUILD_TYPE="$2" -DCMAKE_CXX_FLAGS="${3:-}" \
     -DVESTREL_BUILD_TESTS=OFF -DVESTREL_BUILD_TOOLS=OFF -DVESTREL_BUILD_SAMPLES=OFF -DVESTREL_BUILD_BENCHMARKS=OFF &&
-    cmake --build "$work/$1" -j 2 --target $wide/avx{2,512}_kernels.cpp.o; } >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
+    cmake --build "$work/$1" -j 2 --target "${wide[@]}"; } >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
   expect_apart "$work/$1" "$*"
 }
 
@@ -68,7 +69,7 @@ END
   includes=(-I "$source/Runtime/zr_support/include" -I "$build/Runtime/zr_support/include" -I "$source/Runtime/zr_maths/include")
   g++ "${includes[@]}" -fkeep-inline-functions -c "$work/program.cpp" -o "$work/program.o"
   # The linker keeps the first of several copies, so the kernels come first.
-  g++ "$build/$wide"/avx*.o "$work/program.o" "$build"/Runtime/zr_{maths,support}/*.a -o "$work/program"
+  g++ "${wide[@]/#/$build/}" "$work/program.o" "$build"/Runtime/zr_{maths,support}/*.a -o "$work/program"
   qemu-x86_64 -cpu Nehalem "$work/program"
   echo 'g++ Debug -fkeep-inline-functions: runs on a Nehalem'
 else
