@@ -18,11 +18,11 @@ report=$root/build/coverage-report
 rm -rf "$report" && mkdir -p "$report"
 
 # Counted are the libraries' sources and headers, except kernels that this processor cannot run.
-filter='Runtime/[^/]*/(src|include)/'
+filter='Runtime/[^/]*/(src|include|internal)/'
 left_out=()
 if [ "$(uname -m)" = x86_64 ]; then
-  [ -z "$(lacking_features avx2)" ] || left_out+=(--exclude '.*/wide/(avx2|wide_split).*')
-  [ -z "$(lacking_features avx512f avx512bw avx512vbmi)" ] || left_out+=(--exclude '.*/wide/avx512.*')
+  [ -z "$(lacking_features avx2)" ] || left_out+=(--exclude '.*/(avx2_|block_kernels|wide_streams).*')
+  [ -z "$(lacking_features avx512f avx512bw avx512vbmi)" ] || left_out+=(--exclude '.*/avx512_.*')
 fi
 [ ${#left_out[@]} -eq 0 ] || say "not counted, for this processor lacks them: ${left_out[*]}"
 

@@ -16,13 +16,16 @@ namespace Vestrel::SIMD_Neon::FullPrecision {
 ///
 /// stream_coefficients.sollya prints the coefficients. With one fewer, the rounding to float is not correct
 /// for every x.
-template <typename TDouble>
-[[gnu::always_inline]] inline TDouble ArcSinRatio(TDouble square) {
+///
+/// `TDoubles` names the type, CValue, and its SquareRoot. It is a type of the instruction set, unlike the
+/// vector types of compilers, and keeps the names of its functions apart from those of others.
+template <typename TDoubles>
+[[gnu::always_inline]] inline typename TDoubles::CValue ArcSinRatio(typename TDoubles::CValue square) {
     constexpr double kCoefficients[] = {0x1.0234902fa268ep-5, -0x1.7f682dcc97466p-7, 0x1.2b084d97c85ddp-6,
                                         0x1.336c9e66647e5p-7, 0x1.d54ed2648c723p-7,  0x1.1baccf1325caap-6,
                                         0x1.6e97027cbd914p-6, 0x1.f1c69c91c988ep-6,  0x1.6db6dd0dde88ep-5,
                                         0x1.3333333091739p-4, 0x1.5555555556cffp-3,  1.0};
-    TDouble sum = square * kCoefficients[0] + kCoefficients[1];
+    typename TDoubles::CValue sum = square * kCoefficients[0] + kCoefficients[1];
     for (size_t k = 2; k < std::size(kCoefficients); ++k) {
         sum = sum * square + kCoefficients[k];
     }
@@ -31,8 +34,6 @@ template <typename TDouble>
 
 /// The arcsine of a value that is not negative. NaN above 1, from the square root. From 1/2 on, where the
 /// arcsine is too steep for a polynomial, it is pi/2 - 2 asin(sqrt((1 - x) / 2)).
-///
-/// `TDoubles` names the type, CValue, and its SquareRoot.
 template <typename TDoubles>
 [[gnu::always_inline]] inline typename TDoubles::CValue
 ArcSinOfMagnitude(typename TDoubles::CValue magnitude) {
@@ -41,7 +42,7 @@ ArcSinOfMagnitude(typename TDoubles::CValue magnitude) {
     const auto isSteep = magnitude > 0.5;
     const CValue square = isSteep ? (1.0 - magnitude) * 0.5 : magnitude * magnitude;
     const CValue root = isSteep ? TDoubles::SquareRoot(square) : magnitude;
-    const CValue arc = root * ArcSinRatio(square);
+    const CValue arc = root * ArcSinRatio<TDoubles>(square);
     return isSteep ? kHalfPi - 2.0 * arc : arc;
 }
 
