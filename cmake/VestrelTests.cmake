@@ -16,6 +16,9 @@ option(VESTREL_BUILD_LONG_TESTS "Build the statistical and the exhaustive tests,
 option(VESTREL_TESTS_VISIT_EVERY_FLOAT "Leave no float out of the exhaustive tests" OFF)
 add_custom_target(exhaustive_tests)
 
+set(VESTREL_TEST_FLAGS "" CACHE STRING "Compiler flags for the sources of tests alone")
+separate_arguments(vestrel_test_flags UNIX_COMMAND "${VESTREL_TEST_FLAGS}")
+
 # GoogleTest's header takes most of the time that a test takes to compile; all programs share one precompiled.
 file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/precompiled_gtest.cpp CONTENT "")
 add_library(precompiled_gtest OBJECT ${PROJECT_BINARY_DIR}/precompiled_gtest.cpp)
@@ -24,7 +27,8 @@ vestrel_exact_arithmetic(precompiled_gtest)
 target_link_libraries(precompiled_gtest PRIVATE GTest::gtest_main)
 target_precompile_headers(precompiled_gtest PRIVATE <gtest/gtest.h>)
 # A time in it would keep a compiler cache from sharing it.
-target_compile_options(precompiled_gtest PRIVATE $<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>)
+target_compile_options(precompiled_gtest PRIVATE ${vestrel_test_flags}
+  $<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>)
 
 # vestrel_test(NAME source... [LIBRARIES library...] [LABEL label]). Of several labels CMake 3.25 would take the first.
 function(vestrel_test name)
@@ -34,6 +38,7 @@ function(vestrel_test name)
   # The references must not be fused either.
   vestrel_exact_arithmetic(${name})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} zr_support_internal GTest::gtest_main)
+  target_compile_options(${name} PRIVATE ${vestrel_test_flags})
   target_precompile_headers(${name} REUSE_FROM precompiled_gtest)
   set(timeout 300)
   if(arg_LABEL STREQUAL "exhaustive")
