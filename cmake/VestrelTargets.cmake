@@ -57,8 +57,6 @@ function(vestrel_runtime_library target)
   set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON UNITY_BUILD OFF)
   # VESTREL_PUBLIC marks what is public.
   set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
-  # Static and shared libraries have the same objects, which a compiler cache shares.
-  set_target_properties(${target} PROPERTIES DEFINE_SYMBOL "")
   if(VESTREL_SHARED)
     vestrel_shared_library(${target})
   endif()
