@@ -1,14 +1,13 @@
 #pragma once
 
-#include "options/options.h"
+#include "job/job.h"
 
 #include <string>
 
 namespace NoisePreview {
 
-/// Draws what the options ask for, into the file that they name or onto the terminal, and returns what there
-/// is to say about it. Shows its progress. Throws std::bad_alloc, or std::runtime_error with a message for
-/// the user.
-std::string DrawPreview(const COptions& options);
+/// Does the job, shows its progress, and returns the report. Throws std::bad_alloc, or std::runtime_error
+/// with a message for the user.
+std::string DrawPreview(const CJob& job);
 
 } // namespace NoisePreview

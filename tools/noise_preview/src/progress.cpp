@@ -11,7 +11,7 @@ namespace NoisePreview {
 
 namespace {
 
-/// A rate with the name of its thousands.
+/// Such as "1.5 million".
 std::string RateText(double rate) {
     const char* const names[] = {"", " thousand", " million"};
     size_t thousands = 0;
@@ -21,7 +21,7 @@ std::string RateText(double rate) {
     return Format(rate < 10.0 ? "%.1f%s" : "%.0f%s", rate, names[thousands]);
 }
 
-/// Seconds; or minutes, or hours as well.
+/// Such as "5 s", "2 min 05 s" or "3 h 10 min".
 std::string DurationText(double seconds) {
     const double whole = std::min(seconds + 0.5, 1e15);
     const long long minutes = static_cast<long long>(whole) / 60;
@@ -76,16 +76,15 @@ void CProgress::_ShowInPlace(int percent, uint64_t done, double seconds) {
     }
     line += Format(" %3d %%", percent) + _Pace(done, seconds);
     const size_t length = line.size();
-    line.append(m_LastLength > length ? m_LastLength - length : 0, ' '); // over the rest of a longer one
+    line.append(m_LastLength > length ? m_LastLength - length : 0, ' '); // overwrites a longer line
     std::fprintf(stderr, "\r%s", line.c_str());
     m_LastLength = length;
     m_LastPercent = percent;
 }
 
 std::string CProgress::_Pace(uint64_t done, double seconds) const {
-    // Before that, nobody waits, and rates are not worth much.
-    constexpr double kSoon = 1.0;
-    if (done == 0 || seconds < kSoon) {
+    constexpr double kFirstSeconds = 1.0; // too few for a reliable rate
+    if (done == 0 || seconds < kFirstSeconds) {
         return "";
     }
     const double rate = static_cast<double>(done) / seconds;

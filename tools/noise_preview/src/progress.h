@@ -6,22 +6,22 @@
 
 namespace NoisePreview {
 
-/// Percentages, in place on a terminal and elsewhere a line a quarter; or a bar, on a terminal alone.
+/// Percentages: updated in place on a terminal, elsewhere a line per quarter. Or a bar, on terminals only.
 enum class EProgress { kPercent, kBar };
 
-/// Tells on standard error how far a piece of work has got, how fast it is, and how long it still takes.
+/// Shows progress, rate and time left on standard error.
 class CProgress {
 public:
-    /// `total` is how many pieces there are, which are called `unit` where their rate is told.
+    /// The work is `total` of `unit`, such as pixels.
     CProgress(EProgress kind, std::string label, uint64_t total, std::string unit);
 
-    /// Ends the line on a terminal, so that what is said next stands on one of its own.
+    /// Ends the line on a terminal.
     ~CProgress();
 
     CProgress(const CProgress&) = delete;
     CProgress& operator=(const CProgress&) = delete;
 
-    /// `done` of the total is done. Cheap enough to call often.
+    /// Cheap enough to call often.
     void Show(uint64_t done);
 
 private:

@@ -8,7 +8,7 @@
 
 namespace NoisePreview {
 
-/// A short text as printf would print it; what goes beyond 127 characters is cut off.
+/// Like printf, for texts of up to 127 characters; longer ones are cut off.
 template <typename... TValues>
 std::string Format(const char* format, TValues... values) {
     char text[128];
@@ -20,8 +20,8 @@ inline bool IsUtf8Continuation(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
 }
 
-/// The number of bytes of the UTF-8 character at the start of a text; 0 if it is a control character (up to
-/// U+001F, U+007F to U+009F), or no UTF-8: cut off, overlong, a surrogate, beyond U+10FFFF.
+/// Bytes of the UTF-8 character at the start of a text. 0 for control characters (up to U+001F, U+007F to
+/// U+009F) and for invalid UTF-8: truncated, overlong, a surrogate, or beyond U+10FFFF.
 inline size_t PrintableLength(std::string_view text) {
     const unsigned char first = static_cast<unsigned char>(text[0]);
     if (first < 0x80) {
@@ -43,7 +43,7 @@ inline size_t PrintableLength(std::string_view text) {
     return code >= kLeast[length] && code <= 0x10FFFF && !isSurrogate ? length : 0;
 }
 
-/// Replaces each control character, and what is no UTF-8, by '?': terminals would act on it.
+/// Replaces control characters, on which terminals act, and invalid UTF-8 by '?'.
 inline std::string Printable(std::string_view text) {
     std::string printable;
     while (!text.empty()) {
@@ -62,7 +62,7 @@ inline std::string Printable(std::string_view text) {
     return printable;
 }
 
-/// What is found in a file, as part of a message: between quotation marks, and cut off after 40 bytes.
+/// Text from a file for a message: printable, in quotation marks, and cut off after 40 bytes.
 inline std::string Quoted(std::string_view text) {
     size_t length = std::min<size_t>(text.size(), 40);
     while (length > 0 && length < text.size() && IsUtf8Continuation(text[length])) {
@@ -74,7 +74,7 @@ inline std::string Quoted(std::string_view text) {
     return quoted;
 }
 
-/// A text without the blanks and ends of lines around it.
+/// Without leading and trailing white space.
 inline std::string_view Trimmed(std::string_view text) {
     constexpr const char* kBlanks = " \t\r\n";
     const size_t first = text.find_first_not_of(kBlanks);

@@ -16,7 +16,7 @@ protected:
         std::set<std::string> options;
         for (std::string line; std::getline(lines, line);) {
             line.erase(0, line.find_first_not_of(' '));
-            line.erase(0, line.starts_with("-h,") ? 3 : 0);
+            line.erase(0, line.starts_with("-h,") || line.starts_with("-o,") ? 3 : 0);
             if (line.starts_with("--")) {
                 options.insert(line.substr(0, line.find_first_not_of("-abcdefghijklmnopqrstuvwxyz")));
             }
@@ -48,7 +48,7 @@ TEST_F(NoisePreviewManual, ThePageExplainsEveryOption) {
         for (const char c : option) {
             name += c == '-' ? "\\-" : std::string(1, c);
         }
-        EXPECT_NE(page.m_Output.find("\n\\fB" + name + "\\fR"), std::string::npos) << option;
+        EXPECT_NE(page.m_Output.find("\\fB" + name + "\\fR"), std::string::npos) << option;
     }
     // No line but the page's own begins with what man would take for a command.
     std::istringstream lines(page.m_Output);
@@ -75,6 +75,7 @@ TEST_F(NoisePreviewManual, BashCompletesOptionsAndTheirWords) {
     EXPECT_EQ(Completed("noise_preview --seed ''"), "");
     std::ofstream(m_Folder / "points.csv") << "";
     EXPECT_EQ(Completed("noise_preview --positions po"), "points.csv");
+    EXPECT_EQ(Completed("noise_preview -o po"), "points.csv");
     EXPECT_EQ(Completed("noise_preview --stats --compare d"), "dimensions");
     // As Bash takes --quality=c and --quality= apart.
     EXPECT_EQ(Completed("noise_preview --quality = c"), "cubic");

@@ -93,16 +93,20 @@ protected:
 
     /// A run that must fail with one line about `about`, and leave the folder as it was.
     void ExpectFailure(const std::string& arguments, const std::string& about,
-                       const std::string& before = "exec") const {
+                       const std::string& before = "exec", int exitCode = 1) const {
         const auto filesBefore = Files();
         const CResult result = Run(arguments, before);
-        EXPECT_GT(result.m_ExitCode, 0) << arguments;
+        EXPECT_EQ(result.m_ExitCode, exitCode) << arguments;
         EXPECT_EQ(result.m_Output, "") << arguments;
         const std::string line = WithoutProgress(result.m_Errors);
         EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1) << arguments << ": " << result.m_Errors;
         EXPECT_EQ(line.find("noise_preview: "), 0u) << arguments << ": " << result.m_Errors;
         EXPECT_NE(line.find(about), std::string::npos) << arguments << ": " << result.m_Errors;
         EXPECT_TRUE(Files() == filesBefore) << arguments << " left something behind";
+    }
+
+    void ExpectUsageError(const std::string& arguments, const std::string& about) const {
+        ExpectFailure(arguments, about, "exec", 2);
     }
 
     std::vector<std::pair<std::string, std::string>> Files() const {

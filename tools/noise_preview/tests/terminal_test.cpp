@@ -111,10 +111,8 @@ TEST_F(NoisePreviewTerminal, ShrinksThePictureToFit) {
 TEST_F(NoisePreviewTerminal, LabelsAndGapsWantRoom) {
     const winsize size = {22, 24, 0, 0}; // as wide as the gaps
     ASSERT_EQ(ioctl(m_Other, TIOCSWINSZ, &size), 0);
-    const CResult result = Run("--compare dimensions >" + m_Name, kColourful + " exec");
-    EXPECT_EQ(result.m_ExitCode, 1);
-    EXPECT_EQ(result.m_Errors, "noise_preview: the terminal is too small for pictures side by side; --output "
-                               "makes a file\n");
+    ExpectFailure("--compare dimensions >" + m_Name,
+                  "the terminal is too small for --compare; --output writes a file", kColourful + " exec");
 }
 
 TEST_F(NoisePreviewTerminal, KnowsTerminalsOf256Colours) {
@@ -141,7 +139,8 @@ TEST_F(NoisePreviewTerminal, OthersGetAFile) {
 }
 
 TEST_F(NoisePreviewTerminal, DoesNotGetTheBytesOfAFile) {
-    ExpectFailure("--output - 1>" + m_Name, "standard output, which is a terminal and cannot show files");
+    ExpectUsageError("--output - 1>" + m_Name,
+                     "--output: standard output is a terminal, which cannot show files");
 }
 
 } // namespace

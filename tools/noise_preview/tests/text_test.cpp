@@ -28,7 +28,7 @@ TEST_F(NoisePreview, MessagesShowNoControlCharacters) {
                       "'none/" + text.m_Shown + ".png' cannot be written: ");
     }
     // Nothing follows the last byte of this one.
-    ExpectFailure("--format '\xE2\x82'", "?");
+    ExpectUsageError("--format '\xE2\x82'", "?");
 }
 
 TEST_F(NoisePreview, ReportsShowNoControlCharacters) {

@@ -1,5 +1,6 @@
 #include "field/field_sampler.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 
@@ -9,7 +10,6 @@ namespace {
 
 using namespace Vestrel;
 
-/// Samples packed positions.
 using CSample = void(const CFastNoise3& noise, const float* positions, const TMemoryView<float>& values);
 
 template <auto kSampler, typename TPosition>
@@ -18,7 +18,7 @@ void Sample(const CFastNoise3& noise, const float* positions, const TMemoryView<
                       {reinterpret_cast<const TPosition*>(positions), values.m_Count, sizeof(TPosition)});
 }
 
-/// By dimension, and then in the order of EQuality.
+/// [dimension - 1][EQuality]
 constexpr CSample* kSamplers[4][3] = {{Sample<&CFastNoise3::SampleLinear1D, float>,
                                        Sample<&CFastNoise3::SampleCubic1D, float>,
                                        Sample<&CFastNoise3::SampleQuintic1D, float>},
@@ -32,18 +32,17 @@ constexpr CSample* kSamplers[4][3] = {{Sample<&CFastNoise3::SampleLinear1D, floa
                                        Sample<&CFastNoise3::SampleCubic4D, TVector<float, 4>>,
                                        Sample<&CFastNoise3::SampleQuintic4D, TVector<float, 4>>}};
 
-/// The fractions of a position's coordinates, and the lattice cell.
+/// Fractions of the coordinates, and the lattice cell.
 using CSplitPosition = TPair<TVector<float, 4>, TVector<int, 4>>;
 
 using TGradientSampler = void (CFastNoise3::*)(const TMemoryView<const CSplitPosition>&,
                                                const TMemoryView<TVector<float, 4>>&) const noexcept;
 
-/// In the order of EQuality.
+/// [EQuality]
 constexpr TGradientSampler kGradientSamplers[] = {&CFastNoise3::Sample1stOrderDerivativesLinear,
                                                   &CFastNoise3::Sample1stOrderDerivativesCubic,
                                                   &CFastNoise3::Sample1stOrderDerivativesQuintic};
 
-/// Runs `call` and returns the seconds that it takes.
 template <typename TCall>
 double SecondsOf(const TCall& call) {
     const auto start = std::chrono::steady_clock::now();
@@ -65,68 +64,69 @@ CSplitPosition Split(const float* position) {
 
 } // namespace
 
-CFieldSampler::CFieldSampler(const CFastNoise3& noise, const COptions& options, CSamplingRecord& record)
-    : m_Noise(noise), m_Options(options), m_Record(record) {
-    if (options.m_IsTile) {
-        // One period ends and the next begins in the middle of the picture.
-        constexpr double kPeriod = 256.0;
-        m_Left = kPeriod - 0.5 * options.m_Cells;
-        m_Top = kPeriod - 0.5 * options.m_Cells * options.m_Height / options.m_Width;
+double SampleAt(const CFastNoise3& noise, uint32_t dimension, EQuality quality, const float* positions,
+                TMemoryView<float> values) {
+    return SecondsOf(
+        [&] { kSamplers[dimension - 1][static_cast<size_t>(quality)](noise, positions, values); });
+}
+
+CFieldSampler::CFieldSampler(const CFastNoise3& noise, const CView& view, ESamples kind,
+                             CSamplingRecord& record)
+    : m_Noise(noise), m_View(view), m_Kind(kind), m_Record(record) {}
+
+CSamples CFieldSampler::Next(uint64_t maxCount) {
+    if (m_Begin == m_End) {
+        _SampleChunk();
     }
+    const size_t count = static_cast<size_t>(std::min<uint64_t>(maxCount, m_End - m_Begin));
+    CSamples samples{count, m_Values.data() + m_Begin, m_Gradients.data() + m_Begin};
+    m_Begin += count;
+    return samples;
 }
 
-void CFieldSampler::SampleValues(uint64_t first, TMemoryView<float> values) {
-    _SetPositions(first, values.m_Count);
-    SampleAt(m_Positions.data(), values);
-}
-
-void CFieldSampler::SampleValuesBeside(uint64_t first, TMemoryView<float> values) {
-    _SetPositions(first, values.m_Count);
-    _Sample(m_Positions.data(), values);
-    if (m_Record.m_HasStatistics) {
-        m_Record.m_Statistics.Add(values);
+void CFieldSampler::_SampleChunk() {
+    const uint32_t count =
+        static_cast<uint32_t>(std::min<uint64_t>(kChunk, m_View.SampleCount() - m_SampledCount));
+    _SetPositions(count);
+    const double gradientSeconds = m_Kind == ESamples::kValues ? 0.0 : _SampleGradients(count);
+    double valueSeconds = 0.0;
+    if (m_Kind != ESamples::kGradients) {
+        m_Values.resize(count);
+        const TMemoryView<float> values(m_Values.data(), count);
+        valueSeconds = SampleAt(m_Noise, m_View.m_Dimension, m_View.m_Quality, m_Positions.data(), values);
+        m_Record.AddStatistics(values);
     }
+    m_Record.AddTime(count, m_Kind == ESamples::kBoth ? gradientSeconds : gradientSeconds + valueSeconds);
+    m_SampledCount += count;
+    m_Begin = 0;
+    m_End = count;
 }
 
-void CFieldSampler::SampleGradients(uint64_t first, TMemoryView<TVector<float, 4>> gradients) {
-    _SetPositions(first, gradients.m_Count);
-    std::vector<CSplitPosition> cells(gradients.m_Count);
-    for (uint32_t k = 0; k < gradients.m_Count; ++k) {
-        cells[k] = Split(&m_Positions[size_t{3} * k]);
+double CFieldSampler::_SampleGradients(uint32_t count) {
+    m_Gradients.resize(count);
+    std::vector<CSplitPosition> positions(count);
+    for (uint32_t k = 0; k < count; ++k) {
+        positions[k] = Split(&m_Positions[size_t{3} * k]);
     }
-    const auto sampler = kGradientSamplers[static_cast<size_t>(m_Options.m_Quality)];
-    m_Record.Add(gradients.m_Count, SecondsOf([&] {
-                     (m_Noise.*sampler)({cells.data(), gradients.m_Count}, gradients);
-                 }));
-}
-
-void CFieldSampler::SampleAt(const float* positions, TMemoryView<float> values) {
-    m_Record.Add(values.m_Count, SecondsOf([&] { _Sample(positions, values); }));
-    if (m_Record.m_HasStatistics) {
-        m_Record.m_Statistics.Add(values);
-    }
-}
-
-void CFieldSampler::_Sample(const float* positions, const TMemoryView<float>& values) const {
-    kSamplers[m_Options.m_Dimension - 1][static_cast<size_t>(m_Options.m_Quality)](m_Noise, positions,
-                                                                                   values);
+    const auto sampler = kGradientSamplers[static_cast<size_t>(m_View.m_Quality)];
+    return SecondsOf([&] { (m_Noise.*sampler)({positions.data(), count}, {m_Gradients.data(), count}); });
 }
 
 float CFieldSampler::_CoordinateOf(uint64_t pixel, double origin) const {
-    // The centre of a pixel; pixels are square.
-    const double cells = (static_cast<double>(pixel) + 0.5) * m_Options.m_Cells / m_Options.m_Width;
+    const double cells = (static_cast<double>(pixel) + 0.5) * m_View.m_Cells / m_View.m_Width;
     return static_cast<float>(origin + cells);
 }
 
-void CFieldSampler::_SetPositions(uint64_t first, uint32_t count) {
-    const size_t dimension = m_Options.m_Dimension;
+void CFieldSampler::_SetPositions(uint32_t count) {
+    const size_t dimension = m_View.m_Dimension;
     m_Positions.resize(dimension * count);
     for (uint32_t k = 0; k < count; ++k) {
-        const uint64_t pixel = first + k;
-        const float x = _CoordinateOf(pixel % m_Options.m_Width, m_Left);
-        const float y =
-            m_Options.m_IsCurve ? m_Options.m_LineY : _CoordinateOf(pixel / m_Options.m_Width, m_Top);
-        const float position[4] = {x, y, m_Options.m_Slice, m_Options.m_SliceW};
+        const uint64_t pixel = m_SampledCount + k;
+        const float x = _CoordinateOf(pixel % m_View.m_Width, m_View.m_Left);
+        const float y = m_View.m_IsLine ? static_cast<float>(m_View.m_LineY)
+                                        : _CoordinateOf(pixel / m_View.m_Width, m_View.m_Top);
+        const float position[4] = {x, y, static_cast<float>(m_View.m_Slice),
+                                   static_cast<float>(m_View.m_SliceW)};
         std::copy_n(position, dimension, &m_Positions[dimension * k]);
     }
 }

@@ -1,63 +1,59 @@
 #pragma once
 
 #include "field/sampling_record.h"
-#include "options/options.h"
+#include "job/view.h"
 
 #include <zr_maths/maths_noise_fast.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <vector>
 
 namespace NoisePreview {
 
-/// Samples one field in one dimension and quality.
-class CFieldSampler {
-public:
-    /// Samples taken per call of a sampler of the library: enough to make the call's own cost vanish, few
-    /// enough to stay in the cache.
-    static constexpr uint32_t kChunk = 16384;
+/// What to sample; gradients are for 3D fields. With kBoth, only the gradients are timed.
+enum class ESamples { kValues, kGradients, kBoth };
 
-    /// `noise` and `record` are borrowed. The options say dimension, quality, slices and the pixels' raster.
-    CFieldSampler(const Vestrel::CFastNoise3& noise, const COptions& options, CSamplingRecord& record);
-
-    /// Samples the field at the centres of the pixels from number `first` on, as many as there is room for,
-    /// at most kChunk; pixels are counted row by row from the top. In 1D, and along a line, the first row is
-    /// all there is.
-    void SampleValues(uint64_t first, Vestrel::TMemoryView<float> values);
-
-    /// Likewise the gradient of a 3D field: its derivatives along x, y and z per cell.
-    void SampleGradients(uint64_t first, Vestrel::TMemoryView<Vestrel::TVector<float, 4>> gradients);
-
-    /// Likewise the values, as something beside what is drawn: they count for the statistics alone.
-    void SampleValuesBeside(uint64_t first, Vestrel::TMemoryView<float> values);
-
-    /// The values at positions, which have as many coordinates as the field has dimensions, packed.
-    void SampleAt(const float* positions, Vestrel::TMemoryView<float> values);
-
-    const COptions& Options() const {
-        return m_Options;
-    }
-
-private:
-    float _CoordinateOf(uint64_t pixel, double origin) const;
-    void _SetPositions(uint64_t first, uint32_t count);
-    void _Sample(const float* positions, const Vestrel::TMemoryView<float>& values) const;
-
-    const Vestrel::CFastNoise3& m_Noise;
-    COptions m_Options;
-    CSamplingRecord& m_Record;
-    double m_Left = 0.0; // the coordinates of the picture's upper left corner
-    double m_Top = 0.0;
-    std::vector<float> m_Positions; // of the pixels that are sampled
+/// Consecutive samples, of the kinds that were asked for.
+struct CSamples {
+    size_t m_Count;
+    const float* m_Values;
+    const Vestrel::TVector<float, 4>* m_Gradients; // derivatives along x, y and z, per cell
 };
 
-/// Calls `use` with the first of `total` samples in each chunk, and with how many there are.
-template <typename TUse>
-void ForEachChunk(uint64_t total, const TUse& use) {
-    for (uint64_t first = 0; first < total; first += CFieldSampler::kChunk) {
-        use(first, static_cast<uint32_t>(std::min<uint64_t>(CFieldSampler::kChunk, total - first)));
-    }
-}
+/// Samples a view from the first pixel to the last.
+class CFieldSampler {
+public:
+    /// Samples per call of the library: enough to make the cost of a call negligible, few enough for the
+    /// cache.
+    static constexpr uint32_t kChunk = 16384;
+
+    /// `noise` and `record` must outlive this.
+    CFieldSampler(const Vestrel::CFastNoise3& noise, const CView& view, ESamples kind,
+                  CSamplingRecord& record);
+
+    /// The next samples, 1 to `maxCount`; valid until the next call. The caller must stop at the view's end.
+    CSamples Next(uint64_t maxCount);
+
+private:
+    void _SampleChunk();
+    double _SampleGradients(uint32_t count);
+    float _CoordinateOf(uint64_t pixel, double origin) const;
+    void _SetPositions(uint32_t count);
+
+    const Vestrel::CFastNoise3& m_Noise;
+    CView m_View;
+    ESamples m_Kind;
+    CSamplingRecord& m_Record;
+    uint64_t m_SampledCount = 0;
+    size_t m_Begin = 0; // of what is left of the chunk
+    size_t m_End = 0;
+    std::vector<float> m_Positions;
+    std::vector<float> m_Values;
+    std::vector<Vestrel::TVector<float, 4>> m_Gradients;
+};
+
+/// Samples packed positions of `dimension` coordinates; returns the seconds that the library took.
+double SampleAt(const Vestrel::CFastNoise3& noise, uint32_t dimension, EQuality quality,
+                const float* positions, Vestrel::TMemoryView<float> values);
 
 } // namespace NoisePreview

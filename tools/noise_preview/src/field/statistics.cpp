@@ -18,7 +18,7 @@ void CStatistics::Add(Vestrel::TMemoryView<const float> samples) {
         m_Min = std::min(m_Min, sample);
         m_Max = std::max(m_Max, sample);
         m_Sum += static_cast<double>(sample);
-        // The outer bars have what lies beyond as well, and the last one the 1.
+        // The outer bars include what lies beyond [-1, 1], and the last one the 1 itself.
         const int bar = kMiddle + static_cast<int>(std::floor(std::clamp(sample, -1.0f, 1.0f) * kMiddle));
         ++m_Bars[static_cast<size_t>(std::min(bar, kBarCount - 1))];
         ++m_Count;
@@ -40,7 +40,7 @@ std::string CStatistics::Text() const {
     double from = -1.0;
     for (const uint64_t count : m_Bars) {
         const double to = from + 2.0 / kBarCount;
-        // Rounded up, so that a bar is empty only where there is nothing.
+        // Rounded up: only a count of 0 gives an empty bar.
         const uint64_t length = (count * kLongest + most - 1) / most;
         text += Format("%+.3f to %+.3f %14llu", from, to, static_cast<unsigned long long>(count));
         text += (count > 0 ? "  " : "") + std::string(length, '#') + '\n';

@@ -14,8 +14,8 @@ class CStatistics {
 public:
     void Add(Vestrel::TMemoryView<const float> samples);
 
-    /// Lines of text: the three numbers, and a histogram over [-1, 1]; and, if there are any, how many
-    /// samples are not numbers, which the rest leaves out. Nothing if there were no samples.
+    /// Lines of text: minimum, maximum, mean, and a histogram over [-1, 1]. NaNs are counted on a line of
+    /// their own and otherwise ignored. Empty without samples.
     std::string Text() const;
 
 private:

@@ -1,4 +1,4 @@
-#include "files/csv_positions.h"
+#include "files/position_file.h"
 
 #include "text.h"
 
@@ -7,13 +7,15 @@
 #include <charconv>
 #include <cstring>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace NoisePreview {
 
 namespace {
 
-/// What some programs begin every text with.
+/// Some programs write it before any UTF-8 text.
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 std::optional<float> NumberOf(std::string_view text) {
@@ -24,7 +26,7 @@ std::optional<float> NumberOf(std::string_view text) {
     return isWhole ? std::optional(number) : std::nullopt;
 }
 
-/// What stands between the commas.
+/// The parts between commas, trimmed.
 std::vector<std::string_view> FieldsOf(std::string_view line) {
     std::vector<std::string_view> fields;
     for (size_t comma = 0; comma != std::string_view::npos;) {
@@ -35,7 +37,7 @@ std::vector<std::string_view> FieldsOf(std::string_view line) {
     return fields;
 }
 
-/// Whether a field can be the name of a column: it is no number, nor would it be one but for a slip.
+/// Whether a field can be a column name: neither a number, nor one with a typo.
 bool IsName(std::string_view field) {
     const size_t first = field.find_first_not_of("\"'");
     const bool isLikeNumber = first == std::string_view::npos ||
@@ -43,23 +45,35 @@ bool IsName(std::string_view field) {
     return !isLikeNumber && !NumberOf(field);
 }
 
-} // namespace
+/// Text with a position per line, its numbers separated by commas. Empty lines, comments (#) and a line of
+/// column names before the first position are skipped.
+class CCsvPositions final : public CPositionFile {
+public:
+    explicit CCsvPositions(const std::string& path);
 
-CCsvPositions::CCsvPositions(const std::string& path) : CPositionFile(path), m_File(path) {
-    if (!m_File) {
-        _Fail(std::strerror(errno));
-    }
-    if (!_NextLine()) {
-        _Fail("there are no positions in it");
-    }
-    if (const std::vector<std::string_view> fields = FieldsOf(m_Line);
-        std::all_of(fields.begin(), fields.end(), IsName) && !_NextLine()) {
+    size_t Read(std::span<float> coordinates) override;
+
+private:
+    bool _NextLine();
+    void _ParseLine();
+
+    std::string m_Line;
+    uint64_t m_LineNumber = 0;
+    std::vector<float> m_Numbers; // of the next position; empty at the end
+};
+
+CCsvPositions::CCsvPositions(const std::string& path) : CPositionFile(path) {
+    const auto isHeader = [this] { // names of columns
+        const std::vector<std::string_view> fields = FieldsOf(m_Line);
+        return std::all_of(fields.begin(), fields.end(), IsName);
+    };
+    if (!_NextLine() || (isHeader() && !_NextLine())) {
         _Fail("there are no positions in it");
     }
     const size_t count = FieldsOf(m_Line).size();
     if (count > 4) {
-        _Fail("line " + std::to_string(m_LineNumber) + " has " + std::to_string(count) +
-              " numbers, more than 4");
+        _Fail("line " + std::to_string(m_LineNumber) + ": expected 1 to 4 numbers, found " +
+              std::to_string(count));
     }
     m_Dimension = static_cast<uint32_t>(count);
     _ParseLine();
@@ -78,7 +92,7 @@ size_t CCsvPositions::Read(std::span<float> coordinates) {
     return count;
 }
 
-/// Goes on to the next line that is not passed over, if there is one.
+/// Reads the next line that is not skipped; false at the end.
 bool CCsvPositions::_NextLine() {
     while (std::getline(m_File, m_Line)) {
         ++m_LineNumber;
@@ -102,19 +116,25 @@ void CCsvPositions::_ParseLine() {
     const std::string line = "line " + std::to_string(m_LineNumber);
     const std::vector<std::string_view> fields = FieldsOf(m_Line);
     if (fields.size() != m_Dimension) {
-        _Fail(line + " has " + std::to_string(fields.size()) + " numbers, not " +
-              std::to_string(m_Dimension) + " as the lines before");
+        _Fail(line + ": expected " + std::to_string(m_Dimension) + " numbers, found " +
+              std::to_string(fields.size()));
     }
     for (const std::string_view field : fields) {
         const std::optional<float> number = NumberOf(field);
         if (!number) {
             const bool isSeparated = field.find_first_of("; \t") != std::string_view::npos;
             _Fail(line + ": " + Quoted(field) +
-                  (isSeparated ? " is not a number: they are separated by commas"
-                               : " is not a number that a float can hold"));
+                  (isSeparated ? " is not a number (numbers are separated by commas)"
+                               : " is not a number in the range of 32-bit floats"));
         }
         m_Numbers.push_back(*number);
     }
+}
+
+} // namespace
+
+std::unique_ptr<CPositionFile> OpenCsvPositions(const std::string& path) {
+    return std::make_unique<CCsvPositions>(path);
 }
 
 } // namespace NoisePreview

@@ -1,29 +1,32 @@
 #pragma once
 
 #include "files/output_file.h"
-#include "options/options.h"
 
 #include <cstdint>
+#include <memory>
 #include <span>
 
 namespace NoisePreview {
 
-/// A NumPy or a raw file in the making: a header that tells a shape, and floats of 4 bytes, the last index of
-/// which runs fastest.
+/// Writes samples as 32-bit floats. All of it throws std::bad_alloc, or std::runtime_error with a message for
+/// the user.
 class CFloatFile {
 public:
-    /// `file` is borrowed. Throws std::runtime_error, with a message for the user.
-    CFloatFile(COutputFile& file, EFormat format);
+    virtual ~CFloatFile() = default;
 
-    /// Adds floats. Throws std::runtime_error, with a message for the user.
-    void Add(std::span<const float> values);
+    /// Adds any number of floats, sample by sample and row by row.
+    virtual void Add(std::span<const float> values) = 0;
 
-    /// Completes and finishes the file, which has `shape`. Throws as Add does.
-    void Finish(std::span<const uint64_t> shape);
-
-private:
-    COutputFile& m_File;
-    EFormat m_Format;
+    /// Completes the file. The last extent of `shape` is that of neighbouring floats.
+    virtual void Finish(std::span<const uint64_t> shape) = 0;
 };
+
+// `file` must outlive them.
+
+/// OpenEXR with the channel Y; or gradient.x, gradient.y and gradient.z.
+std::unique_ptr<CFloatFile> OpenExr(COutputFile& file, uint32_t width, uint32_t height, bool isGradient);
+
+/// A header with the shape, followed by the floats.
+std::unique_ptr<CFloatFile> OpenNumpyOrRaw(COutputFile& file, bool isNumpy);
 
 } // namespace NoisePreview

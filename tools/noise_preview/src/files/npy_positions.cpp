@@ -1,4 +1,4 @@
-#include "files/npy_positions.h"
+#include "files/position_file.h"
 
 #include "text.h"
 
@@ -6,18 +6,20 @@
 #include <bit>
 #include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace NoisePreview {
 
-static_assert(std::endian::native == std::endian::little, "floats are read as they are in the file");
+static_assert(std::endian::native == std::endian::little, "floats are copied from the file");
 
 namespace {
 
-/// Takes what is before the first `end` that stands neither in quotes nor in brackets, and the `end`; or all.
+/// Removes and returns the text before the first `end` outside quotes and brackets; all of it without one.
 std::string_view TakeUntil(char end, std::string_view& text) {
     char quote = '\0';
     int depth = 0;
@@ -37,19 +39,19 @@ std::string_view TakeUntil(char end, std::string_view& text) {
     return Trimmed(taken);
 }
 
-/// What is between the first and the last character of a text, if they are these.
+/// The text without its first and last character, if these are `first` and `last`.
 std::optional<std::string_view> Between(char first, std::string_view text, char last) {
     const bool has = text.size() >= 2 && text.front() == first && text.back() == last;
     return has ? std::optional(text.substr(1, text.size() - 2)) : std::nullopt;
 }
 
-/// What is in a string of Python's.
+/// The content of a Python string literal.
 std::optional<std::string_view> StringOf(std::string_view literal) {
     const auto inQuotes = Between('"', literal, '"');
     return inQuotes ? inQuotes : Between('\'', literal, '\'');
 }
 
-/// The value that the dictionary which a header is has for a key; empty where it has none.
+/// The header dictionary's value for `key`; empty without one.
 std::string_view ValueOf(std::string_view header, std::string_view key) {
     std::string_view rest = Between('{', Trimmed(header), '}').value_or("");
     while (!rest.empty()) {
@@ -61,7 +63,7 @@ std::string_view ValueOf(std::string_view header, std::string_view key) {
     return "";
 }
 
-/// The numbers of a tuple such as (1000, 3); none where it is none.
+/// The numbers of a tuple such as (1000, 3); empty if it is malformed.
 std::vector<uint64_t> ShapeOf(std::string_view tuple) {
     std::string_view rest = Between('(', tuple, ')').value_or("");
     std::vector<uint64_t> shape;
@@ -77,33 +79,66 @@ std::vector<uint64_t> ShapeOf(std::string_view tuple) {
     return shape;
 }
 
-} // namespace
+/// A NumPy array of 32-bit or 64-bit floats with a row for each position; a 1D array has 1D positions.
+class CNpyPositions final : public CPositionFile {
+public:
+    explicit CNpyPositions(const std::string& path);
 
-CNpyPositions::CNpyPositions(const std::string& path) : CPositionFile(path), m_File(path, std::ios::binary) {
-    if (!m_File) {
-        _Fail(std::strerror(errno));
-    }
+    size_t Read(std::span<float> coordinates) override;
+
+private:
+    std::string _ReadHeader();
+    void _ParseType(const std::string& header);
+    void _ParseShape(const std::string& header);
+    void _ReadBytes(void* bytes, size_t count);
+    void _ReadDoubles(std::span<float> coordinates);
+
+    size_t m_NumberSize = 0; // in bytes
+    uint64_t m_ReadCount = 0;
+};
+
+CNpyPositions::CNpyPositions(const std::string& path) : CPositionFile(path) {
     const std::string header = _ReadHeader();
-    _CheckType(header);
+    _ParseType(header);
     _ParseShape(header);
 }
 
 size_t CNpyPositions::Read(std::span<float> coordinates) {
-    const size_t count =
-        static_cast<size_t>(std::min<uint64_t>(coordinates.size() / m_Dimension, m_LeftCount));
-    const size_t byteCount = count * m_Dimension * sizeof(float);
-    if (!m_File.read(reinterpret_cast<char*>(coordinates.data()), static_cast<std::streamsize>(byteCount))) {
-        _Fail(m_File.bad() ? std::strerror(errno) : "it ends before its last position");
+    const size_t count = std::min<uint64_t>(coordinates.size() / m_Dimension, m_Count - m_ReadCount);
+    coordinates = coordinates.first(count * m_Dimension);
+    if (m_NumberSize == sizeof(float)) {
+        _ReadBytes(coordinates.data(), coordinates.size_bytes());
+    } else {
+        _ReadDoubles(coordinates);
     }
-    m_LeftCount -= count;
-    m_ReadByteCount += byteCount;
+    m_ReadCount += count;
     return count;
 }
 
-/// The words of the header: signature, version, the length of the words in two bytes, or since version 2 in
-/// four.
+void CNpyPositions::_ReadBytes(void* bytes, size_t count) {
+    if (!m_File.read(static_cast<char*>(bytes), static_cast<std::streamsize>(count))) {
+        _Fail(m_File.bad() ? std::strerror(errno) : "it ends before its last position");
+    }
+    m_ReadByteCount += count;
+}
+
+/// Rounds to the nearest float, ties to even.
+void CNpyPositions::_ReadDoubles(std::span<float> coordinates) {
+    constexpr double kLimit = 0x1.FFFFFFp127; // from here on, the nearest float is infinite
+    std::vector<double> numbers(coordinates.size());
+    _ReadBytes(numbers.data(), numbers.size() * sizeof(double));
+    for (size_t k = 0; k < numbers.size(); ++k) {
+        if (!(std::fabs(numbers[k]) < kLimit)) {
+            _Fail("row " + std::to_string(m_ReadCount + k / m_Dimension) + ": " + Format("%g", numbers[k]) +
+                  " is not in the range of 32-bit floats (rows count from 0)");
+        }
+        coordinates[k] = static_cast<float>(numbers[k]);
+    }
+}
+
+/// Signature, version, length of the dictionary (2 bytes; 4 from version 2 on), and the dictionary.
 std::string CNpyPositions::_ReadHeader() {
-    constexpr size_t kMostWords = 1 << 20;
+    constexpr size_t kMaxSize = 1 << 20;
     unsigned char start[8] = {};
     unsigned char length[4] = {};
     m_File.read(reinterpret_cast<char*>(start), sizeof(start));
@@ -116,24 +151,25 @@ std::string CNpyPositions::_ReadHeader() {
     for (int k = 3; k >= 0; --k) {
         size = size << 8 | length[k];
     }
-    std::string header(std::min(size, kMostWords), '\0');
+    std::string header(std::min(size, kMaxSize), '\0');
     m_File.read(header.data(), static_cast<std::streamsize>(header.size()));
     const bool isDictionary = Between('{', Trimmed(header), '}').has_value();
-    if (!m_File || size > kMostWords || start[6] < 1 || start[6] > 3 || !isDictionary) {
+    if (!m_File || size > kMaxSize || start[6] < 1 || start[6] > 3 || !isDictionary) {
         _Fail("its header is not that of a NumPy array");
     }
     m_ReadByteCount = sizeof(start) + (isFirst ? 2 : 4) + size;
     return header;
 }
 
-void CNpyPositions::_CheckType(const std::string& header) const {
+void CNpyPositions::_ParseType(const std::string& header) {
     const std::string_view type = ValueOf(header, "descr");
-    if (StringOf(type) != "<f4") {
-        _Fail("its numbers are of type " + Quoted(StringOf(type).value_or(type)) +
-              ", not '<f4', little-endian floats of 4 bytes (NumPy makes them by astype)");
+    const std::string_view name = StringOf(type).value_or(type);
+    if (StringOf(type) != "<f4" && StringOf(type) != "<f8") {
+        _Fail("its numbers are of type " + Quoted(name) + ", not '<f4' or '<f8', little-endian floats");
     }
+    m_NumberSize = name == "<f4" ? sizeof(float) : sizeof(double);
     if (ValueOf(header, "fortran_order") != "False") {
-        _Fail("it is not stored row by row");
+        _Fail("it is stored column by column (numpy.ascontiguousarray makes it rows)");
     }
 }
 
@@ -145,11 +181,17 @@ void CNpyPositions::_ParseShape(const std::string& header) {
         _Fail("its shape is " + Quoted(text) + ", not rows of 1 to 4 coordinates");
     }
     m_Dimension = isList ? 1 : static_cast<uint32_t>(shape[1]);
-    m_LeftCount = shape[0];
-    const uint64_t room = (m_ByteCount - m_ReadByteCount) / (sizeof(float) * m_Dimension);
-    if (m_LeftCount > room) {
-        _Fail("it ends after " + std::to_string(room) + " of " + std::to_string(m_LeftCount) + " positions");
+    m_Count = shape[0];
+    const uint64_t room = (m_ByteCount - m_ReadByteCount) / (m_NumberSize * m_Dimension);
+    if (m_ByteCount > 0 && m_Count > room) {
+        _Fail("it ends after " + std::to_string(room) + " of " + std::to_string(m_Count) + " positions");
     }
+}
+
+} // namespace
+
+std::unique_ptr<CPositionFile> OpenNpyPositions(const std::string& path) {
+    return std::make_unique<CNpyPositions>(path);
 }
 
 } // namespace NoisePreview

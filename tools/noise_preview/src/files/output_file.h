@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -10,7 +11,7 @@
 
 namespace NoisePreview {
 
-/// A file descriptor that is closed in the end; -1 is none.
+/// Owns a file descriptor; -1 is none.
 class CDescriptor {
 public:
     explicit CDescriptor(int descriptor = -1) : m_Descriptor(descriptor) {}
@@ -32,16 +33,21 @@ public:
         return m_Descriptor;
     }
 
+    /// Leaves the descriptor to somebody else, who closes it.
+    void Release() {
+        m_Descriptor = -1;
+    }
+
 private:
     int m_Descriptor;
 };
 
-/// A file in the making. Nothing is at its path, or what was there before, until it is complete; nor has
-/// anything been written to standard output before.
+/// A file that appears at its path, or on standard output, when it is complete: all of it or nothing. Until
+/// then its content is in a temporary file, which has no name where the file system allows that.
 class COutputFile {
 public:
-    /// Makes sure that `path` can be written; - is standard output. Throws std::runtime_error, with a message
-    /// for the user.
+    /// Checks that `path` can be written; - is standard output. Throws std::runtime_error with a message for
+    /// the user, as all members do.
     explicit COutputFile(const std::filesystem::path& path);
 
     /// Leaves nothing behind unless Finish has succeeded.
@@ -50,33 +56,38 @@ public:
     COutputFile(const COutputFile&) = delete;
     COutputFile& operator=(const COutputFile&) = delete;
 
-    /// Where the content goes to, until Finish. What is before the end may be written again.
+    /// The content, until Finish.
     std::FILE* Stream() const {
         return m_Stream;
     }
 
-    /// Writes to the stream. Throws std::runtime_error, with a message for the user.
+    /// Fails if the file system has not so many bytes left.
+    void CheckSpace(uint64_t byteCount) const;
+
     void Write(const void* bytes, size_t count) const;
 
-    /// Puts the file in its place. Throws std::runtime_error, with a message for the user.
+    /// Lets Write overwrite what is at this offset.
+    void Seek(uint64_t offset) const;
+
+    /// Puts the file in its place.
     void Finish();
 
-    /// Throws std::runtime_error, with a message for the user.
     [[noreturn]] void Fail(const std::string& reason) const;
 
 private:
     void _OpenFolder(const std::filesystem::path& path);
-    void _FollowLink();
+    void _ResolveLink();
     void _RefuseAllButFiles(mode_t mode) const;
-    void _OpenBeside();
-    void _OpenUnnamed();
+    mode_t _Permissions() const;
+    void _OpenTemporary(mode_t permissions);
+    bool _Publish(int file);
     void _CopyToStandardOutput() const;
 
     bool m_IsStandardOutput;
     std::filesystem::path m_Path;
-    CDescriptor m_Folder;
-    std::string m_Name; // in that folder
-    std::string m_PartialName;
+    CDescriptor m_Folder;        // of the temporary file
+    std::string m_Name;          // of the output, in that folder
+    std::string m_TemporaryName; // in that folder; empty while the file has no name
     std::FILE* m_Stream = nullptr;
 };
 

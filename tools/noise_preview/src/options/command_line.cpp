@@ -1,10 +1,10 @@
 #include "options/command_line.h"
 
+#include "options/hint.h"
 #include "options/manual.h"
 #include "options/option_rules.h"
 #include "options/option_table.h"
-#include "options/refusal.h"
-#include "options/unknown_option.h"
+#include "options/usage_error.h"
 #include "text.h"
 
 #include <zr_support/config.h>
@@ -22,7 +22,7 @@ namespace {
 
 constexpr const char* kSummary = "Draws a picture or an animation of a noise field, or writes its samples.";
 
-/// Breaks a text into lines of at most `width` characters.
+/// Breaks a text into lines of at most `width` characters where it can.
 std::string Wrapped(const std::string& text, size_t width) {
     std::istringstream words(text);
     std::string lines;
@@ -49,19 +49,21 @@ private:
 };
 
 CLI::Option* AddOption(CLI::App& app, const COption& option, COptions& options) {
-    if (option.m_Form == nullptr) {
-        const auto parse = [&] { option.m_Parse("", options); };
-        return app.add_flag_callback(option.m_Name, parse, option.m_Description)->disable_flag_override();
+    const std::string names =
+        (option.m_ShortName != nullptr ? std::string(option.m_ShortName) + "," : "") + option.m_Name;
+    if (option.m_Metavar == nullptr) {
+        const auto parse = [&] { ParseOption(option, "", options); };
+        return app.add_flag_callback(names, parse, Description(option))->disable_flag_override();
     }
     const auto parse = [&](const std::string& text) {
         if (text.empty() || text.starts_with("--")) {
-            Refuse(option.m_Name, std::string("its value is missing: ") + option.m_Form);
+            Refuse(option.m_Name, std::string("its value is missing: ") + option.m_Metavar);
         }
-        option.m_Parse(text, options);
+        ParseOption(option, text, options);
     };
-    return app.add_option_function<std::string>(option.m_Name, parse, option.m_Description)
-        ->type_name(option.m_Form)
-        ->expected(0, 1) // so that a value that is missing is said as above
+    return app.add_option_function<std::string>(names, parse, Description(option))
+        ->type_name(option.m_Metavar)
+        ->expected(0, 1) // so that the message about a missing value is ours
         ->take_last();
 }
 
@@ -74,27 +76,34 @@ void AddOptions(CLI::App& app, COptions& options) {
     }
 }
 
-/// For whoever builds a package; not in the help.
+/// For packages, and hidden from the help.
 void AddManuals(CLI::App& app, std::string& manual) {
     app.add_flag_callback("--print-man-page", [&] { manual = ManPage(kSummary); })->group("");
     app.add_flag_callback("--print-bash-completion", [&] { manual = BashCompletion(); })->group("");
 }
 
-/// One line about what is wrong.
+[[noreturn]] void RefuseUnknown(const std::string& word) {
+    if (!word.starts_with('-')) {
+        throw CUsageError("'" + word + "' belongs to no option");
+    }
+    const std::string name = word.substr(0, word.find('='));
+    throw CUsageError("there is no option '" + name + "'" + Hint(name, OptionNames()));
+}
+
 std::string FailureLine(const std::string& reason) {
     return Printable("noise_preview: " + reason + " (--help explains the options)") + '\n';
 }
 
 } // namespace
 
-std::optional<COptions> ParseCommandLine(int argumentCount, char** arguments, int& exitCode) {
+std::optional<CJob> ParseCommandLine(int argumentCount, char** arguments, int& exitCode) {
     COptions options;
     std::string manual;
     CLI::App app(kSummary, "noise_preview");
     app.formatter(std::make_shared<CHelpFormatter>());
     app.failure_message([](const CLI::App*, const CLI::Error& error) { return FailureLine(error.what()); });
     app.set_version_flag("--version", "noise_preview " VESTREL_VERSION_STRING, "Print the version and exit");
-    app.allow_extras(); // RefuseUnknown says more about them
+    app.allow_extras(); // for RefuseUnknown, which gives hints
     AddOptions(app, options);
     AddManuals(app, manual);
     try {
@@ -103,13 +112,12 @@ std::optional<COptions> ParseCommandLine(int argumentCount, char** arguments, in
             RefuseUnknown(unknown.front());
         }
         if (manual.empty()) {
-            CompleteOptions(options, [&](const std::string& name) { return app.count(name) > 0; });
-            return options;
+            return Resolve(options);
         }
         std::cout << manual;
         exitCode = 0;
-    } catch (const CRefusal& refusal) {
-        std::cerr << FailureLine(refusal.what());
+    } catch (const CUsageError& error) {
+        std::cerr << FailureLine(error.what());
         exitCode = 2;
     } catch (const CLI::ParseError& error) {
         exitCode = app.exit(error) == 0 ? 0 : 2;

@@ -1,13 +1,14 @@
 #pragma once
 
-#include "options/options.h"
+#include "job/job.h"
 
 #include <optional>
 
 namespace NoisePreview {
 
-/// The options of a command line. Without a value where the program has nothing more to do: `exitCode` is
-/// then 0 after --help and the like, and 2 after a bad option, about which one line is on standard error.
-std::optional<COptions> ParseCommandLine(int argumentCount, char** arguments, int& exitCode);
+/// The job that a command line asks for. Without one the program ends with `exitCode`: 0 after --help and the
+/// like, 2 after a usage error, of which one line is on standard error. Throws std::runtime_error with a
+/// message for the user if the terminal is too small.
+std::optional<CJob> ParseCommandLine(int argumentCount, char** arguments, int& exitCode);
 
 } // namespace NoisePreview

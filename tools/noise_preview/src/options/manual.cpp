@@ -4,14 +4,13 @@
 
 #include <zr_support/config.h>
 
-#include <algorithm>
 #include <string_view>
 
 namespace NoisePreview {
 
 namespace {
 
-/// A text as man wants it: hyphens that can be copied, and none of its signs taken for a command.
+/// Escapes a text for man: hyphens that can be copied, and no character taken for a command.
 std::string Roff(std::string_view text) {
     std::string roff;
     for (const char c : text) {
@@ -20,54 +19,48 @@ std::string Roff(std::string_view text) {
     return roff;
 }
 
-/// The words of an option's form if it has a choice of them, with blanks between; or nothing.
-std::string WordsOf(const COption& option) {
-    const std::string_view form = option.m_Form != nullptr ? option.m_Form : "";
-    const bool isChoice = form.find('|') != std::string_view::npos &&
-                          std::none_of(form.begin(), form.end(), [](char c) { return 'A' <= c && c <= 'Z'; });
-    std::string words(isChoice ? form : "");
-    std::replace(words.begin(), words.end(), '|', ' ');
-    return words;
-}
-
 bool IsFile(const COption& option) {
-    return option.m_Form != nullptr && std::string_view(option.m_Form).starts_with("FILE");
+    return std::string_view(option.m_Metavar).starts_with("FILE");
 }
 
-/// How Bash is to complete what follows an option.
+/// The case of a Bash script that completes an option's value.
 std::string CaseOf(const COption& option) {
-    const std::string words = WordsOf(option);
+    std::string words;
+    for (const std::string& word : WordsOf(option)) {
+        words += (words.empty() ? "" : " ") + word;
+    }
     const std::string reply =
         IsFile(option)   ? "compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- \"$word\"); "
         : !words.empty() ? "mapfile -t COMPREPLY < <(compgen -W '" + words + "' -- \"$word\"); "
                          : "";
-    return std::string("    ") + option.m_Name + ") " + reply + "return ;;\n";
+    const std::string shortName = option.m_ShortName != nullptr ? std::string(option.m_ShortName) + "|" : "";
+    return "    " + shortName + option.m_Name + ") " + reply + "return ;;\n";
 }
 
 constexpr const char* kExamples = R"(.SH EXAMPLES
 .TP
 .B noise_preview \-\-shade gradient \-\-output hills.png
-a slice of the field as a surface in the light
+a slice of the field as a lit surface
 .TP
 .B noise_preview \-\-animate 4 \-\-turn\-seconds 4 \-\-colours magma \-\-output moving.webp
-four seconds of the field as its values turn, which loop without a seam
+an animation of four seconds that loops without a jump
 .TP
 .B noise_preview \-\-compare qualities \-\-shade gradient \-\-size 400x400 \-\-output compared.png
-where the qualities differ
+the qualities side by side
 .TP
 .B noise_preview \-\-positions points.csv \-\-output samples.npy
 the field at the positions in a file
 .SH EXIT STATUS
-0 if all was written, 2 for options that make no sense, 1 for whatever else went wrong, about which there is a line
-on standard error. Nothing is at the name of the output then but what was there before, unless all that is missing is
-the report on standard output. A run that is interrupted leaves nothing either.
+0 on success, 2 for options that make no sense, 1 for any other failure; each failure prints a line on standard error
+and leaves the output as it was (the exception: if only the report on standard output fails, the new output is in
+place). A run that is interrupted leaves nothing behind.
 .SH ENVIRONMENT
 .TP
 .B TERM, COLORTERM, NO_COLOR, LC_ALL, LC_CTYPE, LANG
-what standard output can show, if it is a terminal and no output is named
+whether a terminal can show the picture, without \-\-output
 .TP
 .B TMPDIR
-the folder for what is on its way to standard output; /tmp without it
+the folder for the temporary file of \-\-output \-; /tmp by default
 )";
 
 } // namespace
@@ -79,11 +72,15 @@ std::string ManPage(const std::string& summary) {
                        ".SH DESCRIPTION\n" +
                        Roff(summary) + "\n.SH OPTIONS\n";
     for (const COption& option : OptionTable()) {
-        const std::string form = option.m_Form != nullptr ? " \\fI" + Roff(option.m_Form) + "\\fR" : "";
-        page += ".TP\n\\fB" + Roff(option.m_Name) + "\\fR" + form + "\n" + Roff(option.m_Description) + "\n";
+        const std::string shortName =
+            option.m_ShortName != nullptr ? "\\fB" + Roff(option.m_ShortName) + "\\fR, " : "";
+        const std::string metavar =
+            option.m_Metavar != nullptr ? " \\fI" + Roff(option.m_Metavar) + "\\fR" : "";
+        page += ".TP\n" + shortName + "\\fB" + Roff(option.m_Name) + "\\fR" + metavar + "\n" +
+                Roff(Description(option)) + "\n";
     }
-    return page + ".TP\n\\fB\\-\\-help\\fR\nPrint what the options are, and do nothing else.\n" +
-           ".TP\n\\fB\\-\\-version\\fR\nPrint the version, and do nothing else.\n" + kExamples;
+    return page + ".TP\n\\fB\\-\\-help\\fR\nPrint the options and exit.\n" +
+           ".TP\n\\fB\\-\\-version\\fR\nPrint the version and exit.\n" + kExamples;
 }
 
 std::string BashCompletion() {
@@ -91,11 +88,11 @@ std::string BashCompletion() {
     std::string cases;
     for (const COption& option : OptionTable()) {
         names += std::string(" ") + option.m_Name;
-        cases += option.m_Form != nullptr ? CaseOf(option) : "";
+        cases += option.m_Metavar != nullptr ? CaseOf(option) : "";
     }
     return "_noise_preview() {\n"
            "  local word=${COMP_WORDS[COMP_CWORD]} option=${COMP_WORDS[COMP_CWORD - 1]}\n"
-           "  if [[ $word == = ]]; then # --quality=cubic is three words to Bash\n"
+           "  if [[ $word == = ]]; then # Bash splits --quality=cubic into three words\n"
            "    word=\n"
            "  elif [[ $option == = ]]; then\n"
            "    option=${COMP_WORDS[COMP_CWORD - 2]}\n"

@@ -4,10 +4,10 @@
 
 namespace NoisePreview {
 
-/// The manual page, for man.
+/// The manual page in roff.
 std::string ManPage(const std::string& summary);
 
-/// What Bash is to source to complete the options and their words.
+/// A script for Bash that completes the options and their values.
 std::string BashCompletion();
 
 } // namespace NoisePreview

@@ -2,13 +2,11 @@
 
 #include "options/options.h"
 
-#include <functional>
-#include <string>
-
 namespace NoisePreview {
 
-/// Checks what options say together, and fills in what they leave open: the format and the name of the
-/// output. `isGiven` tells whether an option is on the command line. Refuses by a CRefusal.
-void CompleteOptions(COptions& options, const std::function<bool(const std::string& name)>& isGiven);
+/// Checks that the options make sense together, and decides what they leave open: the format, the name and
+/// the size of the output, and the view. Throws a CUsageError; or std::runtime_error with a message for the
+/// user if the terminal is too small.
+CJob Resolve(COptions options);
 
 } // namespace NoisePreview

@@ -8,22 +8,21 @@ namespace NoisePreview {
 
 namespace {
 
-// Colours at equal distances from -1 to 1, as 0xRRGGBB; between them they are mixed.
+// Equally spaced from -1 to 1, as 0xRRGGBB; blended linearly in between.
 
 /// Nine of the 256 colours of viridis, by Stéfan van der Walt, Nathaniel Smith and Eric Firing (2015).
 constexpr uint32_t kViridis[] = {0x440154, 0x472D7B, 0x3B528B, 0x2C728E, 0x21918C,
                                  0x28AE80, 0x5EC962, 0xADDC30, 0xFDE725};
 
-/// Nine of the 256 colours of magma, by the same.
+/// Nine of the 256 colours of magma, by the same authors.
 constexpr uint32_t kMagma[] = {0x000004, 0x1D1147, 0x51127C, 0x832681, 0xB73779,
                                0xE75263, 0xFC8961, 0xFEC488, 0xFCFDBF};
 
-/// The diverging map of Kenneth Moreland, "Diverging Color Maps for Scientific Visualization" (2009): neutral
-/// at 0.
+/// Diverging, neutral at 0: Kenneth Moreland, "Diverging Color Maps for Scientific Visualization" (2009).
 constexpr uint32_t kCoolwarm[] = {0x3B4CC0, 0x6282EA, 0x8DB0FE, 0xB8D0F9, 0xDDDDDD,
                                   0xF5C4AD, 0xF4987A, 0xDE604D, 0xB40426};
 
-/// A map's: deep and shallow water below 0, then grass, hills, rock and snow.
+/// As on a map: deep and shallow water below 0, then sand, grass, hills, rock and snow.
 constexpr uint32_t kTerrain[] = {0x16305E, 0x1D4F86, 0x2F77AE, 0x6FB4D0, 0xD9CF9B,
                                  0x7CA456, 0x5C7F3F, 0x8C7355, 0xF7F7F5};
 

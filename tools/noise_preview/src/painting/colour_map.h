@@ -1,11 +1,11 @@
 #pragma once
 
-#include "options/options.h"
-#include "painting/pixel.h"
+#include "job/picture.h"
+#include "job/pixel.h"
 
 namespace NoisePreview {
 
-/// The colour of a value from -1 to 1; beyond, that of the end.
+/// The colour of a value; values are clamped to [-1, 1].
 CPixel ColourOf(EColours colours, float value);
 
 } // namespace NoisePreview

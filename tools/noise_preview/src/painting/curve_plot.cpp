@@ -8,8 +8,8 @@ namespace NoisePreview {
 namespace {
 
 const CPixel kGrid = Grey(224.0f / 255.0f);
+constexpr size_t kLabelIndent = 6; // in pixels
 
-/// Where a lattice point is, in columns.
 uint64_t ColumnOf(uint32_t cell, uint64_t columnCount, uint32_t cells) {
     return uint64_t{cell} * columnCount / cells;
 }
@@ -17,9 +17,13 @@ uint64_t ColumnOf(uint32_t cell, uint64_t columnCount, uint32_t cells) {
 } // namespace
 
 CCurvePlot::CCurvePlot(std::vector<float> heights, float range, uint64_t rowCount, uint32_t cells,
-                       const CPixel& colour)
-    : m_RowCount(rowCount), m_Cells(cells), m_Colour(colour), m_Spans(heights.size()) {
-    const float middle = static_cast<float>(rowCount) * 0.5f;
+                       const CPixel& colour, std::string_view label)
+    : m_Label(label, heights.size() - std::min<uint64_t>(heights.size(), kLabelIndent), rowCount / 4),
+      m_RowCount(rowCount - m_Label.Height()),
+      m_Cells(cells),
+      m_Colour(colour),
+      m_Spans(heights.size()) {
+    const float middle = static_cast<float>(m_RowCount) * 0.5f;
     std::transform(heights.begin(), heights.end(), heights.begin(),
                    [&](float height) { return middle - height / range * middle; });
     for (size_t column = 0; column < heights.size(); ++column) {
@@ -28,15 +32,21 @@ CCurvePlot::CCurvePlot(std::vector<float> heights, float range, uint64_t rowCoun
 }
 
 void CCurvePlot::PaintRow(uint64_t row, std::span<CPixel> pixels) const {
+    if (row < m_Label.Height()) {
+        std::fill(pixels.begin(), pixels.end(), CPixel());
+        m_Label.PaintRow(row, m_Colour, pixels.subspan(kLabelIndent));
+        return;
+    }
+    row -= m_Label.Height();
     std::fill(pixels.begin(), pixels.end(), row == m_RowCount / 2 ? kGrid : CPixel());
-    // Lines that are too close together would hide the curve.
+    // Denser lattice lines would hide the curve.
     const bool hasLattice = pixels.size() / m_Cells >= 8;
     for (uint32_t cell = 1; hasLattice && cell < m_Cells; ++cell) {
         pixels[ColumnOf(cell, pixels.size(), m_Cells)] = kGrid;
     }
     const float top = static_cast<float>(row);
     for (size_t column = 0; column < pixels.size(); ++column) {
-        // Where the curve covers a pixel in part, it darkens it in part.
+        // A pixel is as dark as the part of it that the curve covers.
         const CSpan& span = m_Spans[column];
         const float covered = std::min(span.m_Bottom, top + 1.0f) - std::max(span.m_Top, top);
         pixels[column] = Mixed(pixels[column], m_Colour, std::max(covered, 0.0f));
@@ -47,8 +57,8 @@ CCurvePlot::CSpan CCurvePlot::_SpanOf(const std::vector<float>& places, size_t c
     constexpr float kHalfWidth = 1.0f; // of the line, in rows
     const float here = places[column];
     CSpan span{here - kHalfWidth, here + kHalfWidth};
-    // Towards each neighbour the line covers more of the column the steeper it is, so that it is joined and
-    // equally thick everywhere, but no further than the neighbour is, or jumps would become spikes.
+    // The steeper the line, the more of the column it covers towards each neighbour: it has no gaps and the
+    // same thickness everywhere. It stops at the neighbour's height, or jumps would become spikes.
     const auto coverTowards = [&](float neighbour) {
         const float step = neighbour - here;
         const float end = here + std::copysign(kHalfWidth * std::hypot(1.0f, step), step);

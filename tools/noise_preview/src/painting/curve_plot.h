@@ -1,26 +1,28 @@
 #pragma once
 
-#include "painting/pixel.h"
+#include "job/pixel.h"
+#include "painting/label.h"
 
 #include <cstdint>
 #include <span>
+#include <string_view>
 #include <vector>
 
 namespace NoisePreview {
 
-/// A curve on white, with grey lines at the lattice points and at zero.
+/// A curve on white, with grey lines at the lattice points and at zero, below its label.
 class CCurvePlot {
 public:
-    /// `heights` are in -range to range, one a column, of a plot that is `rowCount` rows high and `cells`
-    /// lattice cells wide.
+    /// `heights` has one value per column, in [-range, range]. `rowCount` includes the label, `cells` are
+    /// the lattice cells across the width.
     CCurvePlot(std::vector<float> heights, float range, uint64_t rowCount, uint32_t cells,
-               const CPixel& colour);
+               const CPixel& colour, std::string_view label);
 
-    /// Paints a row, counted from the top of the plot.
+    /// Paints a row, counted from the top.
     void PaintRow(uint64_t row, std::span<CPixel> pixels) const;
 
 private:
-    /// What the curve covers of a column, in rows from the top.
+    /// The part of a column that the curve covers, in rows below the label.
     struct CSpan {
         float m_Top;
         float m_Bottom;
@@ -28,7 +30,8 @@ private:
 
     CSpan _SpanOf(const std::vector<float>& places, size_t column) const;
 
-    uint64_t m_RowCount;
+    CLabel m_Label;
+    uint64_t m_RowCount; // without the label
     uint32_t m_Cells;
     CPixel m_Colour;
     std::vector<CSpan> m_Spans;

@@ -1,19 +1,30 @@
 #pragma once
 
-#include "painting/pixel.h"
+#include "job/pixel.h"
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace NoisePreview {
 
-/// How many rows a label is high.
-inline constexpr uint64_t kLabelHeight = 14;
+/// A line of text in a bitmap font of the few characters that this program's labels have.
+class CLabel {
+public:
+    /// As large as `width` and `height` allow, in pixels. If the text is too long, what follows its comma is
+    /// dropped; if it still is, the label is empty.
+    CLabel(std::string_view text, uint64_t width, uint64_t height);
 
-/// Paints a row of a label, counted from its top, from the first of the pixels on; what does not fit is left
-/// out, and so is every row below the label. Characters that the labels of this program do not have are
-/// blank.
-void PaintLabelRow(std::string_view label, uint64_t row, const CPixel& colour, std::span<CPixel> pixels);
+    /// With margins above and below the text, in pixels; 0 if the label is empty.
+    uint64_t Height() const;
+
+    /// Paints a row of the text, counted from the top; none beyond Height.
+    void PaintRow(uint64_t row, const CPixel& colour, std::span<CPixel> pixels) const;
+
+private:
+    std::string m_Text;
+    size_t m_Scale = 0; // pixels per dot of the font
+};
 
 } // namespace NoisePreview

@@ -1,4 +1,4 @@
-#include "painting/tile_painter.h"
+#include "painting/painter.h"
 
 #include <algorithm>
 #include <utility>
@@ -9,35 +9,44 @@ namespace {
 
 constexpr CPixel kMark = {0.86f, 0.08f, 0.08f};
 
+class CTilePainter final : public CPainter {
+public:
+    CTilePainter(CPainterPointer painter, const CPicture& picture)
+        : m_Painter(std::move(painter)),
+          m_IsPlane(picture.m_Dimension > 1),
+          m_Height(picture.m_Height),
+          m_Length(std::min(picture.m_Width, picture.m_Height) / 16) {}
+
+    void PaintRow(uint64_t row, std::span<CPixel> pixels) override {
+        m_Painter->PaintRow(row, pixels);
+        const uint64_t width = pixels.size();
+        for (uint64_t column = 0; column < width; ++column) {
+            if ((_IsMiddle(column, width) && _IsEdge(row, m_Height)) ||
+                (m_IsPlane && _IsMiddle(row, m_Height) && _IsEdge(column, width))) {
+                pixels[column] = kMark;
+            }
+        }
+    }
+
+private:
+    /// The two pixels on either side of the seam.
+    static bool _IsMiddle(uint64_t place, uint64_t size) {
+        return place + 1 == size / 2 || place == size / 2;
+    }
+    bool _IsEdge(uint64_t place, uint64_t size) const {
+        return place < m_Length || place + m_Length >= size;
+    }
+
+    CPainterPointer m_Painter;
+    bool m_IsPlane; // a curve has no seam along y
+    uint64_t m_Height;
+    uint64_t m_Length; // of a mark, in pixels
+};
+
 } // namespace
 
-CTilePainter::CTilePainter(std::unique_ptr<CPainter> painter, const COptions& options)
-    : m_Painter(std::move(painter)),
-      m_IsPlane(options.m_Dimension > 1),
-      m_Width(options.m_Width),
-      m_Height(options.m_Height),
-      m_Length(std::min(m_Width, m_Height) / 16) {}
-
-void CTilePainter::Paint(uint64_t first, std::span<CPixel> pixels) {
-    m_Painter->Paint(first, pixels);
-    for (uint64_t row = 0; row < pixels.size() / m_Width; ++row) {
-        _MarkRow(first + row, pixels.subspan(row * m_Width, m_Width));
-    }
-}
-
-void CTilePainter::_MarkRow(uint64_t row, std::span<CPixel> pixels) const {
-    // Two pixels wide, so that the seam is in the middle of a mark.
-    const auto isMiddle = [](uint64_t place, uint64_t size) {
-        return place + 1 == size / 2 || place == size / 2;
-    };
-    const auto isEdge = [&](uint64_t place, uint64_t size) {
-        return place < m_Length || place + m_Length >= size;
-    };
-    for (uint64_t column = 0; column < m_Width; ++column) {
-        const bool isMark = (isMiddle(column, m_Width) && isEdge(row, m_Height)) ||
-                            (m_IsPlane && isMiddle(row, m_Height) && isEdge(column, m_Width));
-        pixels[column] = isMark ? kMark : pixels[column];
-    }
+CPainterPointer MakeTilePainter(CPainterPointer painter, const CPicture& picture) {
+    return std::make_unique<CTilePainter>(std::move(painter), picture);
 }
 
 } // namespace NoisePreview
