@@ -16,7 +16,7 @@ namespace {
 
 using namespace PictureReference;
 
-/// The floats of a NumPy or a raw file, behind a header that is checked to be `header`, padded.
+/// The floats of a NumPy or raw file, whose header must be `header` and padding.
 std::vector<float> FloatsOf(const std::string& content, const std::string& header) {
     constexpr size_t kHeaderSize = 128;
     EXPECT_GE(content.size(), kHeaderSize);
@@ -30,7 +30,7 @@ std::vector<float> FloatsOf(const std::string& content, const std::string& heade
     return floats;
 }
 
-/// As the format's definition has it: signature, version 1.0, and the length of the rest, 118.
+/// By the format's definition: signature, version 1.0, and the length of the dictionary, 118.
 std::string NumpyHeader(const std::string& shape) {
     return std::string("\x93NUMPY\x01\x00\x76\x00", 10) +
            "{'descr': '<f4', 'fortran_order': False, 'shape': " + shape + ", }";
@@ -105,7 +105,7 @@ protected:
     const CFastNoise3 m_Noise = CFastNoise3(&m_Generator);
 };
 
-TEST_F(NoisePreviewData, NumpyAndRawHoldTheSamplesBitForBit) {
+TEST_F(NoisePreviewData, FilesHoldTheSamplesBitForBit) {
     const auto expected2D = Samples(&CFastNoise3::SampleCubic2D, PlanePositions());
     const auto expected3D = Samples(&CFastNoise3::SampleLinear3D, SlicePositions(-1.75f));
     const auto expected4D = Samples(&CFastNoise3::SampleQuintic4D, SlicePositions(0.5f, 300.3f));
@@ -115,6 +115,8 @@ TEST_F(NoisePreviewData, NumpyAndRawHoldTheSamplesBitForBit) {
     ExpectSameBits(FloatsOf(Written("--dimension 4 --slice-w 300.3", "a.npy"), numpy), expected4D, "4D");
     ExpectSameBits(FloatsOf(Written("--dimension 4 --slice-w 300.3", "a.raw"), RawHeader("140 240")),
                    expected4D, "raw");
+    Written("--slice -1.75 --quality linear", "a.exr");
+    ExpectSameBits(Channel("a.exr", "Y"), expected3D, "OpenEXR");
 }
 
 TEST_F(NoisePreviewData, AFieldIn1DIsOneRow) {
@@ -143,12 +145,6 @@ TEST_F(NoisePreviewData, GradientsAreThreeFloats) {
             ASSERT_EQ(values[k], expected[3 * k + axis]) << names[axis] << ", pixel " << k;
         }
     }
-}
-
-TEST_F(NoisePreviewData, OpenExrHoldsTheSamplesBitForBit) {
-    Written("--slice -1.75", "a.exr");
-    ExpectSameBits(Channel("a.exr", "Y"), Samples(&CFastNoise3::SampleQuintic3D, SlicePositions(-1.75f)),
-                   "3D");
 }
 
 TEST_F(NoisePreviewData, StandardOutputGetsWhatTheFileWould) {

@@ -13,7 +13,6 @@ using namespace PictureReference;
 
 class NoisePreviewPictures : public NoisePreview {
 protected:
-    /// Draws with `options`, and compares each pixel with what it should be.
     void ExpectPicture(const std::string& options, const std::vector<double>& greys) const {
         const CResult result = Run(kOptions + options + " --output field.png");
         ASSERT_EQ(result.m_ExitCode, 0) << result.m_Errors;
@@ -21,10 +20,19 @@ protected:
         ASSERT_EQ(picture.m_Width, kWidth);
         ASSERT_EQ(picture.m_Height, kHeight);
         for (uint32_t k = 0; k < kPixelCount; ++k) {
-            // Rounded to the nearest grey, as exactly as floats say what that is.
+            // Rounded to the nearest grey, give or take float rounding.
             ASSERT_NEAR(picture.m_Pixels[k], greys[k], 0.5001)
                 << options << ", pixel " << k % kWidth << ", " << k / kWidth;
         }
+    }
+
+    template <typename TPosition>
+    void ExpectQualities(const std::string& options, const std::vector<TPosition>& positions,
+                         TSampler<TPosition> linear, TSampler<TPosition> cubic,
+                         TSampler<TPosition> quintic) const {
+        ExpectPicture(options + " --quality linear", DrawValues(m_Noise, linear, positions));
+        ExpectPicture(options + " --quality cubic", DrawValues(m_Noise, cubic, positions));
+        ExpectPicture(options + " --quality quintic", DrawValues(m_Noise, quintic, positions));
     }
 
     CStdRandomGenerator m_Generator = CStdRandomGenerator(kSeed);
@@ -32,33 +40,23 @@ protected:
 };
 
 TEST_F(NoisePreviewPictures, EveryQualityOfA2DPlanePixelByPixel) {
-    const auto positions = PlanePositions();
-    const std::string options = "--dimension 2 --quality ";
-    ExpectPicture(options + "linear", DrawValues(m_Noise, &CFastNoise3::SampleLinear2D, positions));
-    ExpectPicture(options + "cubic", DrawValues(m_Noise, &CFastNoise3::SampleCubic2D, positions));
-    ExpectPicture(options + "quintic", DrawValues(m_Noise, &CFastNoise3::SampleQuintic2D, positions));
+    ExpectQualities("--dimension 2", PlanePositions(), &CFastNoise3::SampleLinear2D,
+                    &CFastNoise3::SampleCubic2D, &CFastNoise3::SampleQuintic2D);
 }
 
 TEST_F(NoisePreviewPictures, EveryQualityOfA3DSlicePixelByPixel) {
-    const auto positions = SlicePositions(-1.75f);
-    const std::string options = "--dimension 3 --slice -1.75 --quality ";
-    ExpectPicture(options + "linear", DrawValues(m_Noise, &CFastNoise3::SampleLinear3D, positions));
-    ExpectPicture(options + "cubic", DrawValues(m_Noise, &CFastNoise3::SampleCubic3D, positions));
-    ExpectPicture(options + "quintic", DrawValues(m_Noise, &CFastNoise3::SampleQuintic3D, positions));
+    ExpectQualities("--dimension 3 --slice -1.75", SlicePositions(-1.75f), &CFastNoise3::SampleLinear3D,
+                    &CFastNoise3::SampleCubic3D, &CFastNoise3::SampleQuintic3D);
 }
 
 TEST_F(NoisePreviewPictures, EveryQualityOfA4DSlicePixelByPixel) {
-    const auto positions = SlicePositions(-1.75f, 300.3f);
-    const std::string options = "--dimension 4 --slice -1.75 --slice-w 300.3 --quality ";
-    ExpectPicture(options + "linear", DrawValues(m_Noise, &CFastNoise3::SampleLinear4D, positions));
-    ExpectPicture(options + "cubic", DrawValues(m_Noise, &CFastNoise3::SampleCubic4D, positions));
-    ExpectPicture(options + "quintic", DrawValues(m_Noise, &CFastNoise3::SampleQuintic4D, positions));
+    ExpectQualities("--dimension 4 --slice -1.75 --slice-w 300.3", SlicePositions(-1.75f, 300.3f),
+                    &CFastNoise3::SampleLinear4D, &CFastNoise3::SampleCubic4D, &CFastNoise3::SampleQuintic4D);
 }
 
 TEST_F(NoisePreviewPictures, EveryQualityOfAGradientPixelByPixel) {
     const auto draw = [&](TGradientSampler sampler) {
-        // The cell of -1.75 is -2, which is the same as 254.
-        return DrawGradients(m_Noise, sampler, 254, 0.25f);
+        return DrawGradients(m_Noise, sampler, 254, 0.25f); // cell -2, repeated after 256
     };
     const std::string options = "--shade gradient --slice -1.75 --quality ";
     ExpectPicture(options + "linear", draw(&CFastNoise3::Sample1stOrderDerivativesLinear));

@@ -34,7 +34,7 @@ TEST_F(NoisePreview, ExhaustedMemoryIsSaid) {
 TEST_F(NoisePreview, ClosedStandardStreamsDoNoHarm) {
     EXPECT_EQ(Run("--size 50x50 --output a.png 0<&- 2>&-").m_ExitCode, 0);
     EXPECT_EQ(ReadPng(m_Folder / "a.png").m_Width, 50u);
-    // A report for nobody is one that cannot be written, as is a file.
+    // Without standard output, the report cannot be written, and neither can a file.
     EXPECT_EQ(Run("--size 60x50 --output a.png 0<&- 1>&- 2>&-").m_ExitCode, 1);
     EXPECT_EQ(ReadPng(m_Folder / "a.png").m_Width, 60u);
     ExpectFailure("--size 50x50 --output - 1>&-", "standard output cannot be written: Bad file descriptor");

@@ -10,7 +10,7 @@ namespace {
 
 class NoisePreviewManual : public NoisePreview {
 protected:
-    /// The options that --help knows.
+    /// The options in --help.
     std::set<std::string> Options() const {
         std::istringstream lines(Run("--help").m_Output);
         std::set<std::string> options;
@@ -24,7 +24,7 @@ protected:
         return options;
     }
 
-    /// What Bash completes `words` to, the last of which is begun.
+    /// What Bash completes the last of `words` to.
     std::string Completed(const std::string& words) const {
         std::ofstream(m_Folder / "script")
             << Run("--print-bash-completion").m_Output << "COMP_WORDS=(" << words
@@ -44,13 +44,13 @@ TEST_F(NoisePreviewManual, ThePageExplainsEveryOption) {
     const std::set<std::string> options = Options();
     EXPECT_EQ(options.size(), 24u); // --help and --version among them
     for (const std::string& option : options) {
-        std::string name; // with hyphens as man wants them
+        std::string name; // with escaped hyphens
         for (const char c : option) {
             name += c == '-' ? "\\-" : std::string(1, c);
         }
         EXPECT_NE(page.m_Output.find("\\fB" + name + "\\fR"), std::string::npos) << option;
     }
-    // No line but the page's own begins with what man would take for a command.
+    // No line of a text begins with a command of roff.
     std::istringstream lines(page.m_Output);
     for (std::string line; std::getline(lines, line);) {
         ASSERT_FALSE(line.empty());
@@ -77,7 +77,7 @@ TEST_F(NoisePreviewManual, BashCompletesOptionsAndTheirWords) {
     EXPECT_EQ(Completed("noise_preview --positions po"), "points.csv");
     EXPECT_EQ(Completed("noise_preview -o po"), "points.csv");
     EXPECT_EQ(Completed("noise_preview --stats --compare d"), "dimensions");
-    // As Bash takes --quality=c and --quality= apart.
+    // Bash splits --quality=c at the equals sign.
     EXPECT_EQ(Completed("noise_preview --quality = c"), "cubic");
     EXPECT_EQ(Completed("noise_preview --quality ="), "linear cubic quintic");
 }

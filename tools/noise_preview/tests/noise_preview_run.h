@@ -1,4 +1,4 @@
-// Runs the program as a user would, and reads its pictures back.
+// Runs the program like a user, and reads its pictures.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@
 namespace fs = std::filesystem;
 
 struct CResult {
-    int m_ExitCode; // or a signal's number, negative
+    int m_ExitCode; // negative: the signal that ended the program
     std::string m_Output;
     std::string m_Errors;
 };
@@ -63,7 +63,7 @@ inline CGreyPng ReadPng(const fs::path& path) {
     return result;
 }
 
-/// Each test in a folder of its own, which is the program's current one.
+/// Each test has a folder of its own, in which the program runs.
 class NoisePreview : public testing::Test {
 protected:
     void SetUp() override {
@@ -91,7 +91,7 @@ protected:
         return result;
     }
 
-    /// A run that must fail with one line about `about`, and leave the folder as it was.
+    /// The run must print one line that contains `about`, and leave the folder as it was.
     void ExpectFailure(const std::string& arguments, const std::string& about,
                        const std::string& before = "exec", int exitCode = 1) const {
         const auto filesBefore = Files();

@@ -1,5 +1,4 @@
-// What pictures of a field must look like, from direct calls of the samplers: the grey of each pixel, not
-// rounded.
+// Expected pictures by direct calls of the samplers: the grey of each pixel before rounding.
 #pragma once
 
 #include <zr_maths/maths_noise_fast.h>
@@ -14,14 +13,14 @@ namespace PictureReference {
 
 using namespace Vestrel;
 
-// More pixels than the program samples at once, 240 of them over 12 cells.
+// More pixels than the program samples per chunk; 20 of them per cell.
 inline constexpr uint32_t kWidth = 240;
 inline constexpr uint32_t kHeight = 140;
 inline constexpr uint32_t kPixelCount = kWidth * kHeight;
 inline constexpr uint32_t kSeed = 7;
 inline const std::string kOptions = "--size 240x140 --cells 12 --seed 7 ";
 
-/// A sampler's record per pixel, which `make` makes of the coordinates x and y of its centre.
+/// make(x, y) for the centre of each pixel.
 template <typename TMake>
 auto RecordsOf(const TMake& make) {
     std::vector<decltype(make(0.0f, 0.0f))> records(kPixelCount);
@@ -48,7 +47,7 @@ template <typename TPosition>
 using TSampler = void (CFastNoise3::*)(const TStridedMemoryView<float>&,
                                        const TStridedMemoryView<const TPosition>&) const noexcept;
 
-/// -1 to 1 is black to white.
+/// Black at -1, white at 1.
 template <typename TPosition>
 std::vector<double> DrawValues(const CFastNoise3& noise, TSampler<TPosition> sampler,
                                const std::vector<TPosition>& positions) {
@@ -65,7 +64,7 @@ using CSplitPosition = TPair<TVector<float, 4>, TVector<int, 4>>;
 using TGradientSampler = void (CFastNoise3::*)(const TMemoryView<const CSplitPosition>&,
                                                const TMemoryView<TVector<float, 4>>&) const noexcept;
 
-/// A slice in the light, after the formula of --help.
+/// By the formula in --help.
 inline std::vector<double> DrawGradients(const CFastNoise3& noise, TGradientSampler sampler, int zCell,
                                          float zFraction) {
     const auto positions = RecordsOf([&](float x, float y) {

@@ -1,4 +1,4 @@
-// Pictures beyond the grey ones of a field: colours, panels, curves and seams.
+// Colours, panels, curves and seams.
 #include "noise_preview_run.h"
 #include "picture_reference.h"
 #include "png_reader.h"
@@ -47,7 +47,7 @@ TEST_F(NoisePreviewMorePictures, SixteenBitsPixelByPixel) {
     EXPECT_EQ(Draw(kOptions + "--bits 8").m_Bits, 8u);
 }
 
-/// A few colours of each map, by the papers and tables that define them, from -1 to 1.
+/// Five colours of each map from -1 to 1, by the papers and tables that define it.
 struct CColourMap {
     std::string m_Name;
     std::vector<std::array<double, 3>> m_Colours;
@@ -65,7 +65,7 @@ TEST_F(NoisePreviewMorePictures, ColoursAreThoseOfTheMaps) {
         const CRawPng picture = Draw(kOptions + "--colours " + map.m_Name);
         ASSERT_EQ(picture.m_Channels, 3u);
         for (size_t k = 0; k < kPixelCount; ++k) {
-            // Mixed from the two nearest of five, which misses the map's own nine by some levels.
+            // Interpolated between five colours, where the program has nine: some levels apart.
             const double place = std::clamp((static_cast<double>(samples[k]) + 1.0) * 2.0, 0.0, 3.999);
             const size_t index = static_cast<size_t>(place);
             for (size_t channel = 0; channel < 3; ++channel) {
@@ -87,7 +87,7 @@ TEST_F(NoisePreviewMorePictures, ColoursOfAGradientAreLit) {
     const CRawPng light = Draw(kOptions + "--shade gradient --bits 16");
     const CRawPng lit = Draw(kOptions + "--shade gradient --colours terrain");
     for (size_t k = 0; k < kPixelCount; ++k) {
-        // Level ground is 255 / sqrt(3) in grey, and has its colour.
+        // Level ground has a grey of 255 / sqrt(3), and keeps its colour.
         const double share = light.m_Levels[k] / 65535.0 * std::sqrt(3.0);
         for (size_t channel = 0; channel < 3; ++channel) {
             const double expected = std::min(255.0, colours.m_Levels[3 * k + channel] * share);
@@ -96,7 +96,7 @@ TEST_F(NoisePreviewMorePictures, ColoursOfAGradientAreLit) {
     }
 }
 
-/// A panel begins at a column, below the labels.
+/// The panel is in `picture`, below the labels, from column `left` on.
 void ExpectPanel(const CRawPng& picture, uint32_t left, const CRawPng& panel, const std::string& what) {
     constexpr uint32_t kTop = 26;
     ASSERT_EQ(picture.m_Height, panel.m_Height + kTop);
@@ -139,13 +139,12 @@ TEST_F(NoisePreviewMorePictures, DimensionsSideBySide) {
     ExpectPanel(picture, 504, Draw(options + "--dimension 4 --slice 2.25 --slice-w 3.5"), "4D");
 }
 
-/// The row where a curve stands in a column of a plot, between two rows.
+/// The centre of the curve in column x of the plot in these rows.
 double CurveRow(const CRawPng& picture, uint32_t x, uint32_t top, uint32_t bottom) {
     double weight = 0.0;
     double sum = 0.0;
     for (uint32_t y = top; y < bottom; ++y) {
-        const double ink =
-            std::max(0.0, 224.0 - picture.Level(x, y)); // red; grid lines have 224 and white more
+        const double ink = std::max(0.0, 224.0 - picture.Level(x, y)); // red; grid lines have 224
         weight += ink;
         sum += ink * (y + 0.5);
     }
@@ -176,7 +175,7 @@ TEST_F(NoisePreviewMorePictures, WhereADerivativeJumpsItsLineGoesNoFurther) {
     constexpr uint32_t kColumns = 600;
     const CRawPng picture =
         Draw("--curve --line 3.25 --slice 0.75 --size 600x400 --cells 6 --seed 7 --quality linear");
-    std::vector<double> rows; // of the line: the derivative of this quality is the same all over a cell
+    std::vector<double> rows; // of the curve; in this quality, the derivative is constant in a cell
     for (uint32_t x = 0; x < kColumns; ++x) {
         const SIMD_Neon::Float4 position(static_cast<float>((x + 0.5) / 100.0), 3.25f, 0.75f, 0.0f);
         const TVector<float, 4> gradient =
@@ -187,7 +186,7 @@ TEST_F(NoisePreviewMorePictures, WhereADerivativeJumpsItsLineGoesNoFurther) {
         const auto [least, most] = std::minmax({rows[x - 1], rows[x], rows[x + 1]});
         for (uint32_t y = 226; y < 400; ++y) {
             const bool isCovered = y + 1 > least - 1.0 && y < most + 1.0;
-            // Grid lines are lighter than this; a row that is covered in part may be.
+            // Grid lines have a level of 224.
             EXPECT_TRUE(isCovered || picture.Level(x, y) >= 224.0) << x << ", " << y;
             const bool isInside = y > least && y + 1 < most;
             EXPECT_TRUE(!isInside || picture.Level(x, y) < 64.0) << x << ", " << y;
@@ -225,7 +224,7 @@ TEST_F(NoisePreviewMorePictures, TheEndOfAPeriodMeetsTheBeginningOfTheNext) {
     const CRawPng picture = Draw(kOptions + "--tile");
     ASSERT_EQ(picture.m_Channels, 3u);
     const auto positions = RecordsOf([](float x, float y) {
-        // The same place a period before: what is left of the middle and above it is negative there.
+        // One period earlier, where the middle of the picture is the origin.
         return TVector<float, 3>{x - 6.0f, y - 3.5f, 0.5f};
     });
     std::vector<float> samples(kPixelCount);
@@ -259,22 +258,6 @@ TEST_F(NoisePreviewMorePictures, AlongACurvePeriodsMeetInTheMiddleOfItsWidth) {
             }
         }
         EXPECT_EQ(markCount, 2u * 2u * (80u / 16u)) << more;
-    }
-}
-
-TEST_F(NoisePreviewMorePictures, SeamsInDataAndCurves) {
-    ASSERT_EQ(Run("--dimension 1 --tile --size 40x1 --cells 4 --output a.npy").m_ExitCode, 0);
-    CStdRandomGenerator generator(1);
-    const CFastNoise3 noise(&generator);
-    const std::string content = ReadFile(m_Folder / "a.npy");
-    ASSERT_EQ(content.size(), 128u + 160u);
-    for (uint32_t x = 0; x < 40; ++x) {
-        const float position = static_cast<float>(254.0 + (x + 0.5) / 10.0);
-        float expected = 0.0f;
-        float sample = 0.0f;
-        noise.SampleQuintic1D({&expected, 1, 4}, {&position, 1, 4});
-        std::copy_n(content.data() + 128 + 4 * x, 4, reinterpret_cast<char*>(&sample));
-        EXPECT_EQ(sample, expected) << x;
     }
 }
 

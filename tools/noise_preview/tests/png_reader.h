@@ -1,4 +1,4 @@
-// Reads PNG files as they are, without a conversion.
+// Reads PNG files of 8 or 16 bits without conversion.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ struct CRawPng {
     uint32_t m_Height = 0;
     uint32_t m_Bits = 0;
     uint32_t m_Channels = 0;
-    std::vector<uint32_t> m_Levels; // of each channel of each pixel
+    std::vector<uint32_t> m_Levels; // [row][column][channel]
 
     uint32_t Level(uint32_t x, uint32_t y, uint32_t channel = 0) const {
         return m_Levels[(size_t{y} * m_Width + x) * m_Channels + channel];
@@ -37,7 +37,6 @@ inline void TakeRows(png_structp png, png_infop info, CRawPng& result) {
     }
 }
 
-/// Of 8 or 16 bits.
 inline CRawPng ReadRawPng(const std::filesystem::path& path) {
     CRawPng result;
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);

@@ -15,9 +15,10 @@ using namespace PictureReference;
 
 class NoisePreviewPositions : public NoisePreview {
 protected:
-    /// More positions than the program samples at once, each number of which is short in decimals.
+    /// More positions than the program reads at once.
     static constexpr uint32_t kCount = 40000;
 
+    /// Short as decimals.
     static std::vector<float> Numbers(uint32_t dimension) {
         CStdRandomGenerator generator(3);
         std::vector<float> numbers(size_t{kCount} * dimension + 1);
@@ -70,22 +71,22 @@ protected:
         const CFastNoise3 noise(&generator);
         std::vector<float> samples(count);
         const TStridedMemoryView<float> output(samples.data(), count, 4);
-        const auto positions = [&]<typename TPosition>(TPosition*) {
-            return TStridedMemoryView<const TPosition>(reinterpret_cast<const TPosition*>(numbers.data()),
-                                                       count, sizeof(TPosition));
+        const auto sample = [&]<typename TPosition>(TSampler<TPosition> sampler) {
+            (noise.*sampler)(output,
+                             {reinterpret_cast<const TPosition*>(numbers.data()), count, sizeof(TPosition)});
         };
         switch (dimension) {
         case 1:
-            noise.SampleQuintic1D(output, positions(static_cast<float*>(nullptr)));
+            sample(&CFastNoise3::SampleQuintic1D);
             break;
         case 2:
-            noise.SampleQuintic2D(output, positions(static_cast<TVector<float, 2>*>(nullptr)));
+            sample(&CFastNoise3::SampleQuintic2D);
             break;
         case 3:
-            noise.SampleQuintic3D(output, positions(static_cast<TVector<float, 3>*>(nullptr)));
+            sample(&CFastNoise3::SampleQuintic3D);
             break;
         default:
-            noise.SampleQuintic4D(output, positions(static_cast<TVector<float, 4>*>(nullptr)));
+            sample(&CFastNoise3::SampleQuintic4D);
             break;
         }
         return samples;
@@ -145,7 +146,7 @@ TEST_F(NoisePreviewPositions, OfTextInEveryDimension) {
     }
 }
 
-TEST_F(NoisePreviewPositions, TextMayHaveCommentsBlanksAndAHeader) {
+TEST_F(NoisePreviewPositions, TextMayHaveCommentsBlanksAHeaderAndAByteOrderMark) {
     const std::vector<float> numbers = {1.5f, -2.0f, 0.25f, 1000.0f, 7.0f, 0.125f, 0.0f};
     WriteText("p.csv",
               "x, y ,z\r\n\n# the first\n 1.5 ,\t-2,+.25\r\n\n1e3,7,0.125"); // no end of the last line
@@ -153,16 +154,10 @@ TEST_F(NoisePreviewPositions, TextMayHaveCommentsBlanksAndAHeader) {
     WriteText("p.csv", "# a note\r\n\r\n\"x\",'y',höhe\r\n1.5,-2,0.25\r\n1e3,7,0.125\r\n");
     EXPECT_TRUE(Sampled("--positions p.csv") == Expected(3, numbers, 2))
         << "a header that is not the first line";
-}
-
-TEST_F(NoisePreviewPositions, TextMayBeginWithAByteOrderMark) {
-    const std::vector<float> numbers = {1.25f, 2.5f, 0.0f};
-    WriteText("p.csv", "\xEF\xBB\xBF"
-                       "1.25\n2.5\n");
-    EXPECT_TRUE(Sampled("--positions p.csv") == Expected(1, numbers, 2));
-    WriteText("P.CSV", "\xEF\xBB\xBF"
-                       "x\n1.25\n2.5\n");
-    EXPECT_TRUE(Sampled("--positions P.CSV") == Expected(1, numbers, 2));
+    for (const std::string text : {"1.25\n2.5\n", "x\n1.25\n2.5\n"}) { // after a byte order mark
+        WriteText("P.CSV", "\xEF\xBB\xBF" + text);
+        EXPECT_TRUE(Sampled("--positions P.CSV") == Expected(1, {1.25f, 2.5f}, 2)) << text;
+    }
 }
 
 TEST_F(NoisePreviewPositions, ArraysMayHaveAnyHeaderThatMeansTheSame) {

@@ -16,7 +16,7 @@ protected:
 #endif
     }
 
-    /// The most memory that the program has had in use at one time, in MB.
+    /// Peak resident memory in MB.
     double PeakOf(const std::string& options, const std::string& name) const {
         const std::string output = (m_Folder / name).string();
         const std::string command =

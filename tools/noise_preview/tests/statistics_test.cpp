@@ -33,7 +33,7 @@ CBar ParseBar(const std::string& line) {
     return bar;
 }
 
-/// What follows the line about the picture.
+/// Parses the lines after the report.
 CStatisticsText ParseStatistics(const std::string& output) {
     CStatisticsText text;
     std::istringstream lines(output);
@@ -51,7 +51,6 @@ CStatisticsText ParseStatistics(const std::string& output) {
     return text;
 }
 
-/// The text says of `samples` what is true of them.
 void ExpectStatistics(const CStatisticsText& text, const std::vector<float>& samples) {
     double sum = 0.0;
     for (const float sample : samples) {
@@ -80,7 +79,7 @@ void ExpectStatistics(const CStatisticsText& text, const std::vector<float>& sam
 }
 
 TEST_F(NoisePreview, StatisticsOfASlice) {
-    // More samples than are taken at once.
+    // More samples than the program takes per chunk.
     constexpr uint32_t kSide = 200;
     std::vector<TVector<float, 2>> positions(kSide * kSide);
     for (uint32_t k = 0; k < positions.size(); ++k) {
@@ -105,20 +104,6 @@ TEST_F(NoisePreview, StatisticsOfAGradientPictureAreOfTheValues) {
     EXPECT_EQ(gradient.m_Output.substr(gradient.m_Output.find('\n')),
               values.m_Output.substr(values.m_Output.find('\n')));
     EXPECT_EQ(gradient.m_Output.find("noise.png: 30000 positions, "), 0u) << gradient.m_Output;
-}
-
-TEST_F(NoisePreview, StatisticsOfACurveAreOfItsColumns) {
-    constexpr uint32_t kWidth = 500;
-    std::vector<float> positions(kWidth);
-    for (uint32_t k = 0; k < kWidth; ++k) {
-        positions[k] = static_cast<float>((k + 0.5) * 16.0 / 500.0);
-    }
-    std::vector<float> samples(kWidth);
-    CStdRandomGenerator generator(1);
-    CFastNoise3(&generator).SampleQuintic1D({samples.data(), kWidth, 4}, {positions.data(), kWidth, 4});
-    const CResult result = Run("--dimension 1 --size 500x20 --stats");
-    ASSERT_EQ(result.m_ExitCode, 0) << result.m_Errors;
-    ExpectStatistics(ParseStatistics(result.m_Output), samples);
 }
 
 TEST_F(NoisePreview, StatisticsOfAnAnimationAreOfAllFrames) {

@@ -21,7 +21,7 @@ protected:
             GTEST_SKIP() << "this machine has no pseudo-terminals";
         }
         m_Name = ptsname(m_Terminal);
-        m_Other = open(m_Name.c_str(), O_RDWR | O_NOCTTY); // keeps what is written until it is read
+        m_Other = open(m_Name.c_str(), O_RDWR | O_NOCTTY); // keeps the output until it is read
         const winsize size = {22, 60, 0, 0};
         ASSERT_EQ(ioctl(m_Other, TIOCSWINSZ, &size), 0);
     }
@@ -32,7 +32,7 @@ protected:
         NoisePreview::TearDown();
     }
 
-    /// What the terminal gets.
+    /// What is shown on the terminal.
     std::string Shown(const std::string& options, const std::string& environment) const {
         std::string text;
         std::atomic<bool> isOver = false;

@@ -7,7 +7,7 @@ struct CText {
     std::string m_Shown;
 };
 
-/// The ends of all ranges of UTF-8, and what is just beyond them.
+/// The bounds of all ranges of UTF-8, and what is just beyond them.
 const CText kTexts[] = {
     {"a~ z", "a~ z"},
     {"\x01\x1F\x7F\n\x1B[31m", "?????[31m"},
@@ -27,7 +27,7 @@ TEST_F(NoisePreview, MessagesShowNoControlCharacters) {
         ExpectFailure("--output 'none/" + text.m_Bytes + ".png'",
                       "'none/" + text.m_Shown + ".png' cannot be written: ");
     }
-    // Nothing follows the last byte of this one.
+    // Truncated at the end of the text.
     ExpectUsageError("--format '\xE2\x82'", "?");
 }
 
@@ -39,7 +39,7 @@ TEST_F(NoisePreview, ReportsShowNoControlCharacters) {
 }
 
 TEST_F(NoisePreview, LongTextsAreCutBetweenCharacters) {
-    // 39 bytes, and a character of which one more has room.
+    // The limit of 40 bytes falls within the euro sign.
     std::ofstream(m_Folder / "p.csv") << "1\n" << std::string(39, '?') << "\u20ACuro\n";
     ExpectFailure("--positions p.csv", "line 2: '" + std::string(39, '?') + "...' is not a number");
 }

