@@ -4,6 +4,8 @@
 
 #include <zr_support_internal/selected_instruction_set.h>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace Vestrel::Internal {
@@ -27,19 +29,12 @@ namespace Avx512 {
 extern const CStreams kStreams;
 }
 
+/// By EInstructionSet. Without wide sources, four lanes alone.
+extern const std::array<const CStreams*, kInstructionSetCount> kStreamsOf;
+
 /// The streams of the selected instruction set.
-inline CStreams SelectedStreams() noexcept {
-#if VESTREL_WIDE_KERNELS
-    switch (SelectedInstructionSet()) {
-    case EInstructionSet::kAvx2:
-        return Avx2::kStreams;
-    case EInstructionSet::kAvx512:
-        return Avx512::kStreams;
-    default:
-        break;
-    }
-#endif
-    return {SinStreamOfFourLanes, ArcSinStreamOfFourLanes};
+inline const CStreams& SelectedStreams() noexcept {
+    return *kStreamsOf[static_cast<size_t>(SelectedInstructionSet())];
 }
 
 } // namespace Vestrel::Internal
