@@ -171,7 +171,7 @@ TEST_F(NoisePreview, OptionsThatDoNotGoTogetherGetOneLineThatNamesThem) {
     ExpectUsageError("--animate 0.04 --fps 10", "--animate: it is too short for a single frame");
     ExpectUsageError("--animate 1 --bits 16", "--bits: it is for PNG files only");
     ExpectUsageError("--cells 1000000 --size 1x1000",
-                     "--cells: so many make the picture more than 8388608 cells high");
+                     "--cells: the picture would be more than 8388608 cells high");
     for (const std::string value : {"=0", "=x", "=5", " 1"}) {
         ExpectUsageError("--stats" + value, value == " 1" ? "1" : "stats was given");
     }

@@ -61,7 +61,7 @@ public:
         return m_Stream;
     }
 
-    /// Fails if the file system has not so many bytes left.
+    /// Fails if the file system has less than this left.
     void CheckSpace(uint64_t byteCount) const;
 
     void Write(const void* bytes, size_t count) const;

@@ -39,7 +39,7 @@ void CheckCombinations(const COptions& options) {
              "it does not go with --shade or --tile");
     RefuseIf(isCurve && options.Has("--colours"), "--colours", "they are for planes, not for curves");
     RefuseIf(!options.m_IsLine && dimension > 1 && cellRows > kMaxCoordinate, "--cells",
-             "so many make the picture more than 8388608 cells high");
+             "the picture would be more than 8388608 cells high");
     RefuseIf(options.Has("--animate") && options.m_FrameCount == 0, "--animate",
              "it is too short for a single frame at this --fps");
 }
