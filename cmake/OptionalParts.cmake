@@ -1,15 +1,12 @@
 # vestrel_part(NAME HELP DEFAULT [PACKAGE DEBIAN-PACKAGE]...): the option VESTREL_BUILD_<NAME>, ON, OFF or AUTO, and what it
-# needs. AUTO, the default where DEFAULT is true, leaves the part out if a package is missing; ON stops the configuration.
+# needs. AUTO means DEFAULT, and leaves the part out if a package is missing; with ON that stops the configuration.
 function(vestrel_part name help default)
   set(option VESTREL_BUILD_${name})
   string(TOLOWER ${name} part)
-  set(value OFF)
-  if(default)
-    set(value AUTO)
-  endif()
-  set(${option} ${value} CACHE STRING "${help}: ON, OFF, or AUTO for ON if its packages are found")
+  set(${option} AUTO CACHE STRING "${help}: ON, OFF, or AUTO for ON where that makes sense and its packages are found")
   set(asked ${${option}})
-  if(NOT asked)
+  if(NOT asked OR (asked STREQUAL AUTO AND NOT default))
+    set(${option} OFF PARENT_SCOPE)
     return()
   endif()
   set(missing "")

@@ -63,7 +63,9 @@ function(vestrel_runtime_library target)
   if(VESTREL_HARDENED)
     vestrel_harden(${target})
   endif()
-  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:zr_support_internal>)
+  # Not linked: a static library's export would name the target, even of private links.
+  target_include_directories(${target} PRIVATE $<TARGET_PROPERTY:zr_support_internal,INTERFACE_INCLUDE_DIRECTORIES>)
+  target_compile_definitions(${target} PRIVATE $<TARGET_PROPERTY:zr_support_internal,INTERFACE_COMPILE_DEFINITIONS>)
   target_compile_features(${target} PUBLIC cxx_std_17)
   target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
                                               $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)

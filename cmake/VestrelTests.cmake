@@ -57,7 +57,7 @@ function(vestrel_test_instruction_sets program label)
     return()
   endif()
   set(instruction_sets "four lanes" AVX2 AVX-512)
-  if(VESTREL_TESTS_VISIT_EVERY_FLOAT AND CMAKE_CXX_FLAGS MATCHES "-m")
+  if(VESTREL_TESTS_VISIT_EVERY_FLOAT AND CMAKE_CXX_FLAGS MATCHES "(^| )-m" AND label STREQUAL exhaustive)
     # A level of instructions changes the flags of the code for four lanes alone.
     set(instruction_sets "four lanes")
   endif()

@@ -39,7 +39,8 @@ static_assert(!kMakesViews<const float (&)[3], float>);
 static_assert(!kMakesViews<CFloats, const float> && !kMakesViews<const CFloats, const float>);
 static_assert(!kMakesViews<std::array<float, 3>, const float>);
 static_assert(!kMakesViews<std::array<const float, 3>, const float>);
-static_assert(!kMakesViews<std::string, const char> && !kMakesViews<float[3], const float>);
+static_assert(!kMakesViews<std::string, const char>);
+static_assert(!kMakesViews<float[3], const float> && !kMakesViews<const float[3], const float>);
 static_assert(!kMakesViews<std::initializer_list<float>, const float>);
 
 // Temporary views are not.

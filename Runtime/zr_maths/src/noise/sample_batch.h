@@ -200,6 +200,7 @@ template <int kDimension, ENoiseQuality kQuality>
 [[gnu::noinline]] void
 _SampleByFourLanes(const float* basis, const TStridedMemoryView<float>& output,
                    const TStridedMemoryView<const TPosition<kDimension>>& positions) noexcept {
+    // An output stride of 0 means room for one sample. CFastNoise3 says which calls return then.
     CBatchCursor cursor = {reinterpret_cast<const unsigned char*>(positions.m_Data),
                            reinterpret_cast<unsigned char*>(output.m_Data),
                            output.m_Stride == 0 ? uint32_t{sizeof(float)} : output.m_Count * output.m_Stride};
@@ -209,9 +210,8 @@ _SampleByFourLanes(const float* basis, const TStridedMemoryView<float>& output,
     uint32_t outputStride = output.m_Stride;
 
     if constexpr (kDimension == 4) {
-        // One 4D position fills a register, so the aligned path takes single positions: at any output
-        // alignment, up to the last sample. It differs from the strided path only in that it writes samples
-        // packed, whatever the output stride.
+        // 4D needs no aligned path: each position fills a register. Packed, aligned positions only make the
+        // samples packed, whatever the output stride.
         outputStride = isPacked && positionAddress % 16 == 0 ? uint32_t{sizeof(float)} : output.m_Stride;
     } else if (isPacked && (positionAddress | outputAddress) % 16 == 0) {
         _SamplePacked<kDimension, kQuality>(basis, cursor);

@@ -56,8 +56,13 @@ struct TMemoryView {
     template <typename U, size_t kSize, typename = Internal::TEnableIfElements<U, T>>
     constexpr TMemoryView(U (&array)[kSize]) : TMemoryView(array, Internal::CountOf(kSize)) {}
 
+    /// Not of a temporary array.
+    template <typename U, size_t kSize>
+    TMemoryView(const U (&&)[kSize]) = delete;
+
     /// A view of all elements of a `std::vector`, `std::array`, `std::span` or anything else with `data()`
-    /// and `size()`. A temporary is refused at compile time unless it is a view itself.
+    /// and `size()`. A temporary is refused at compile time unless it is a view itself, or an owner that
+    /// gives only const elements, which cannot be told from one.
     ///
     /// The caller guarantees
     /// - at most 2^32 - 1 elements (debug builds assert);

@@ -1,9 +1,9 @@
 #pragma once
 
-// Sine and arcsine of whole arrays, four floats at a time, and of single floats with the same bits. They
-// consist of plain IEEE operations, so the bits are the same on every platform in the default floating-point
-// environment (round to nearest, denormals kept). They call the C library only for sqrt, which is correctly
-// rounded, and only on processors without such an instruction (docs/guarantees.md).
+// Sine and arcsine of whole arrays, 4, 8 or 16 floats at a time, and of single floats with the same bits.
+// They consist of plain IEEE operations, so the bits are the same on every platform in the default
+// floating-point environment (round to nearest, denormals kept). They call the C library only for sqrt, which
+// is correctly rounded, and only on processors without such an instruction (docs/guarantees.md).
 //
 // Polynomials are fitted by Sollya's fpminimax (src/streams/stream_coefficients.sollya; Brisebarre and
 // Chevillard, "Efficient polynomial L-infinity approximations", ARITH 2007).

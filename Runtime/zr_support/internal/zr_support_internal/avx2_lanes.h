@@ -3,8 +3,8 @@
 // Eight floats side by side, for sources that are compiled for AVX2. Operations mean what their namesakes in
 // zr_support/simd_float4.h mean.
 //
-// Every function has a type of this namespace in its signature. Otherwise the linker might keep this copy of
-// a function that other sources instantiate too, and older processors would run it.
+// Every function is in this namespace or has a type of it in its name. Otherwise the linker might keep this
+// copy of a function that other sources instantiate too, and older processors would run it.
 
 #include <immintrin.h>
 

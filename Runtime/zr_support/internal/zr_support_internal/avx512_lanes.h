@@ -2,7 +2,7 @@
 
 // Sixteen floats and sixty-four bytes side by side, for sources that are compiled for AVX-512 with VBMI.
 // Operations mean what their namesakes in zr_support/simd_float4.h mean. As in avx2_lanes.h, every function
-// has a type of this namespace in its signature.
+// is in this namespace or has a type of it in its name.
 
 #include <immintrin.h>
 

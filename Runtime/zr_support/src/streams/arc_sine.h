@@ -26,7 +26,8 @@ template <typename TDoubles>
                                         0x1.6e97027cbd914p-6, 0x1.f1c69c91c988ep-6,  0x1.6db6dd0dde88ep-5,
                                         0x1.3333333091739p-4, 0x1.5555555556cffp-3,  1.0};
     typename TDoubles::CValue sum = square * kCoefficients[0] + kCoefficients[1];
-    for (size_t k = 2; k < std::size(kCoefficients); ++k) {
+    constexpr size_t kCount = std::size(kCoefficients);
+    for (size_t k = 2; k < kCount; ++k) {
         sum = sum * square + kCoefficients[k];
     }
     return sum;

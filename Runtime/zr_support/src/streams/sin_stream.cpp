@@ -14,7 +14,7 @@ namespace Vestrel::SIMD_Neon::LowPrecision {
 
 namespace {
 
-/// The same for one float.
+/// ReducePayneHanek of sine.h for one float.
 float ReducePayneHanek(float radians) {
     const uint32_t bits = std::bit_cast<uint32_t>(radians);
     const float units = std::fabs(static_cast<float>(UnitsFromQuarterTurn(bits)));

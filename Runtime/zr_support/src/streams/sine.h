@@ -6,7 +6,6 @@
 
 #include "float4_lanes.h"
 
-#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -55,14 +54,18 @@ constexpr uint64_t DigitsFrom(uint32_t first) {
 
 /// By an angle's exponent: the turns in one unit of its significand, modulo 1, in units of 2^-64. From
 /// kCodyWaiteLimit on that takes the digits from index -9 on; those before the point are 0.
-inline constexpr std::array<uint64_t, 256> kTurnsPerUnit = [] {
+struct CTurnsPerUnit {
+    uint64_t m_Turns[256]; // std::array's functions would be code that sources with wider registers share
+};
+
+inline constexpr CTurnsPerUnit kTurnsPerUnit = [] {
     constexpr uint32_t kExponentBias = 127 + 23; // of the significand as an integer
-    std::array<uint64_t, 256> turns = {};
+    CTurnsPerUnit table = {};
     for (uint32_t exponent = std::bit_cast<uint32_t>(kCodyWaiteLimit) >> 23; exponent < 255; ++exponent) {
-        turns[exponent] = exponent < kExponentBias ? kTurnsPerRadian[0] >> (kExponentBias - exponent)
-                                                   : DigitsFrom(exponent - kExponentBias);
+        table.m_Turns[exponent] = exponent < kExponentBias ? kTurnsPerRadian[0] >> (kExponentBias - exponent)
+                                                           : DigitsFrom(exponent - kExponentBias);
     }
-    return turns;
+    return table;
 }();
 
 /// How far the magnitude of the angle with these bits lies from 1/4 turn, modulo 1 turn, in units of 2^-32
@@ -73,7 +76,8 @@ inline constexpr std::array<uint64_t, 256> kTurnsPerUnit = [] {
 [[gnu::always_inline]] inline int32_t UnitsFromQuarterTurn(uint32_t bits) {
     constexpr uint32_t kQuarterTurn = 1u << 30;
     const uint64_t significand = (bits & 0x007FFFFFu) | 0x00800000u;
-    const uint32_t turns = static_cast<uint32_t>(significand * kTurnsPerUnit[bits >> 23 & 0xFFu] >> 32);
+    const uint32_t turns =
+        static_cast<uint32_t>(significand * kTurnsPerUnit.m_Turns[bits >> 23 & 0xFFu] >> 32);
     return static_cast<int32_t>(turns - kQuarterTurn);
 }
 

@@ -37,9 +37,8 @@ struct TSplitCoordinates {
 
 /// Splits coordinates, lane by lane. Fractions lie in [0, 1]: 0 for integers, and rounded to 1 just below
 /// some of them. The saturating conversion defines the noise for every bit pattern: the fraction of -0 is +0;
-/// beyond
-/// +-2^31 the cell stays put and the fraction grows; NaN has fraction NaN and cell 0, which linear gradients
-/// depend on.
+/// beyond +-2^31 the cell stays put and the fraction grows; NaN has fraction NaN and cell 0, which linear
+/// gradients depend on.
 template <typename TFloat>
 [[gnu::always_inline]] inline auto SplitCoordinates(TFloat coordinates) {
     const auto truncated = TruncateNumberToInt(coordinates);
