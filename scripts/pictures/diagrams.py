@@ -130,11 +130,11 @@ def in_place():
 
 def alignment():
     drawing = Drawing(306, "What the path of four lanes makes of six 1D samples, by the address of the views")
-    drawing.text(LEFT, 22, "both views begin at a multiple of 16, positions packed: four at a time, then one by one")
+    drawing.text(LEFT, 22, "both views begin at a multiple of 16, positions packed: four at a time, then the rest")
     drawing.floats(52, [f"s{k}" for k in range(6)])
     drawing.bracket(46, 0, 4, "together")
     drawing.bytes_under(52 + HEIGHT, 6)
-    drawing.text(LEFT, 136, "one of them does not: one by one, and the same bits")
+    drawing.text(LEFT, 136, "one of them does not: slower, and the same bits")
     drawing.floats(150, ["?"])
     drawing.floats(150, [f"s{k}" for k in range(6)], 1)
     drawing.bytes_under(150 + HEIGHT, 7)
