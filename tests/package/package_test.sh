@@ -100,10 +100,12 @@ expect_tool() {
   expect_output '^complete .* noise_preview$' bash -c 'source "$1" && complete -p noise_preview' bash "$completion"
 }
 
-# functions_with_outside_calls LIBRARY...: functions that call through the procedure linkage table.
+# functions_with_outside_calls LIBRARY...: functions that call through the procedure linkage table, except for the selection
+# of the instruction set, once in a process.
 functions_with_outside_calls() {
   objdump -dC --no-show-raw-insn "$@" |
-    sed -nE '/^[0-9a-f]+ <.*>:$/{s/^[0-9a-f]+ <(.*)>:$/\1/;h};/^ .*@plt>/{g;p}' | grep -v '@plt$' | sort -u
+    sed -nE '/^[0-9a-f]+ <.*>:$/{s/^[0-9a-f]+ <(.*)>:$/\1/;h};/_SelectInstructionSet.*@plt>/d;/^ .*@plt>/{g;p}' |
+    grep -v '@plt$' | sort -u
 }
 
 case $case in
@@ -304,10 +306,10 @@ case $case in
       bash -c 'dpkg-deb --ctrl-tarfile "$1" | tar -xO ./shlibs' bash "${debs[0]}"
     for deb in "${debs[@]}"; do dpkg-deb --contents "$deb"; done >"$own/contents"
     ! grep -v ' root/root ' "$own/contents" || fail 'these files do not belong to root'
-    # Nobody has chosen a licence yet.
+    # Nobody has chosen a licence yet. In binaries lintian reads machine code as words.
     if command -v lintian >/dev/null; then
       lintian --allow-root --tag-display-limit 0 --display-info "${debs[@]}" >"$own/tags" || true
-      ! grep -v ': no-copyright-file$' "$own/tags" || fail 'errors of lintian'
+      ! grep -vE ': no-copyright-file$|: spelling-error-in-binary ' "$own/tags" || fail 'errors of lintian'
     else
       echo 'NOT TRIED: there is no lintian'
     fi
