@@ -70,7 +70,8 @@ void SampleGradientBatch(size_t row, const CPinnedSubjects& subjects, const floa
                              static_cast<int>(inputs[6]), static_cast<int>(inputs[7])};
     }
     const uint32_t count = static_cast<uint32_t>(itemCount);
-    (subjects.m_Noise.*kPointSamplers[row].m_GradientBatch)({records, count}, {gradients, count});
+    const auto gradientBatch = kPointSamplers[row].m_GradientBatch;
+    (subjects.m_Noise.*gradientBatch)({records, count}, {gradients, count});
     std::memcpy(results, gradients, itemCount * sizeof(CGradient));
 }
 
