@@ -111,17 +111,18 @@ template <int kDimension, ENoiseQuality kQuality, typename TLookup>
         SIMD_Neon::SpillAligned(cells[axis], split.m_Cell);
         weights.Set(axis, Fade<kQuality>(split.m_Fraction));
     }
-    const auto hashesOf = [&](size_t lane) __attribute__((always_inline)) {
-        uint32_t cell[kDimension];
+    uint32_t cell[4][kDimension];
 #pragma GCC unroll 4
-        for (size_t axis = 0; axis < kDimension; ++axis) {
-            cell[axis] = cells[axis][lane];
+    for (size_t axis = 0; axis < kDimension; ++axis) {
+#pragma GCC unroll 4
+        for (size_t lane = 0; lane < 4; ++lane) {
+            cell[lane][axis] = cells[axis][lane];
         }
-        return HashEdges<kDimension>(cell);
-    };
+    }
     return BlendPairs(
         weights, [&](size_t k) __attribute__((always_inline)) {
-            return LoadEdgePairs<kDimension>(lookup, hashesOf(k), hashesOf(k + 1));
+            return LoadEdgePairs<kDimension>(lookup, HashEdges<kDimension>(cell[k]),
+                                             HashEdges<kDimension>(cell[k + 1]));
         });
 }
 
