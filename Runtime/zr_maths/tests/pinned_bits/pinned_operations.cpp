@@ -32,30 +32,33 @@ void SampleBatch(size_t row, const CPinnedSubjects& subjects, const float* input
 
 void Sample(size_t row, const CPinnedSubjects& subjects, const float* inputs, size_t itemCount,
             float* results) {
+    const auto sample = kPointSamplers[row].m_Sample;
     for (size_t k = 0; k < itemCount; ++k, inputs += 4) {
         const Float4 position(inputs[0], inputs[1], inputs[2], inputs[3]);
-        results[k] = (subjects.m_Noise.*kPointSamplers[row].m_Sample)(position);
+        results[k] = (subjects.m_Noise.*sample)(position);
     }
 }
 
 void SampleCoherent(size_t row, const CPinnedSubjects& subjects, const float* inputs, size_t itemCount,
                     float* results) {
+    const auto coherent = kPointSamplers[row].m_Coherent;
     for (size_t k = 0; k < itemCount; ++k) {
         Float4 positions[4];
         for (Float4& position : positions) {
             position = Float4(inputs[0], inputs[1], inputs[2], 0.0f);
             inputs += 3;
         }
-        const Float4 samples = (subjects.m_Noise.*kPointSamplers[row].m_Coherent)(positions);
+        const Float4 samples = (subjects.m_Noise.*coherent)(positions);
         SIMD_Neon::StoreUnaligned(results + 4 * k, samples);
     }
 }
 
 void SampleGradient(size_t row, const CPinnedSubjects& subjects, const float* inputs, size_t itemCount,
                     float* results) {
+    const auto gradient = kPointSamplers[row].m_Gradient;
     for (size_t k = 0; k < 4 * itemCount; k += 4) {
         const Float4 position(inputs[k], inputs[k + 1], inputs[k + 2], inputs[k + 3]);
-        SIMD_Neon::StoreUnaligned(results + k, (subjects.m_Noise.*kPointSamplers[row].m_Gradient)(position));
+        SIMD_Neon::StoreUnaligned(results + k, (subjects.m_Noise.*gradient)(position));
     }
 }
 
