@@ -61,7 +61,7 @@ constexpr COption kOptions[] = {
      "How much the speeds of the values differ: they are spread over 1 - V/2 to 1 + V/2 turns per "
      "--turn-seconds. With 0, an animation of whole turns loops without a jump.",
      "--animate"},
-    {"--bits", "8|16", CChoice{[](COptions& options, uint32_t index) { options.m_Bits = 8 << index; }},
+    {"--bits", "8|16", CChoice{[](COptions& options, uint32_t index) { options.m_Bits = 8u << index; }},
      "Bits per channel of a PNG file (default: 8)."},
     {"--positions", "FILE|-", CText{&COptions::m_Positions},
      "Sample the field at the positions in a file instead of those of a picture, one float for each. A NumPy "
