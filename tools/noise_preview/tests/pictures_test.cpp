@@ -199,7 +199,7 @@ TEST_F(NoisePreviewMorePictures, LabelsOfCurvesAreNotCutShort) {
     const CRawPng large = Draw("--curve --size 1000x400");
     const CRawPng small = Draw("--curve --size 200x200");
     const CRawPng tiny = Draw("--curve --size 60x120");
-    for (uint32_t top : {0, 1}) { // the upper and the lower plot
+    for (uint32_t top : {0u, 1u}) { // the upper and the lower plot
         size_t inkCount = 0;
         for (uint32_t y = 0; y < 13; ++y) {
             for (uint32_t x = 0; x < 200; ++x) {
