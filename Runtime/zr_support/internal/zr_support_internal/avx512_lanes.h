@@ -326,11 +326,13 @@ struct CDoubleX8 {
     high = _mm512_cvtps_pd(_mm256_castpd_ps(_mm512_extractf64x4_pd(floats, 1)));
 }
 
-/// The nearest floats.
+/// The nearest floats. As in avx2_lanes.h, not by an intrinsic.
 [[gnu::always_inline]] inline void ToFloats(CDoubleX8::CValue low, CDoubleX8::CValue high, FloatX16& value) {
-    const __m512d lowFloats = _mm512_castps_pd(_mm512_castps256_ps512(_mm512_cvtpd_ps(low)));
-    const __m256d highFloats = _mm256_castps_pd(_mm512_cvtpd_ps(high));
-    value = FloatX16(_mm512_castpd_ps(_mm512_insertf64x4(lowFloats, highFloats, 1)));
+    using CFloats [[gnu::vector_size(32)]] = float;
+    const __m256 lowFloats = __builtin_convertvector(low, CFloats);
+    const __m256 highFloats = __builtin_convertvector(high, CFloats);
+    const __m512d floats = _mm512_castps_pd(_mm512_castps256_ps512(lowFloats));
+    value = FloatX16(_mm512_castpd_ps(_mm512_insertf64x4(floats, _mm256_castps_pd(highFloats), 1)));
 }
 
 } // namespace Vestrel::Internal::Avx512
