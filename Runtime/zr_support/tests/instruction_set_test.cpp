@@ -40,6 +40,12 @@ TEST(InstructionSet, IsWhatTheProcessorSupports) {
     EXPECT_EQ(SupportedInstructionSet(), expected) << Internal::NameOf(SupportedInstructionSet());
 }
 
+TEST(InstructionSet, HasADisplayName) {
+    EXPECT_STREQ(Internal::NameOf(EInstructionSet::kFourLanes), "four lanes");
+    EXPECT_STREQ(Internal::NameOf(EInstructionSet::kAvx2), "AVX2");
+    EXPECT_STREQ(Internal::NameOf(EInstructionSet::kAvx512), "AVX-512");
+}
+
 constexpr EInstructionSet kInstructionSets[] = {EInstructionSet::kFourLanes, EInstructionSet::kAvx2,
                                                 EInstructionSet::kAvx512};
 
